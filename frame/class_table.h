@@ -1,0 +1,34 @@
+// The class-object table: which automation classes this module makes, and how.
+#pragma once
+
+#include <windows.h>
+#include <unknwn.h>
+
+namespace nk {
+
+using CreateInstanceFn = HRESULT (*)(IUnknown* outer, REFIID riid, void** ppv);
+
+struct ClassEntry {
+    const CLSID* clsid;                                                  // null ends the table
+    HRESULT (*updateRegistry)(bool registering);                         // no class keys: S_OK
+    HRESULT (*getClassObject)(CreateInstanceFn create, REFIID riid, void** ppv);
+    CreateInstanceFn createInstance;
+    IUnknown* cachedFactory;                                             // made on first request
+    DWORD registrationCookie;                                            // unused in-process
+    const wchar_t* (*getDescription)();                                  // null for every class
+    const void* (*getCategoryMap)();                                     // no component categories
+    void (*objectMain)(bool starting);                                   // class start-up hook
+};
+
+constexpr int kClassEntryCount = 113;
+
+// The table, kClassEntryCount entries and a zeroed terminator.
+ClassEntry* classTable();
+// Fills every entry by its class's own routine, in table order; calls objectMain(true).
+void fillClassTable();
+// Releases the cached class factories and calls objectMain(false).
+void releaseClassTable();
+// DllGetClassObject.
+HRESULT getClassObject(REFCLSID clsid, REFIID riid, void** ppv);
+
+}  // namespace nk

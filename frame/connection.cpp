@@ -1,0 +1,227 @@
+#include "frame/connection.h"
+
+#include <olectl.h>
+
+#include <new>
+#include <utility>
+
+#include "frame/com.h"
+#include "kxauto.h"
+
+namespace nk {
+namespace {
+
+// A snapshot enumerator over interface pointers or connection data.
+template <class EnumItf, class Item>
+class ListEnum final : public EnumItf {
+public:
+    explicit ListEnum(std::vector<Item> items) : items_(std::move(items))
+    {
+        for (auto& item : items_) addRef(item);
+    }
+    ~ListEnum()
+    {
+        for (auto& item : items_) release(item);
+    }
+
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** ppv) override
+    {
+        if (!ppv) return E_POINTER;
+        if (iid != IID_IUnknown && iid != __uuidof(EnumItf)) {
+            *ppv = nullptr;
+            return E_NOINTERFACE;
+        }
+        *ppv = static_cast<EnumItf*>(this);
+        AddRef();
+        return S_OK;
+    }
+    ULONG STDMETHODCALLTYPE AddRef() override { return ++refs_; }
+    ULONG STDMETHODCALLTYPE Release() override
+    {
+        ULONG n = --refs_;
+        if (n == 0) delete this;
+        return n;
+    }
+
+    HRESULT STDMETHODCALLTYPE Next(ULONG count, Item* out, ULONG* fetched) override
+    {
+        if (!out || (count != 1 && !fetched)) return E_POINTER;
+        ULONG n = 0;
+        while (n < count && pos_ < items_.size()) {
+            out[n] = items_[pos_++];
+            addRef(out[n]);
+            ++n;
+        }
+        if (fetched) *fetched = n;
+        return n == count ? S_OK : S_FALSE;
+    }
+    HRESULT STDMETHODCALLTYPE Skip(ULONG count) override
+    {
+        size_t left = items_.size() - pos_;
+        pos_ += count < left ? count : left;
+        return count <= left ? S_OK : S_FALSE;
+    }
+    HRESULT STDMETHODCALLTYPE Reset() override
+    {
+        pos_ = 0;
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE Clone(EnumItf** out) override
+    {
+        if (!out) return E_POINTER;
+        auto* copy = new (std::nothrow) ListEnum(items_);
+        if (!copy) return E_OUTOFMEMORY;
+        copy->pos_ = pos_;
+        copy->AddRef();
+        *out = copy;
+        return S_OK;
+    }
+
+private:
+    static void addRef(IConnectionPoint* p) { p->AddRef(); }
+    static void release(IConnectionPoint* p) { p->Release(); }
+    static void addRef(CONNECTDATA& d) { d.pUnk->AddRef(); }
+    static void release(CONNECTDATA& d) { d.pUnk->Release(); }
+
+    std::vector<Item> items_;
+    size_t pos_ = 0;
+    ULONG refs_ = 0;
+};
+
+template <class EnumItf, class Item>
+HRESULT makeEnum(std::vector<Item> items, EnumItf** out)
+{
+    if (!out) return E_POINTER;
+    *out = nullptr;
+    auto* e = new (std::nothrow) ListEnum<EnumItf, Item>(std::move(items));
+    if (!e) return E_OUTOFMEMORY;
+    e->AddRef();
+    *out = e;
+    return S_OK;
+}
+
+}  // namespace
+
+ConnectionPoint::ConnectionPoint(IConnectionPointContainer* container, const IID& iid)
+    : container_(container), iid_(iid)
+{
+}
+
+ConnectionPoint::~ConnectionPoint()
+{
+    for (IUnknown* sink : sinks_)
+        if (sink) sink->Release();
+}
+
+HRESULT ConnectionPoint::QueryInterface(REFIID iid, void** ppv)
+{
+    if (!ppv) return E_POINTER;
+    if (iid != IID_IUnknown && iid != IID_IConnectionPoint) {
+        *ppv = nullptr;
+        return E_NOINTERFACE;
+    }
+    *ppv = static_cast<IConnectionPoint*>(this);
+    AddRef();
+    return S_OK;
+}
+
+ULONG ConnectionPoint::AddRef() { return container_->AddRef(); }
+ULONG ConnectionPoint::Release() { return container_->Release(); }
+
+HRESULT ConnectionPoint::GetConnectionInterface(IID* iid)
+{
+    if (!iid) return E_POINTER;
+    *iid = iid_;
+    return S_OK;
+}
+
+HRESULT ConnectionPoint::GetConnectionPointContainer(IConnectionPointContainer** out)
+{
+    if (!out) return E_POINTER;
+    container_->AddRef();
+    *out = container_;
+    return S_OK;
+}
+
+HRESULT ConnectionPoint::Advise(IUnknown* sink, DWORD* cookie)
+{
+    if (!cookie) return E_POINTER;
+    *cookie = 0;
+    if (!sink) return E_POINTER;
+    IUnknown* typed = nullptr;
+    if (FAILED(sink->QueryInterface(iid_, reinterpret_cast<void**>(&typed))) || !typed)
+        return CONNECT_E_CANNOTCONNECT;
+    for (size_t i = 0; i < sinks_.size(); ++i) {
+        if (!sinks_[i]) {
+            sinks_[i] = typed;
+            *cookie = static_cast<DWORD>(i + 1);
+            return S_OK;
+        }
+    }
+    sinks_.push_back(typed);
+    *cookie = static_cast<DWORD>(sinks_.size());
+    return S_OK;
+}
+
+HRESULT ConnectionPoint::Unadvise(DWORD cookie)
+{
+    if (cookie == 0 || cookie > sinks_.size() || !sinks_[cookie - 1]) return CONNECT_E_NOCONNECTION;
+    std::exchange(sinks_[cookie - 1], nullptr)->Release();
+    return S_OK;
+}
+
+HRESULT ConnectionPoint::EnumConnections(IEnumConnections** out)
+{
+    std::vector<CONNECTDATA> data;
+    for (size_t i = 0; i < sinks_.size(); ++i)
+        if (sinks_[i]) data.push_back({sinks_[i], static_cast<DWORD>(i + 1)});
+    return makeEnum(std::move(data), out);
+}
+
+EventSource::EventSource(const IID* events)
+    : propertySink_(this, IID_IPropertyNotifySink),
+      events_(this, events ? *events : IID_NULL),
+      hasEvents_(events != nullptr)
+{
+}
+
+ConnectionPoint* EventSource::find(REFIID iid)
+{
+    if (iid == IID_IPropertyNotifySink) return &propertySink_;
+    if (hasEvents_ && iid == events_.iid()) return &events_;
+    return nullptr;
+}
+
+HRESULT EventSource::FindConnectionPoint(REFIID iid, IConnectionPoint** out)
+{
+    if (!out) return E_POINTER;
+    *out = find(iid);
+    if (!*out) return CONNECT_E_NOCONNECTION;
+    (*out)->AddRef();
+    return S_OK;
+}
+
+HRESULT EventSource::EnumConnectionPoints(IEnumConnectionPoints** out)
+{
+    std::vector<IConnectionPoint*> points;
+    if (hasEvents_) points.push_back(&events_);
+    points.push_back(&propertySink_);
+    return makeEnum(std::move(points), out);
+}
+
+void EventSource::firePropertyChanged(DISPID id)
+{
+    for (IUnknown* sink : propertySink_.sinks())
+        if (sink) static_cast<IPropertyNotifySink*>(sink)->OnChanged(id);
+}
+
+void EventSource::fireModified(IDispatch* object)
+{
+    if (!hasEvents_ || events_.iid() != __uuidof(IVeltObjectEvents)) return;
+    ComPtr<IVeltObject> changed;
+    if (object) object->QueryInterface(__uuidof(IVeltObject), changed.putVoid());
+    for (IUnknown* sink : events_.sinks())
+        if (sink) static_cast<IVeltObjectEvents*>(sink)->Modified(changed.get());
+}
+
+}  // namespace nk

@@ -1,0 +1,194 @@
+// The COM object toolkit every class of the module is built from.
+//
+//   DispatchImpl<Itf>     IDispatch answered from the type information of Itf
+//   ChainOf<Itf, Itf>     Itf with every interface level between it and IDispatch, each level
+//                         topped by its Pending<> mixin (members not written yet)
+//   ComObject<T>          IUnknown for a class T: own reference count, the module's live count
+//   AggregatedObject<T>   IUnknown for T inside an outer object
+//
+// A class T provides `void* findInterface(REFIID)` returning the interface for the id (not
+// AddRef'd) or null; `static const CLSID& classId()`.
+#pragma once
+
+#include <windows.h>
+#include <ocidl.h>
+#include <oleauto.h>
+
+#include <atomic>
+#include <new>
+#include <utility>
+
+#include "frame/module.h"
+#include "frame/pending.h"
+#include "catalogue_gen.h"
+
+namespace nk {
+
+template <class Itf>
+class DispatchImpl : public Itf {
+public:
+    HRESULT STDMETHODCALLTYPE GetTypeInfoCount(UINT* count) override
+    {
+        if (!count) return E_POINTER;
+        *count = 1;
+        return S_OK;
+    }
+
+    HRESULT STDMETHODCALLTYPE GetTypeInfo(UINT index, LCID, ITypeInfo** info) override
+    {
+        if (!info) return E_POINTER;
+        *info = nullptr;
+        if (index != 0) return DISP_E_BADINDEX;
+        ITypeInfo* listed = Module::listedTypeInfo(__uuidof(Itf));
+        if (!listed) return TYPE_E_ELEMENTNOTFOUND;
+        listed->AddRef();
+        *info = listed;
+        return S_OK;
+    }
+
+    HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID,
+                                            DISPID* ids) override
+    {
+        ITypeInfo* info = Module::interfaceTypeInfo(__uuidof(Itf));
+        if (!info) return TYPE_E_ELEMENTNOTFOUND;
+        return DispGetIDsOfNames(info, names, count, ids);
+    }
+
+    HRESULT STDMETHODCALLTYPE Invoke(DISPID id, REFIID riid, LCID, WORD flags, DISPPARAMS* params,
+                                     VARIANT* result, EXCEPINFO* excep, UINT* argErr) override
+    {
+        if (riid != IID_NULL) return DISP_E_UNKNOWNINTERFACE;
+        ITypeInfo* info = Module::interfaceTypeInfo(__uuidof(Itf));
+        if (!info) return TYPE_E_ELEMENTNOTFOUND;
+        return DispInvoke(static_cast<Itf*>(this), info, id, flags, params, result, excep, argErr);
+    }
+};
+
+// Builds Pending<Itf, Pending<Base, ... DispatchImpl<Leaf>>> down the interface chain.
+template <class Itf, class Leaf>
+struct ChainOf {
+    using type = Pending<Itf, typename ChainOf<typename BaseOf<Itf>::type, Leaf>::type>;
+};
+template <class Leaf>
+struct ChainOf<IDispatch, Leaf> {
+    using type = DispatchImpl<Leaf>;
+};
+
+// True when iid names Itf or one of the interfaces it derives from.
+template <class Itf>
+bool inChain(REFIID iid)
+{
+    if (iid == __uuidof(Itf)) return true;
+    if constexpr (std::is_same_v<Itf, IUnknown>) {
+        return false;
+    } else if constexpr (std::is_same_v<Itf, IDispatch>) {
+        return iid == IID_IUnknown;
+    } else {
+        return inChain<typename BaseOf<Itf>::type>(iid);
+    }
+}
+
+template <class T>
+class ComObject final : public T, private LiveObject {
+public:
+    template <class... Args>
+    explicit ComObject(Args&&... args) : T(std::forward<Args>(args)...) {}
+
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** ppv) override
+    {
+        if (!ppv) return E_POINTER;
+        *ppv = this->findInterface(iid);
+        if (!*ppv) return E_NOINTERFACE;
+        AddRef();
+        return S_OK;
+    }
+    ULONG STDMETHODCALLTYPE AddRef() override { return ++refs_; }
+    ULONG STDMETHODCALLTYPE Release() override
+    {
+        ULONG n = --refs_;
+        if (n == 0) delete this;
+        return n;
+    }
+
+    // Makes one instance and answers riid; the create-instance function of a class entry.
+    static HRESULT create(IUnknown* outer, REFIID riid, void** ppv)
+    {
+        if (!ppv) return E_POINTER;
+        *ppv = nullptr;
+        if (outer) return CLASS_E_NOAGGREGATION;
+        auto* object = new (std::nothrow) ComObject();
+        if (!object) return E_OUTOFMEMORY;
+        object->AddRef();
+        HRESULT hr = object->finalConstruct();
+        if (SUCCEEDED(hr)) hr = object->QueryInterface(riid, ppv);
+        object->Release();
+        return hr;
+    }
+
+private:
+    std::atomic<ULONG> refs_{0};
+};
+
+// An instance living inside an outer object: its interfaces delegate IUnknown to the outer
+// unknown, and the outer holds the inner, non-delegating unknown.
+template <class T>
+class AggregatedObject final : public T, private LiveObject {
+public:
+    explicit AggregatedObject(IUnknown* outer) : outer_(outer) {}
+
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** ppv) override
+    {
+        return outer_->QueryInterface(iid, ppv);
+    }
+    ULONG STDMETHODCALLTYPE AddRef() override { return outer_->AddRef(); }
+    ULONG STDMETHODCALLTYPE Release() override { return outer_->Release(); }
+
+    static HRESULT create(IUnknown* outer, REFIID riid, void** ppv)
+    {
+        if (!ppv) return E_POINTER;
+        *ppv = nullptr;
+        if (!outer) return ComObject<T>::create(nullptr, riid, ppv);
+        // The creator of an aggregate may ask only for IUnknown.
+        if (riid != IID_IUnknown) return CLASS_E_NOAGGREGATION;
+        auto* object = new (std::nothrow) AggregatedObject(outer);
+        if (!object) return E_OUTOFMEMORY;
+        IUnknown* inner = &object->inner_;
+        inner->AddRef();
+        HRESULT hr = object->finalConstruct();
+        if (SUCCEEDED(hr)) hr = inner->QueryInterface(riid, ppv);
+        inner->Release();
+        return hr;
+    }
+
+private:
+    // The non-delegating unknown that the outer object holds.
+    struct Inner final : IUnknown {
+        explicit Inner(AggregatedObject* owner) : owner(owner) {}
+        HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** ppv) override
+        {
+            if (!ppv) return E_POINTER;
+            if (iid == IID_IUnknown) {
+                *ppv = static_cast<IUnknown*>(this);
+            } else {
+                *ppv = owner->findInterface(iid);
+                if (!*ppv) return E_NOINTERFACE;
+            }
+            static_cast<IUnknown*>(*ppv)->AddRef();
+            return S_OK;
+        }
+        ULONG STDMETHODCALLTYPE AddRef() override { return ++refs; }
+        ULONG STDMETHODCALLTYPE Release() override
+        {
+            ULONG n = --refs;
+            if (n == 0) delete owner;
+            return n;
+        }
+        AggregatedObject* owner;
+        std::atomic<ULONG> refs{0};
+    };
+
+    IUnknown* outer_;
+    Inner inner_{this};
+};
+
+}  // namespace nk

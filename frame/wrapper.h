@@ -1,0 +1,98 @@
+// The automation class of a coclass: its default interface with every base interface,
+// IDispatch from the type library, event sources, error-information support and class
+// information. Members that are not written yet come from the Pending<> mixins.
+#pragma once
+
+#include <windows.h>
+#include <ocidl.h>
+
+#include <type_traits>
+
+#include "frame/connection.h"
+#include "frame/object.h"
+
+namespace nk {
+
+template <class Tag, class Itf, class Source>
+class Wrapper : public ChainOf<Itf, Itf>::type,
+                public EventSource,
+                public ISupportErrorInfo,
+                public IProvideClassInfo2 {
+public:
+    Wrapper() : EventSource(sourceIid()) {}
+    virtual ~Wrapper() = default;
+
+    static const CLSID& classId() { return Tag::clsid(); }
+    HRESULT finalConstruct() { return S_OK; }
+
+    void* findInterface(REFIID iid)
+    {
+        if (inChain<Itf>(iid)) return static_cast<Itf*>(this);
+        if (iid == IID_IConnectionPointContainer) return static_cast<IConnectionPointContainer*>(this);
+        if (iid == IID_ISupportErrorInfo) return static_cast<ISupportErrorInfo*>(this);
+        if (iid == IID_IProvideClassInfo || iid == IID_IProvideClassInfo2)
+            return static_cast<IProvideClassInfo2*>(this);
+        return nullptr;
+    }
+
+    HRESULT STDMETHODCALLTYPE InterfaceSupportsErrorInfo(REFIID iid) override
+    {
+        return inChain<Itf>(iid) && iid != IID_IUnknown && iid != IID_IDispatch ? S_OK : S_FALSE;
+    }
+
+    HRESULT STDMETHODCALLTYPE GetClassInfo(ITypeInfo** info) override
+    {
+        if (!info) return E_POINTER;
+        *info = Module::listedTypeInfo(classId());
+        if (!*info) return TYPE_E_ELEMENTNOTFOUND;
+        (*info)->AddRef();
+        return S_OK;
+    }
+
+    HRESULT STDMETHODCALLTYPE GetGUID(DWORD kind, GUID* guid) override
+    {
+        if (!guid) return E_POINTER;
+        *guid = GUID_NULL;
+        if (kind != GUIDKIND_DEFAULT_SOURCE_DISP_IID || !sourceIid()) return E_INVALIDARG;
+        *guid = *sourceIid();
+        return S_OK;
+    }
+
+private:
+    static const IID* sourceIid()
+    {
+        if constexpr (std::is_same_v<Source, NoEvents>) {
+            return nullptr;
+        } else {
+            return &__uuidof(Source);
+        }
+    }
+};
+
+// The tag of each coclass: its CLSID, default and source interfaces.
+#define NK_COCLASS_TAG(Name, Default, Source)                          \
+    struct Name##Tag {                                                 \
+        static const CLSID& clsid() { return CLSID_##Name; }           \
+        using DefaultInterface = Default;                              \
+        using SourceInterface = Source;                                \
+    };
+NK_FOR_EACH_COCLASS(NK_COCLASS_TAG)
+#undef NK_COCLASS_TAG
+
+// The class that implements a coclass. A hand-written class specialises this for its tag.
+template <class Tag>
+struct ImplOf {
+    using type = Wrapper<Tag, typename Tag::DefaultInterface, typename Tag::SourceInterface>;
+};
+
+// Only these classes may live inside an outer object.
+template <class Tag>
+constexpr bool kAggregatable = false;
+template <>
+inline constexpr bool kAggregatable<VeltDimStylesTag> = true;
+template <>
+inline constexpr bool kAggregatable<VeltUCSTag> = true;
+template <>
+inline constexpr bool kAggregatable<VeltUCSsTag> = true;
+
+}  // namespace nk
