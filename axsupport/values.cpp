@@ -4,8 +4,6 @@
 
 #include "frame/com.h"
 
-template class VxArray<kx::VxGePoint2d>;
-template class VxArray<kx::VxGePoint3d>;
 
 namespace {
 

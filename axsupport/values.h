@@ -25,8 +25,6 @@ constexpr HRESULT kElementNotStored = static_cast<HRESULT>(0x80210018);
 constexpr HRESULT kElementNotRead = static_cast<HRESULT>(0x80210019);
 }  // namespace nk
 
-extern template class NK_EXPORT VxArray<kx::VxGePoint2d>;
-extern template class NK_EXPORT VxArray<kx::VxGePoint3d>;
 
 class NK_EXPORT VxAxPoint3d : public kx::VxGePoint3d {
 public:
