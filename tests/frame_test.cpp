@@ -397,3 +397,44 @@ TEST_F(ServerFrame, CompatibilityExportsCountNothing)
     }
     EXPECT_NE(GetProcAddress(dll.module, "_ZN27EnableAcisMultiThreadHelperaSERKS_"), nullptr);
 }
+
+namespace {
+
+// Runs a program beside this one and returns its exit code.
+DWORD runBeside(const std::wstring& commandLine)
+{
+    std::wstring dir = ServerDll::path();
+    dir = dir.substr(0, dir.find_last_of(L"\\/") + 1);
+    std::wstring line = L"\"" + dir + commandLine;
+    STARTUPINFOW si = {};
+    si.cb = sizeof(si);
+    PROCESS_INFORMATION pi = {};
+    if (!CreateProcessW(nullptr, line.data(), nullptr, nullptr, FALSE, 0, nullptr, nullptr, &si, &pi)) return 255;
+    WaitForSingleObject(pi.hProcess, INFINITE);
+    DWORD code = 255;
+    GetExitCodeProcess(pi.hProcess, &code);
+    CloseHandle(pi.hThread);
+    CloseHandle(pi.hProcess);
+    return code;
+}
+
+bool keyExists(HKEY root, const wchar_t* path)
+{
+    HKEY h = nullptr;
+    if (RegOpenKeyExW(root, path, 0, KEY_READ, &h) != ERROR_SUCCESS) return false;
+    RegCloseKey(h);
+    return true;
+}
+
+}  // namespace
+
+TEST(InstallerTool, RegistersTheCreatableClassesPerUserAndRemovesThem)
+{
+    const wchar_t* progId = L"Software\\Classes\\NkAuto.Document\\CLSID";
+    const wchar_t* notCreatable = L"Software\\Classes\\NkAuto.Arc";
+    ASSERT_EQ(runBeside(L"nkreg.exe\" /user"), 0u);
+    EXPECT_TRUE(keyExists(HKEY_CURRENT_USER, progId));
+    EXPECT_FALSE(keyExists(HKEY_CURRENT_USER, notCreatable));
+    ASSERT_EQ(runBeside(L"nkreg.exe\" /user /u"), 0u);
+    EXPECT_FALSE(keyExists(HKEY_CURRENT_USER, progId));
+}

@@ -1,0 +1,45 @@
+' A script client of the server: creates classes by ProgID and calls them late-bound.
+Option Explicit
+Dim failures : failures = 0
+
+Sub Check(ok, what)
+    If Not ok Then
+        WScript.Echo "FAIL: " & what
+        failures = failures + 1
+    End If
+End Sub
+
+' VBScript reports E_NOTIMPL as its error 445 and an unknown name as 438.
+Const NOT_SUPPORTED = 445
+Const NO_SUCH_MEMBER = 438
+
+Dim doc : Set doc = CreateObject("NkAuto.Document")
+Check TypeName(doc) = "IKxDbDocument", "document type is " & TypeName(doc)
+
+Dim line : Set line = CreateObject("NkAuto.Line")
+Check TypeName(line) = "IVeltLine", "line type is " & TypeName(line)
+
+' Members that are not written yet answer E_NOTIMPL, reached by name like any other.
+On Error Resume Next
+Dim h : h = line.Handle
+Check Err.Number = NOT_SUPPORTED, "line.Handle answered " & Hex(Err.Number)
+Err.Clear
+line.Layer = "0"
+Check Err.Number = NOT_SUPPORTED, "line.Layer put answered " & Hex(Err.Number)
+Err.Clear
+line.NoSuchMember = 1
+Check Err.Number = NO_SUCH_MEMBER, "an unknown member answered " & Hex(Err.Number)
+Err.Clear
+Dim nothingHere : Set nothingHere = CreateObject("NkAuto.Arc")
+Check Err.Number <> 0, "a class without a ProgID was created"
+Err.Clear
+On Error GoTo 0
+
+Dim color : Set color = CreateObject("NkAuto.VxCmColor")
+Check TypeName(color) = "IVeltVxCmColor", "colour type is " & TypeName(color)
+
+If failures > 0 Then
+    WScript.Echo failures & " failures"
+    WScript.Quit 1
+End If
+WScript.Echo "frame.vbs: all checks passed"
