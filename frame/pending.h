@@ -1,7 +1,7 @@
 // Members of the object model whose behaviour is not written yet answer E_NOTIMPL.
 // frame/pending.txt lists them, one "Interface.method" a line; the build turns the list
 // into the Pending<Interface, Base> mixins of catalogue_gen.h. Count what is left with:
-//     grep -c . frame/pending.txt
+//     grep -vc "^#" frame/pending.txt
 #pragma once
 
 #include <windows.h>

@@ -1,0 +1,80 @@
+#pragma once
+
+// Status codes of the drawing database. Every failure has a number that the
+// automation layer's status table knows, so no failure can pass for success
+// there; numbers the automation layer names itself keep their meaning.
+
+namespace kx::Velt {
+
+enum ErrorStatus : int {
+    eOk = 0,
+    eNotImplementedYet = 1,
+    eNotApplicable = 2,
+    eAmbiguousInput = 4,
+    eOutOfMemory = 6,
+    eBufferTooSmall = 7,
+    eInvalidOpenState = 8,
+    eNullObjectId = 10,
+    eNullHandle = 11,
+    eNullObjectPointer = 12,
+    eInvalidHandle = 13,
+    eHandleInUse = 14,
+    eNotInDatabase = 15,
+    eInvalidInput = 16,
+    eOutOfRange = 17,
+    eAlreadyInDb = 18,
+    eWrongObjectType = 20,
+    eWasErased = 21,
+    eKeyNotFound = 22,
+    eDuplicateKey = 23,
+    eInvalidIndex = 24,
+    eWasOpenForWrite = 25,
+    eWasOpenForRead = 26,
+    eWasOpenForNotify = 27,
+    eNotOpenForWrite = 28,
+    eNotOpenForRead = 29,
+    eWasPermanentlyErased = 30,
+    eWasNotErased = 31,
+    eAtMaxReaders = 32,
+    eHadMultipleReaders = 33,
+    eLockViolation = 34,
+    eSelfReference = 35,
+    eFileNotFound = 36,
+    eFileAccessErr = 37,
+    eBadFileFormat = 38,
+    eEndOfFile = 39,
+    eInvalidDxfCode = 40,
+    eInvalidResBuf = 41,
+    eXdataSizeExceeded = 42,
+    eRegappNotFound = 43,
+    eInvalidSymbolName = 44,
+    eCannotBeErased = 45,
+    eObjectIsReferenced = 46,
+    eCannotRename = 47,
+    eWrongDatabase = 48,
+    eDegenerateGeometry = 49,
+    eCannotScaleNonUniformly = 50,
+    eNotInBlock = 51,
+    eNotThatKindOfClass = 52,
+    eInvalidPlotDevice = 53,
+    eInvalidMediaName = 54,
+    eInvalidStyleSheet = 55,
+    eInvalidPlotArea = 56,
+    eInvalidPlotScale = 57,
+    eInvalidPlotView = 58,
+    eCannotDeleteModelLayout = 59,
+    eCannotDeleteLastLayout = 61,
+    eInvalidLayoutName = 62,
+    eUnknownClass = 64,
+    eInvalidOwner = 66,
+    eDuplicateRecordName = 95,
+    eNoDatabase = 124,
+    eNoIterator = 130,
+    eLayoutNotFound = 343,
+    eBlockStillReferenced = 392,
+};
+
+// The enumerator's name ("eWasErased"), for messages and test output.
+const char* statusName(ErrorStatus status);
+
+}  // namespace kx::Velt
