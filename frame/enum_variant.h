@@ -1,0 +1,103 @@
+// The base of the module's IEnumVARIANT enumerators (a block's entities, a table's
+// records, a dictionary's entries). A subclass supplies the walk; the base answers the
+// enumerator protocol. Enumerators cannot be cloned.
+#pragma once
+
+#include <windows.h>
+#include <oaidl.h>
+
+#include <atomic>
+#include <new>
+
+#include "frame/module.h"
+
+namespace nk {
+
+class EnumVariantBase : public IEnumVARIANT, private LiveObject {
+public:
+    EnumVariantBase() = default;
+    EnumVariantBase(const EnumVariantBase&) = delete;
+    EnumVariantBase& operator=(const EnumVariantBase&) = delete;
+    virtual ~EnumVariantBase() = default;
+
+    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** ppv) override
+    {
+        if (!ppv) return E_POINTER;
+        if (iid != IID_IUnknown && iid != IID_IEnumVARIANT) {
+            *ppv = nullptr;
+            return E_NOINTERFACE;
+        }
+        *ppv = static_cast<IEnumVARIANT*>(this);
+        AddRef();
+        return S_OK;
+    }
+    ULONG STDMETHODCALLTYPE AddRef() override { return ++refs_; }
+    ULONG STDMETHODCALLTYPE Release() override
+    {
+        ULONG n = --refs_;
+        if (n == 0) delete this;
+        return n;
+    }
+
+    // Fills up to `count` VARIANTs with the items under the walk, advancing past each.
+    // S_FALSE when fewer than asked were left.
+    HRESULT STDMETHODCALLTYPE Next(ULONG count, VARIANT* items, ULONG* fetched) override
+    {
+        if (!items || (count != 1 && !fetched)) return E_POINTER;
+        ULONG n = 0;
+        while (n < count && !done()) {
+            VariantInit(&items[n]);
+            HRESULT hr = current(&items[n]);
+            if (FAILED(hr)) {
+                for (ULONG i = 0; i < n; ++i) VariantClear(&items[i]);
+                if (fetched) *fetched = 0;
+                return hr;
+            }
+            advance();
+            ++n;
+        }
+        if (fetched) *fetched = n;
+        return n < count ? S_FALSE : S_OK;
+    }
+    // Steps past `count` items; past the end is not an error.
+    HRESULT STDMETHODCALLTYPE Skip(ULONG count) override
+    {
+        for (ULONG i = 0; i < count && !done(); ++i) advance();
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE Reset() override
+    {
+        restart();
+        return S_OK;
+    }
+    HRESULT STDMETHODCALLTYPE Clone(IEnumVARIANT** out) override
+    {
+        if (out) *out = nullptr;
+        return E_NOTIMPL;
+    }
+
+    // Makes an enumerator of type E and hands out its IUnknown, or E_OUTOFMEMORY.
+    template <class E, class... Args>
+    static HRESULT create(IUnknown** out, Args&&... args)
+    {
+        if (!out) return E_POINTER;
+        *out = nullptr;
+        auto* e = new (std::nothrow) E(std::forward<Args>(args)...);
+        if (!e) return E_OUTOFMEMORY;
+        e->AddRef();
+        *out = static_cast<IEnumVARIANT*>(e);
+        return S_OK;
+    }
+
+protected:
+    virtual bool done() = 0;
+    // The item under the walk, as a VARIANT (a VT_DISPATCH wrapper, usually).
+    virtual HRESULT current(VARIANT* item) = 0;
+    virtual void advance() = 0;
+    virtual void restart() = 0;
+
+private:
+    std::atomic<ULONG> refs_{0};
+};
+
+}  // namespace nk
