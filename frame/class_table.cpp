@@ -5,7 +5,8 @@
 
 #include "frame/com.h"
 #include "frame/module.h"
-#include "frame/wrapper.h"
+#include "core/levels.h"
+#include "core/wrapper.h"
 
 namespace nk {
 namespace {

@@ -4,6 +4,7 @@
 
 #include <string>
 
+#include "core/lookup.h"
 #include "frame/class_table.h"
 #include "frame/module.h"
 #include "frame/registration.h"
@@ -16,6 +17,7 @@ BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID reserved)
     if (reason == DLL_PROCESS_ATTACH) {
         nk::Module::attach(instance);
         nk::fillClassTable();
+        nk::registerWrapperClasses();
         nk::initOpmPropertyExtension();
         DisableThreadLibraryCalls(instance);
     } else if (reason == DLL_PROCESS_DETACH) {

@@ -1,8 +1,16 @@
 #include "frame/host_info.h"
 
+#include <vector>
+
+#include "services/hostservices.h"
+
 namespace nk {
 
-// The product prefix of the embedded host ("Nk"), which names "NkAutoRes.dll".
-std::wstring hostProductPrefix() { return L"Nk"; }
+std::wstring hostProductPrefix()
+{
+    std::vector<wchar_t> buffer(2048, L'\0');
+    size_t n = kx::getVeltProductPreName(buffer.data(), buffer.size());
+    return std::wstring(buffer.data(), n);
+}
 
 }  // namespace nk

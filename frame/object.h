@@ -1,8 +1,8 @@
 // The COM object toolkit every class of the module is built from.
 //
 //   DispatchImpl<Itf>     IDispatch answered from the type information of Itf
-//   ChainOf<Itf, Itf>     Itf with every interface level between it and IDispatch, each level
-//                         topped by its Pending<> mixin (members not written yet)
+//   ChainOf<Itf, Itf, S>  Itf with every interface level between it and IDispatch, each level
+//                         implemented by its Level<> (by default the Pending<> stubs)
 //   ComObject<T>          IUnknown for a class T: own reference count, the module's live count
 //   AggregatedObject<T>   IUnknown for T inside an outer object
 //
@@ -64,13 +64,21 @@ public:
     }
 };
 
-// Builds Pending<Itf, Pending<Base, ... DispatchImpl<Leaf>>> down the interface chain.
-template <class Itf, class Leaf>
-struct ChainOf {
-    using type = Pending<Itf, typename ChainOf<typename BaseOf<Itf>::type, Leaf>::type>;
+// The implementation of the own members of one interface level, on top of Base. By default
+// every member answers from the pending list; a level whose members are written specialises
+// this (see core/levels.h). Self is the class that implements the whole coclass.
+template <class Itf, class Self, class Base>
+struct Level {
+    using type = Pending<Itf, Base>;
 };
-template <class Leaf>
-struct ChainOf<IDispatch, Leaf> {
+
+// Builds Level<Itf, ..., Level<Base, ..., DispatchImpl<Leaf>>> down the interface chain.
+template <class Itf, class Leaf, class Self>
+struct ChainOf {
+    using type = typename Level<Itf, Self, typename ChainOf<typename BaseOf<Itf>::type, Leaf, Self>::type>::type;
+};
+template <class Leaf, class Self>
+struct ChainOf<IDispatch, Leaf, Self> {
     using type = DispatchImpl<Leaf>;
 };
 

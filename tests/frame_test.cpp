@@ -223,10 +223,10 @@ TEST_F(ServerFrame, PendingMembersAnswerNotImplementedThroughBothPaths)
     ComPtr<IDispatch> object;
     ASSERT_EQ(factory(line->clsid)->CreateInstance(nullptr, IID_IDispatch, object.putVoid()), S_OK);
 
-    LPOLESTR name = const_cast<LPOLESTR>(L"Handle");
+    LPOLESTR name = const_cast<LPOLESTR>(L"StartPoint");
     DISPID id = 0;
     ASSERT_EQ(object->GetIDsOfNames(IID_NULL, &name, 1, LOCALE_USER_DEFAULT, &id), S_OK);
-    EXPECT_EQ(id, 0x400);
+    EXPECT_EQ(id, 0x1);
     DISPPARAMS none = {};
     nk::Variant result;
     EXCEPINFO info = {};

@@ -21,8 +21,8 @@ Check TypeName(line) = "IVeltLine", "line type is " & TypeName(line)
 
 ' Members that are not written yet answer E_NOTIMPL, reached by name like any other.
 On Error Resume Next
-Dim h : h = line.Handle
-Check Err.Number = NOT_SUPPORTED, "line.Handle answered " & Hex(Err.Number)
+Dim p : p = line.StartPoint
+Check Err.Number = NOT_SUPPORTED, "line.StartPoint answered " & Hex(Err.Number)
 Err.Clear
 line.Layer = "0"
 Check Err.Number = NOT_SUPPORTED, "line.Layer put answered " & Hex(Err.Number)

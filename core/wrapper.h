@@ -8,18 +8,30 @@
 
 #include <type_traits>
 
+#include "core/bound_object.h"
 #include "frame/connection.h"
 #include "frame/object.h"
 
 namespace nk {
 
+// Wrappers of database objects are bound to their object; the others (colours, preferences,
+// the database ...) hold what they stand for themselves.
+template <class Itf>
+constexpr bool kBoundToObject = std::is_base_of_v<IVeltObject, Itf>;
+struct Unbound {
+    explicit Unbound(const CLSID&) {}
+};
+
 template <class Tag, class Itf, class Source>
-class Wrapper : public ChainOf<Itf, Itf>::type,
+class Wrapper : public ChainOf<Itf, Itf, Wrapper<Tag, Itf, Source>>::type,
                 public EventSource,
                 public ISupportErrorInfo,
-                public IProvideClassInfo2 {
+                public IProvideClassInfo2,
+                public std::conditional_t<kBoundToObject<Itf>, BoundObject, Unbound> {
+    using Binding = std::conditional_t<kBoundToObject<Itf>, BoundObject, Unbound>;
+
 public:
-    Wrapper() : EventSource(sourceIid()) {}
+    Wrapper() : EventSource(sourceIid()), Binding(Tag::clsid()) {}
     virtual ~Wrapper() = default;
 
     static const CLSID& classId() { return Tag::clsid(); }
@@ -32,6 +44,10 @@ public:
         if (iid == IID_ISupportErrorInfo) return static_cast<ISupportErrorInfo*>(this);
         if (iid == IID_IProvideClassInfo || iid == IID_IProvideClassInfo2)
             return static_cast<IProvideClassInfo2*>(this);
+        if constexpr (kBoundToObject<Itf>) {
+            if (iid == __uuidof(IVeltBaseObject)) return static_cast<IVeltBaseObject*>(this);
+            if (iid == __uuidof(IRetrieveApplication)) return static_cast<IRetrieveApplication*>(this);
+        }
         return nullptr;
     }
 

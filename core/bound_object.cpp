@@ -1,0 +1,74 @@
+#include "core/bound_object.h"
+
+#include "services/linkmanager.h"
+
+namespace nk {
+
+BoundObject::~BoundObject() { forgetRecord(); }
+
+void BoundObject::forgetRecord()
+{
+    kx::VxDbObjectId id = ref_.objectId();
+    kx::VxAxOleLinkManager* links = kx::VxAxGetOleLinkManager();
+    if (links && identity_ && !id.isNull() && links->getIUnknown(id) == identity_) links->setIUnknown(id, nullptr);
+}
+
+HRESULT BoundObject::SetObjectId(kx::VxDbObjectId objectId, kx::VxDbObjectId, const wchar_t*)
+{
+    forgetRecord();
+    ref_.setObjectId(objectId);
+    if (!identity_) {
+        // Ask once, while the object is whole: the destructor can no longer.
+        IUnknown* unknown = nullptr;
+        if (SUCCEEDED(static_cast<IVeltBaseObject*>(this)->QueryInterface(IID_IUnknown, reinterpret_cast<void**>(&unknown)))) {
+            identity_ = unknown;
+            unknown->Release();
+        }
+    }
+    return S_OK;
+}
+
+HRESULT BoundObject::GetObjectId(kx::VxDbObjectId* objectId)
+{
+    if (!objectId) return E_POINTER;
+    *objectId = ref_.objectId();
+    return S_OK;
+}
+
+HRESULT BoundObject::Clone(kx::VxDbObjectId, IUnknown** copy)
+{
+    if (copy) *copy = nullptr;
+    return E_NOTIMPL;
+}
+
+HRESULT BoundObject::GetClassID(CLSID* clsid)
+{
+    if (!clsid) return E_POINTER;
+    *clsid = clsid_;
+    return S_OK;
+}
+
+HRESULT BoundObject::NullObjectId()
+{
+    forgetRecord();
+    ref_.setObjectId(kx::VxDbObjectId::kNull);
+    return S_OK;
+}
+
+HRESULT BoundObject::OnModified() { return S_OK; }
+
+HRESULT BoundObject::SetApplicationObject(IDispatch* application)
+{
+    app_ = application;
+    return S_OK;
+}
+
+HRESULT BoundObject::GetApplicationObject(IDispatch** application)
+{
+    if (!application) return E_POINTER;
+    *application = app_.get();
+    if (*application) (*application)->AddRef();
+    return S_OK;
+}
+
+}  // namespace nk

@@ -1,0 +1,215 @@
+#include "core/lookup.h"
+
+#include <cstring>
+
+#include "axsupport/errors.h"
+#include "core/binding.h"
+#include "db/database.h"
+#include "db/entity.h"
+#include "db/object.h"
+#include "frame/class_table.h"
+#include "frame/com.h"
+#include "kxauto.h"
+#include "services/linkmanager.h"
+
+namespace nk {
+namespace {
+
+constexpr HRESULT kNotBound = static_cast<HRESULT>(0x8021000B);
+constexpr HRESULT kNoApplicationInterface = static_cast<HRESULT>(0x8021000A);
+
+CLSID toClsid(const kx::VxClsid& id)
+{
+    CLSID c;
+    static_assert(sizeof(c) == sizeof(id));
+    std::memcpy(&c, &id, sizeof(c));
+    return c;
+}
+
+kx::VxClsid fromClsid(const CLSID& c)
+{
+    kx::VxClsid id;
+    std::memcpy(&id, &c, sizeof(c));
+    return id;
+}
+
+CLSID wrapperClassOf(const kx::VxDbObject* object)
+{
+    kx::VxClsid id;
+    if (object->getClassID(&id) == kx::Velt::eOk) return toClsid(id);
+    return object->isKindOf(kx::VxDbEntity::desc()) ? CLSID_VeltEntity : CLSID_VeltObject;
+}
+
+// Returns a downgraded write open to write on every path out.
+class ReadForTheLookup {
+public:
+    explicit ReadForTheLookup(kx::VxDbObject* object) : object_(object)
+    {
+        if (object_->isResident() && object_->isWriteEnabled()) {
+            ok_ = object_->downgradeOpen() == kx::Velt::eOk;
+            downgraded_ = ok_;
+        }
+    }
+    ~ReadForTheLookup()
+    {
+        if (downgraded_) object_->upgradeOpen();
+    }
+    bool ok() const { return ok_; }
+
+private:
+    kx::VxDbObject* object_;
+    bool ok_ = true;
+    bool downgraded_ = false;
+};
+
+}  // namespace
+
+HRESULT createWrapper(REFCLSID clsid, IUnknown** out)
+{
+    *out = nullptr;
+    ComPtr<IClassFactory> factory;
+    if (SUCCEEDED(getClassObject(clsid, IID_IClassFactory, factory.putVoid())) &&
+        SUCCEEDED(factory->CreateInstance(nullptr, IID_IUnknown, reinterpret_cast<void**>(out))))
+        return S_OK;
+    return CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown, reinterpret_cast<void**>(out));
+}
+
+void registerWrapperClasses()
+{
+    struct Pair {
+        const wchar_t* hostClass;
+        const CLSID* wrapper;
+    };
+    const Pair pairs[] = {
+        {L"KxDbLine", &CLSID_VeltLine},
+        {L"KxDbCircle", &CLSID_VeltCircle},
+        {L"KxDbArc", &CLSID_VeltArc},
+        {L"KxDbEllipse", &CLSID_VeltEllipse},
+        {L"KxDbPoint", &CLSID_VeltPoint},
+        {L"KxDbRay", &CLSID_VeltRay},
+        {L"KxDbXline", &CLSID_VeltXline},
+        {L"KxDbBlockReference", &CLSID_VeltBlockReference},
+        {L"KxDbBlockTable", &CLSID_VeltBlocks},
+        {L"KxDbBlockTableRecord", &CLSID_VeltBlock},
+        {L"KxDbDictionary", &CLSID_VeltDictionary},
+        {L"KxDbXrecord", &CLSID_VeltXRecord},
+        {L"KxDbGroup", &CLSID_VeltGroup},
+        {L"KxDbLayout", &CLSID_VeltLayout},
+        {L"KxDbPlotSettings", &CLSID_VeltPlotConfiguration},
+        {L"KxDbMaterial", &CLSID_VeltMaterial},
+        {L"KxDbTableStyle", &CLSID_VeltTableStyle},
+        {L"KxDbMLeaderStyle", &CLSID_VeltMLeaderStyle},
+        {L"KxDbLayerTable", &CLSID_VeltLayers},
+        {L"KxDbLayerTableRecord", &CLSID_VeltLayer},
+        {L"KxDbLinetypeTable", &CLSID_VeltLineTypes},
+        {L"KxDbLinetypeTableRecord", &CLSID_VeltLineType},
+        {L"KxDbTextStyleTable", &CLSID_VeltTextStyles},
+        {L"KxDbTextStyleTableRecord", &CLSID_VeltTextStyle},
+        {L"KxDbDimStyleTable", &CLSID_VeltDimStyles},
+        {L"KxDbDimStyleTableRecord", &CLSID_VeltDimStyle},
+        {L"KxDbUCSTable", &CLSID_VeltUCSs},
+        {L"KxDbUCSTableRecord", &CLSID_VeltUCS},
+        {L"KxDbViewTable", &CLSID_VeltViews},
+        {L"KxDbViewTableRecord", &CLSID_VeltView},
+        {L"KxDbViewportTable", &CLSID_VeltViewports},
+        {L"KxDbViewportTableRecord", &CLSID_VeltViewport},
+        {L"KxDbRegAppTable", &CLSID_VeltRegisteredApplications},
+        {L"KxDbRegAppTableRecord", &CLSID_VeltRegisteredApplication},
+    };
+    for (const Pair& p : pairs)
+        if (kx::VxRxClass* cls = kx::vxrxFindClass(p.hostClass)) cls->setClassId(fromClsid(*p.wrapper));
+}
+
+}  // namespace nk
+
+using namespace nk;
+
+HRESULT VxAxGetIUnknownOfObject(IUnknown** ppUnk, kx::VxDbObjectId id, IDispatch* app)
+{
+    if (!ppUnk) return E_POINTER;
+    *ppUnk = nullptr;
+    kx::VxDbObject* object = nullptr;
+    if (kx::vxdbOpenObject(object, id, kx::VxDb::kForRead) != kx::Velt::eOk) return E_FAIL;
+    HRESULT hr = VxAxGetIUnknownOfObject(ppUnk, object, app);
+    object->close();
+    return hr;
+}
+
+HRESULT VxAxGetIUnknownOfObject(IUnknown** ppUnk, kx::VxDbObject* object, IDispatch* app)
+{
+    if (!ppUnk) return E_POINTER;
+    *ppUnk = nullptr;
+    if (!object) return E_POINTER;
+    ReadForTheLookup readOpen(object);
+    if (!readOpen.ok()) return E_FAIL;
+
+    const CLSID clsid = wrapperClassOf(object);
+    kx::VxAxOleLinkManager* links = kx::VxAxGetOleLinkManager();
+    if (!links) return S_OK;
+
+    const kx::VxDbObjectId id = object->objectId();
+    if (auto* recorded = static_cast<IUnknown*>(links->getIUnknown(object))) {
+        ComPtr<IUnknown> wrapper(recorded);
+        ComPtr<IVeltBaseObject> base = wrapper.as<IVeltBaseObject>();
+        CLSID recordedClass = GUID_NULL;
+        if (base) base->GetClassID(&recordedClass);
+        if (recordedClass == clsid) {
+            *ppUnk = wrapper.detach();
+            return S_OK;
+        }
+        // The object changed class, or the record is stale: make a new wrapper.
+        links->setIUnknown(object, nullptr);
+    }
+
+    ComPtr<IUnknown> wrapper;
+    HRESULT hr = createWrapper(clsid, wrapper.put());
+    if (FAILED(hr)) return hr;
+
+    ComPtr<IVeltBaseObject> base = wrapper.as<IVeltBaseObject>();
+    if (!base || FAILED(base->SetObjectId(id, kx::VxDbObjectId::kNull, nullptr)))
+        return RaiseVxAXException(__uuidof(IVeltBaseObject), 0, kNotBound);
+    kx::VxDbObject* reopened = nullptr;
+    kx::Velt::ErrorStatus es = kx::vxdbOpenObject(reopened, id, kx::VxDb::kForRead);
+    if (es != kx::Velt::eOk) return RaiseVxAXException(__uuidof(IVeltObject), 0, static_cast<DWORD>(es));
+    links->setIUnknown(id, wrapper.get());
+    reopened->close();
+
+    ComPtr<IRetrieveApplication> retrieve = wrapper.as<IRetrieveApplication>();
+    if (!retrieve) hr = RaiseVxAXException(__uuidof(IVeltEntity), 0, kNoApplicationInterface);
+    else if (FAILED(retrieve->SetApplicationObject(app))) hr = RaiseVxAXException(__uuidof(IVeltEntity), 0, kNotBound);
+    if (FAILED(hr)) return hr;
+    *ppUnk = wrapper.detach();
+    return S_OK;
+}
+
+IUnknown* NkAuGetIUnknownOfDatabase(kx::VxDbDatabase* database, IDispatch* app)
+{
+    if (!database) return nullptr;
+    kx::VxAxOleLinkManager* links = kx::VxAxGetOleLinkManager();
+    if (links) {
+        if (auto* recorded = static_cast<IUnknown*>(links->getIUnknown(database))) {
+            recorded->AddRef();
+            return recorded;
+        }
+    }
+    ComPtr<IUnknown> wrapper;
+    if (FAILED(createWrapper(CLSID_VeltDatabase, wrapper.put()))) return nullptr;
+    if (auto bind = wrapper.as<IVeltBaseDatabase>()) {
+        if (FAILED(bind->SetDatabase(database))) return nullptr;
+    }
+    auto retrieve = wrapper.as<IRetrieveApplication>();
+    if (!retrieve || FAILED(retrieve->SetApplicationObject(app))) return nullptr;
+    return wrapper.detach();
+}
+
+HRESULT VxAxGetDatabase(kx::VxDbDatabase* database, IDispatch* app, IDispatch** ppDb)
+{
+    if (!ppDb) return E_POINTER;
+    *ppDb = nullptr;
+    ComPtr<IUnknown> wrapper = ComPtr<IUnknown>::adopt(NkAuGetIUnknownOfDatabase(database, app));
+    if (!wrapper) return E_FAIL;
+    return wrapper->QueryInterface(__uuidof(IVeltDatabase), reinterpret_cast<void**>(ppDb));
+}
+
+int32_t VxAxGetObjectId32(int64_t&) { return 0; }
+int64_t VxAxGetObjectId64(int32_t&) { return 0; }

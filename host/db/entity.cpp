@@ -1,0 +1,473 @@
+#include "db/entity.h"
+
+#include <cmath>
+
+#include "db/database.h"
+#include "db/dictionary.h"
+#include "db/internal.h"
+#include "db/objects.h"
+#include "db/symtables.h"
+#include "services/display.h"
+
+namespace kx {
+
+VX_RX_DEFINE_MEMBERS(VxDbEntity, VxDbObject, L"KxDbEntity", nullptr, nullptr)
+
+namespace {
+
+VxDbSymbolTable* tableOf(VxDbDatabase* db, VxDbObjectId tableId)
+{
+    return db ? VxDbSymbolTable::cast(detail::objectOf(tableId)) : nullptr;
+}
+
+std::wstring recordName(VxDbObjectId id)
+{
+    auto* record = VxDbSymbolTableRecord::cast(detail::objectOf(id));
+    return record ? record->name() : std::wstring();
+}
+
+}  // namespace
+
+VxCmColor VxDbEntity::color() const
+{
+    return VxCmColor(VxCmEntityColor(mColor));
+}
+
+Velt::ErrorStatus VxDbEntity::setColor(const VxCmColor& color, bool)
+{
+    if (Velt::ErrorStatus es = assertWriteEnabled())
+        return es;
+    VxCmEntityColor check;
+    if (Velt::ErrorStatus es = check.setColor(color.color()))
+        return es;
+    mColor = color.color();
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDbEntity::setColorIndex(int16_t index, bool)
+{
+    VxCmEntityColor color;
+    if (Velt::ErrorStatus es = color.setColorIndex(index))
+        return es;
+    return setField(mColor, color.color());
+}
+
+std::wstring VxDbEntity::layer() const { return recordName(mLayer); }
+
+Velt::ErrorStatus VxDbEntity::setLayer(const wchar_t* name, bool doSubents, bool allowHiddenLayer)
+{
+    if (!name)
+        return Velt::eInvalidInput;
+    VxDbDatabase* db = database();
+    VxDbSymbolTable* table = tableOf(db, db ? db->layerTableId() : VxDbObjectId());
+    if (!table)
+        return Velt::eNoDatabase;
+    VxDbObjectId id;
+    if (Velt::ErrorStatus es = table->getAt(name, id))
+        return es;
+    return setLayer(id, doSubents, allowHiddenLayer);
+}
+
+Velt::ErrorStatus VxDbEntity::setLayer(VxDbObjectId layerId, bool, bool allowHiddenLayer)
+{
+    if (Velt::ErrorStatus es = detail::checkReference(layerId, VxDbLayerTableRecord::desc(), database()))
+        return es;
+    auto* layer = VxDbLayerTableRecord::cast(detail::objectOf(layerId));
+    if (layer->isHidden() && !allowHiddenLayer)
+        return Velt::eInvalidInput;
+    if (Velt::ErrorStatus es = setField(mLayer, layerId))
+        return es;
+    setIntendedDatabase(layerId.database());
+    return Velt::eOk;
+}
+
+std::wstring VxDbEntity::linetype() const { return recordName(mLinetype); }
+
+Velt::ErrorStatus VxDbEntity::setLinetype(const wchar_t* name, bool doSubents)
+{
+    if (!name)
+        return Velt::eInvalidInput;
+    VxDbDatabase* db = database();
+    VxDbSymbolTable* table = tableOf(db, db ? db->linetypeTableId() : VxDbObjectId());
+    if (!table)
+        return Velt::eNoDatabase;
+    VxDbObjectId id;
+    if (Velt::ErrorStatus es = table->getAt(name, id))
+        return es;
+    return setLinetype(id, doSubents);
+}
+
+Velt::ErrorStatus VxDbEntity::setLinetype(VxDbObjectId linetypeId, bool)
+{
+    if (Velt::ErrorStatus es = detail::checkReference(linetypeId, VxDbLinetypeTableRecord::desc(), database()))
+        return es;
+    if (Velt::ErrorStatus es = setField(mLinetype, linetypeId))
+        return es;
+    setIntendedDatabase(linetypeId.database());
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDbEntity::setLinetypeScale(double scale, bool)
+{
+    if (!std::isfinite(scale) || scale <= 0.0)
+        return Velt::eInvalidInput;
+    return setField(mLinetypeScale, scale);
+}
+
+Velt::ErrorStatus VxDbEntity::setVisibility(VxDb::Visibility visibility, bool)
+{
+    if (visibility != VxDb::kVisible && visibility != VxDb::kInvisible)
+        return Velt::eInvalidInput;
+    return setField(mVisibility, uint8_t(visibility));
+}
+
+Velt::ErrorStatus VxDbEntity::setLineWeight(VxDb::LineWeight weight, bool)
+{
+    if (!VxDb::isValidLineWeight(weight))
+        return Velt::eInvalidInput;
+    return setField(mLineWeight, int16_t(weight));
+}
+
+VxDb::PlotStyleNameType VxDbEntity::getPlotStyleNameId(VxDbObjectId& id) const
+{
+    id = mPlotStyle;
+    return static_cast<VxDb::PlotStyleNameType>(mPlotStyleType);
+}
+
+std::wstring VxDbEntity::plotStyleName() const
+{
+    switch (mPlotStyleType) {
+    case VxDb::kPlotStyleNameByLayer: return vxdbGetReservedString(0);
+    case VxDb::kPlotStyleNameByBlock: return vxdbGetReservedString(1);
+    case VxDb::kPlotStyleNameIsDictDefault: return vxdbGetReservedString(5);
+    default: break;
+    }
+    VxDbDatabase* db = database();
+    auto* dictionary = db ? VxDbDictionary::cast(detail::objectOf(db->plotStyleNameDictionaryId())) : nullptr;
+    std::wstring name;
+    if (dictionary)
+        dictionary->nameAt(mPlotStyle, name);
+    return name;
+}
+
+Velt::ErrorStatus VxDbEntity::setPlotStyleName(const wchar_t* name, bool doSubents)
+{
+    if (!name || !*name)
+        return Velt::eInvalidInput;
+    if (vxEqualNoCase(name, vxdbGetReservedString(0)))
+        return setPlotStyleName(VxDb::kPlotStyleNameByLayer, VxDbObjectId(), doSubents);
+    if (vxEqualNoCase(name, vxdbGetReservedString(1)))
+        return setPlotStyleName(VxDb::kPlotStyleNameByBlock, VxDbObjectId(), doSubents);
+    VxDbDatabase* db = database();
+    if (!db)
+        return Velt::eNoDatabase;
+    auto* dictionary = VxDbDictionary::cast(detail::objectOf(db->plotStyleNameDictionaryId()));
+    VxDbObjectId id;
+    if (!dictionary)
+        return Velt::eKeyNotFound;
+    if (Velt::ErrorStatus es = dictionary->getAt(name, id))
+        return es;
+    return setPlotStyleName(VxDb::kPlotStyleNameById, id, doSubents);
+}
+
+Velt::ErrorStatus VxDbEntity::setPlotStyleName(VxDb::PlotStyleNameType type, VxDbObjectId id, bool)
+{
+    switch (type) {
+    case VxDb::kPlotStyleNameByLayer:
+    case VxDb::kPlotStyleNameByBlock:
+    case VxDb::kPlotStyleNameIsDictDefault:
+        id = VxDbObjectId();
+        break;
+    case VxDb::kPlotStyleNameById:
+        if (Velt::ErrorStatus es = detail::checkReference(id, nullptr, database()))
+            return es;
+        break;
+    default:
+        return Velt::eInvalidInput;
+    }
+    if (Velt::ErrorStatus es = assertWriteEnabled())
+        return es;
+    mPlotStyleType = uint8_t(type);
+    mPlotStyle = id;
+    return Velt::eOk;
+}
+
+VxCmTransparency VxDbEntity::transparency() const
+{
+    VxCmTransparency value;
+    value.serializeIn(mTransparency);
+    return value;
+}
+
+Velt::ErrorStatus VxDbEntity::setTransparency(const VxCmTransparency& value, bool)
+{
+    return setField(mTransparency, value.serializeOut());
+}
+
+std::wstring VxDbEntity::material() const
+{
+    auto* material = VxDbMaterial::cast(detail::objectOf(mMaterial));
+    return material ? material->name() : std::wstring();
+}
+
+Velt::ErrorStatus VxDbEntity::setMaterial(const wchar_t* name, bool doSubents)
+{
+    if (!name || !*name)
+        return Velt::eInvalidInput;
+    VxDbDatabase* db = database();
+    if (!db)
+        return Velt::eNoDatabase;
+    auto* dictionary = VxDbDictionary::cast(detail::objectOf(db->materialDictionaryId()));
+    if (!dictionary)
+        return Velt::eKeyNotFound;
+    VxDbObjectId id;
+    if (Velt::ErrorStatus es = dictionary->getAt(name, id))
+        return es;
+    return setMaterial(id, doSubents);
+}
+
+Velt::ErrorStatus VxDbEntity::setMaterial(VxDbObjectId materialId, bool)
+{
+    if (Velt::ErrorStatus es = detail::checkReference(materialId, VxDbMaterial::desc(), database()))
+        return es;
+    return setField(mMaterial, materialId);
+}
+
+Velt::ErrorStatus VxDbEntity::setDatabaseDefaults() { return setDatabaseDefaults(database()); }
+
+Velt::ErrorStatus VxDbEntity::setDatabaseDefaults(VxDbDatabase* db)
+{
+    if (!db)
+        return Velt::eNoDatabase;
+    if (Velt::ErrorStatus es = assertWriteEnabled())
+        return es;
+    if (isResident() && database() != db)
+        return Velt::eWrongDatabase;
+    setIntendedDatabase(db);
+    mLayer = db->clayer();
+    mLinetype = db->celtype();
+    mColor = db->cecolor().color();
+    mLinetypeScale = db->celtscale();
+    mLineWeight = int16_t(db->celweight());
+    mTransparency = db->cetransparency().serializeOut();
+    VxDbObjectId plotStyle;
+    mPlotStyleType = uint8_t(db->getCePlotStyleNameId(plotStyle));
+    mPlotStyle = plotStyle;
+    mMaterial = db->byLayerMaterialId();
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDbEntity::setPropertiesFrom(const VxDbEntity* other, bool)
+{
+    if (!other)
+        return Velt::eNullObjectPointer;
+    if (Velt::ErrorStatus es = assertWriteEnabled())
+        return es;
+    if (other->database() != database() && database())
+        return Velt::eWrongDatabase;
+    mLayer = other->mLayer;
+    mLinetype = other->mLinetype;
+    mMaterial = other->mMaterial;
+    mPlotStyle = other->mPlotStyle;
+    mLinetypeScale = other->mLinetypeScale;
+    mColor = other->mColor;
+    mTransparency = other->mTransparency;
+    mLineWeight = other->mLineWeight;
+    mPlotStyleType = other->mPlotStyleType;
+    mVisibility = other->mVisibility;
+    setIntendedDatabase(other->database());
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDbEntity::transformBy(const VxGeMatrix3d&) { return Velt::eNotApplicable; }
+
+Velt::ErrorStatus VxDbEntity::getTransformedCopy(const VxGeMatrix3d& xform, VxDbEntity*& copy) const
+{
+    copy = nullptr;
+    VxDbEntity* candidate = VxDbEntity::cast(clone());
+    if (!candidate)
+        return Velt::eNotApplicable;
+    if (Velt::ErrorStatus es = candidate->transformBy(xform)) {
+        delete candidate;
+        return es;
+    }
+    copy = candidate;
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDbEntity::getGeomExtents(VxGeExtents3d& extents) const
+{
+    extents.reset();
+    std::unique_ptr<VxGeCurve3d> curve = geCurve();
+    if (!curve)
+        return Velt::eNotApplicable;
+    return curve->getExtents(extents) ? Velt::eOk : Velt::eNotApplicable;
+}
+
+Velt::ErrorStatus VxDbEntity::intersectWith(const VxDbEntity* other, VxDb::Intersect intType,
+                                            std::vector<VxGePoint3d>& points, int64_t, int64_t) const
+{
+    if (!other)
+        return Velt::eNullObjectPointer;
+    if (intType < VxDb::kOnBothOperands || intType > VxDb::kExtendBoth)
+        return Velt::eInvalidInput;
+    std::unique_ptr<VxGeCurve3d> mine = geCurve();
+    std::unique_ptr<VxGeCurve3d> theirs = other->geCurve();
+    if (!mine || !theirs)
+        return Velt::eNotApplicable;
+    mine->intersectWith(*theirs, static_cast<VxGeExtend>(intType), points);
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDbEntity::highlight() const
+{
+    if (!isResident())
+        return Velt::eNotInDatabase;
+    VxHostDisplay::instance().setHighlight(objectId(), true);
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDbEntity::unhighlight() const
+{
+    if (!isResident())
+        return Velt::eNotInDatabase;
+    VxHostDisplay::instance().setHighlight(objectId(), false);
+    return Velt::eOk;
+}
+
+void VxDbEntity::visitReferences(VxDbReferenceVisitor& visitor)
+{
+    VxDbObject::visitReferences(visitor);
+    visitor.visit(mLayer, VxDb::kHardPointerRef);
+    visitor.visit(mLinetype, VxDb::kHardPointerRef);
+    if (!mMaterial.isNull())
+        visitor.visit(mMaterial, VxDb::kHardPointerRef);
+    if (!mPlotStyle.isNull())
+        visitor.visit(mPlotStyle, VxDb::kHardPointerRef);
+}
+
+void VxDbEntity::copyDataFrom(const VxDbObject& other)
+{
+    VxDbObject::copyDataFrom(other);
+    const auto& entity = static_cast<const VxDbEntity&>(other);
+    mLayer = entity.mLayer;
+    mLinetype = entity.mLinetype;
+    mMaterial = entity.mMaterial;
+    mPlotStyle = entity.mPlotStyle;
+    mLinetypeScale = entity.mLinetypeScale;
+    mColor = entity.mColor;
+    mTransparency = entity.mTransparency;
+    mLineWeight = entity.mLineWeight;
+    mPlotStyleType = entity.mPlotStyleType;
+    mVisibility = entity.mVisibility;
+}
+
+// ---- curves ----
+
+VX_RX_DEFINE_MEMBERS(VxDbCurve, VxDbEntity, L"KxDbCurve", nullptr, nullptr)
+
+bool VxDbCurve::isClosed() const
+{
+    std::unique_ptr<VxGeCurve3d> curve = geCurve();
+    return curve && curve->isClosed();
+}
+
+Velt::ErrorStatus VxDbCurve::getStartParam(double& param) const
+{
+    std::unique_ptr<VxGeCurve3d> curve = geCurve();
+    if (!curve)
+        return Velt::eNotApplicable;
+    double end;
+    curve->getInterval(param, end);
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDbCurve::getEndParam(double& param) const
+{
+    std::unique_ptr<VxGeCurve3d> curve = geCurve();
+    if (!curve)
+        return Velt::eNotApplicable;
+    double start;
+    curve->getInterval(start, param);
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDbCurve::getStartPoint(VxGePoint3d& point) const
+{
+    double param;
+    if (Velt::ErrorStatus es = getStartParam(param))
+        return es;
+    if (!std::isfinite(param))
+        return Velt::eNotApplicable;
+    return getPointAtParam(param, point);
+}
+
+Velt::ErrorStatus VxDbCurve::getEndPoint(VxGePoint3d& point) const
+{
+    double param;
+    if (Velt::ErrorStatus es = getEndParam(param))
+        return es;
+    if (!std::isfinite(param))
+        return Velt::eNotApplicable;
+    return getPointAtParam(param, point);
+}
+
+Velt::ErrorStatus VxDbCurve::getPointAtParam(double param, VxGePoint3d& point) const
+{
+    std::unique_ptr<VxGeCurve3d> curve = geCurve();
+    if (!curve)
+        return Velt::eNotApplicable;
+    double start, end;
+    curve->getInterval(start, end);
+    const double tol = 1e-10 * (1.0 + std::fabs(param));
+    if (!std::isfinite(param) || param < start - tol || param > end + tol)
+        return Velt::eInvalidInput;
+    point = curve->evalPoint(param);
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDbCurve::getParamAtPoint(const VxGePoint3d& point, double& param) const
+{
+    std::unique_ptr<VxGeCurve3d> curve = geCurve();
+    if (!curve)
+        return Velt::eNotApplicable;
+    const VxGePoint3d closest = curve->closestPointTo(point, &param);
+    if (!closest.isEqualTo(point, VxGeTol{1e-9, 1e-9}))
+        return Velt::eInvalidInput;
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDbCurve::getDistAtParam(double param, double& dist) const
+{
+    std::unique_ptr<VxGeCurve3d> curve = geCurve();
+    if (!curve)
+        return Velt::eNotApplicable;
+    double start, end;
+    curve->getInterval(start, end);
+    if (!std::isfinite(param) || !std::isfinite(start) || param < start - 1e-10 || param > end + 1e-10)
+        return Velt::eInvalidInput;
+    dist = curve->length(start, param);
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDbCurve::getClosestPointTo(const VxGePoint3d& given, VxGePoint3d& closest, bool extend) const
+{
+    std::unique_ptr<VxGeCurve3d> curve = extend ? geCurveExtended() : geCurve();
+    if (!curve)
+        return Velt::eNotApplicable;
+    closest = curve->closestPointTo(given);
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDbCurve::getArea(double& area) const
+{
+    area = 0.0;
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDbCurve::getOffsetCurves(double, std::vector<VxDbEntity*>&) const
+{
+    return Velt::eNotApplicable;
+}
+
+}  // namespace kx

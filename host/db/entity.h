@@ -1,0 +1,141 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "db/color.h"
+#include "db/object.h"
+#include "ge/curves.h"
+#include "ge/extents.h"
+#include "ge/matrix.h"
+#include "ge/point.h"
+
+namespace kx {
+
+// Base of everything that is drawn: the properties every entity has, and the
+// geometric operations each kind implements.
+class VxDbEntity : public VxDbObject {
+    VX_RX_DECLARE_MEMBERS(VxDbEntity)
+public:
+    // The block record that owns the entity.
+    VxDbObjectId blockId() const { return ownerId(); }
+
+    VxCmColor color() const;
+    VxCmEntityColor entityColor() const { return VxCmEntityColor(mColor); }
+    Velt::ErrorStatus setColor(const VxCmColor& color, bool doSubents = true);
+    // 0 by block, 256 by layer, 1 ... 255 an index.
+    int16_t colorIndex() const { return VxCmEntityColor(mColor).colorIndex(); }
+    Velt::ErrorStatus setColorIndex(int16_t index, bool doSubents = true);
+
+    VxDbObjectId layerId() const { return mLayer; }
+    std::wstring layer() const;
+    // eKeyNotFound for a name the layer table does not have; hidden layers
+    // only when allowed.
+    Velt::ErrorStatus setLayer(const wchar_t* name, bool doSubents = true, bool allowHiddenLayer = false);
+    Velt::ErrorStatus setLayer(VxDbObjectId layerId, bool doSubents = true, bool allowHiddenLayer = false);
+
+    VxDbObjectId linetypeId() const { return mLinetype; }
+    std::wstring linetype() const;
+    Velt::ErrorStatus setLinetype(const wchar_t* name, bool doSubents = true);
+    Velt::ErrorStatus setLinetype(VxDbObjectId linetypeId, bool doSubents = true);
+    double linetypeScale() const { return mLinetypeScale; }
+    // Must be above zero.
+    Velt::ErrorStatus setLinetypeScale(double scale, bool doSubents = true);
+
+    VxDb::Visibility visibility() const { return static_cast<VxDb::Visibility>(mVisibility); }
+    Velt::ErrorStatus setVisibility(VxDb::Visibility visibility, bool doSubents = true);
+    VxDb::LineWeight lineWeight() const { return static_cast<VxDb::LineWeight>(mLineWeight); }
+    Velt::ErrorStatus setLineWeight(VxDb::LineWeight weight, bool doSubents = true);
+
+    // "ByLayer", "ByBlock", the plot-style dictionary's default name, or the
+    // name of the entity's own plot style.
+    std::wstring plotStyleName() const;
+    VxDb::PlotStyleNameType getPlotStyleNameId(VxDbObjectId& id) const;
+    // By name: "ByLayer", "ByBlock" (any case) or a key of the plot-style
+    // dictionary (eKeyNotFound otherwise).
+    Velt::ErrorStatus setPlotStyleName(const wchar_t* name, bool doSubents = true);
+    Velt::ErrorStatus setPlotStyleName(VxDb::PlotStyleNameType type, VxDbObjectId id = VxDbObjectId(),
+                                       bool doSubents = true);
+
+    VxCmTransparency transparency() const;
+    Velt::ErrorStatus setTransparency(const VxCmTransparency& value, bool doSubents = true);
+
+    VxDbObjectId materialId() const { return mMaterial; }
+    std::wstring material() const;
+    // A key of the material dictionary (eKeyNotFound otherwise).
+    Velt::ErrorStatus setMaterial(const wchar_t* name, bool doSubents = true);
+    Velt::ErrorStatus setMaterial(VxDbObjectId materialId, bool doSubents = true);
+
+    // Takes the current layer, linetype, colour, scales, line weight, plot
+    // style, transparency and material of the database.
+    Velt::ErrorStatus setDatabaseDefaults();
+    Velt::ErrorStatus setDatabaseDefaults(VxDbDatabase* database);
+    // Copies the common properties of another entity.
+    Velt::ErrorStatus setPropertiesFrom(const VxDbEntity* other, bool doSubents = true);
+
+    virtual Velt::ErrorStatus transformBy(const VxGeMatrix3d& xform);
+    // A new, not resident entity: this one transformed. Kinds that a
+    // transformation turns into another kind (a circle scaled unevenly)
+    // answer with that kind.
+    virtual Velt::ErrorStatus getTransformedCopy(const VxGeMatrix3d& xform, VxDbEntity*& copy) const;
+    virtual Velt::ErrorStatus getGeomExtents(VxGeExtents3d& extents) const;
+    // Appends the points where the two entities meet; intType extends one,
+    // the other or both (lines to infinite lines, arcs to circles, elliptical
+    // arcs to ellipses).
+    virtual Velt::ErrorStatus intersectWith(const VxDbEntity* other, VxDb::Intersect intType,
+                                            std::vector<VxGePoint3d>& points, int64_t thisGsMarker = 0,
+                                            int64_t otherGsMarker = 0) const;
+    // The geometry as a curve, for the kinds that are curves.
+    virtual std::unique_ptr<VxGeCurve3d> geCurve() const { return nullptr; }
+
+    // No screen here: highlighting is recorded (see VxHostDisplay).
+    Velt::ErrorStatus highlight() const;
+    Velt::ErrorStatus unhighlight() const;
+
+    void visitReferences(VxDbReferenceVisitor& visitor) override;
+
+protected:
+    void copyDataFrom(const VxDbObject& other) override;
+
+private:
+    VxDbObjectId mLayer;
+    VxDbObjectId mLinetype;
+    VxDbObjectId mMaterial;
+    VxDbObjectId mPlotStyle;
+    double mLinetypeScale = 1.0;
+    uint32_t mColor = uint32_t(VxCmEntityColor::kByLayer) << 24;
+    uint32_t mTransparency = 0;  // packed, by layer
+    int16_t mLineWeight = VxDb::kLnWtByLayer;
+    uint8_t mPlotStyleType = VxDb::kPlotStyleNameByLayer;
+    uint8_t mVisibility = VxDb::kVisible;
+};
+
+// Entities that are curves: lines, arcs, circles, ellipses, rays,
+// construction lines. Parameters are those of the curve geometry: distance
+// along linear curves, angle on arcs, the ellipse parameter on ellipses.
+class VxDbCurve : public VxDbEntity {
+    VX_RX_DECLARE_MEMBERS(VxDbCurve)
+public:
+    virtual bool isClosed() const;
+    virtual bool isPeriodic() const { return false; }
+    Velt::ErrorStatus getStartParam(double& param) const;
+    Velt::ErrorStatus getEndParam(double& param) const;
+    Velt::ErrorStatus getStartPoint(VxGePoint3d& point) const;
+    Velt::ErrorStatus getEndPoint(VxGePoint3d& point) const;
+    Velt::ErrorStatus getPointAtParam(double param, VxGePoint3d& point) const;
+    // eInvalidInput when the point is not on the curve.
+    Velt::ErrorStatus getParamAtPoint(const VxGePoint3d& point, double& param) const;
+    Velt::ErrorStatus getDistAtParam(double param, double& dist) const;
+    Velt::ErrorStatus getClosestPointTo(const VxGePoint3d& given, VxGePoint3d& closest, bool extend = false) const;
+    virtual Velt::ErrorStatus getArea(double& area) const;
+    // New, not resident curves at the signed distance in the curve's plane;
+    // the caller owns them. Kinds without offsets answer eNotApplicable.
+    virtual Velt::ErrorStatus getOffsetCurves(double distance, std::vector<VxDbEntity*>& curves) const;
+
+protected:
+    // The curve extended as far as it goes (line, full circle, full ellipse).
+    virtual std::unique_ptr<VxGeCurve3d> geCurveExtended() const { return geCurve(); }
+};
+
+}  // namespace kx

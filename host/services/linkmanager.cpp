@@ -1,0 +1,109 @@
+#include "services/linkmanager.h"
+
+#include "db/database.h"
+#include "db/object.h"
+
+namespace kx {
+
+VxAxOleLinkManager* VxAxGetOleLinkManager()
+{
+    static VxAxOleLinkManager manager;
+    return &manager;
+}
+
+namespace {
+
+template <class Map, class Key>
+void* lookUp(const Map& map, const Key& key)
+{
+    auto it = map.find(key);
+    return it == map.end() ? nullptr : it->second;
+}
+
+template <class Map, class Key>
+void record(Map& map, const Key& key, void* value)
+{
+    if (value)
+        map[key] = value;
+    else
+        map.erase(key);
+}
+
+}  // namespace
+
+void* VxAxOleLinkManager::getIUnknown(VxDbObjectId id) const
+{
+    std::lock_guard lock(mMutex);
+    return lookUp(mObjects, id);
+}
+
+void VxAxOleLinkManager::setIUnknown(VxDbObjectId id, void* wrapper)
+{
+    if (id.isNull())
+        return;
+    std::lock_guard lock(mMutex);
+    record(mObjects, id, wrapper);
+}
+
+void* VxAxOleLinkManager::getIUnknown(const VxDbObject* object) const
+{
+    return object ? getIUnknown(object->objectId()) : nullptr;
+}
+
+void VxAxOleLinkManager::setIUnknown(const VxDbObject* object, void* wrapper)
+{
+    if (object)
+        setIUnknown(object->objectId(), wrapper);
+}
+
+void* VxAxOleLinkManager::getIUnknown(const VxDbDatabase* database) const
+{
+    std::lock_guard lock(mMutex);
+    return lookUp(mDatabases, database);
+}
+
+void VxAxOleLinkManager::setIUnknown(const VxDbDatabase* database, void* wrapper)
+{
+    if (!database)
+        return;
+    std::lock_guard lock(mMutex);
+    record(mDatabases, database, wrapper);
+}
+
+void* VxAxOleLinkManager::getDocument(const VxDbDatabase* database) const
+{
+    std::lock_guard lock(mMutex);
+    return lookUp(mDocuments, database);
+}
+
+void VxAxOleLinkManager::setDocument(const VxDbDatabase* database, void* document)
+{
+    if (!database)
+        return;
+    std::lock_guard lock(mMutex);
+    record(mDocuments, database, document);
+}
+
+size_t VxAxOleLinkManager::objectRecordCount() const
+{
+    std::lock_guard lock(mMutex);
+    return mObjects.size();
+}
+
+void VxAxOleLinkManager::forgetDatabase(const VxDbDatabase* database)
+{
+    std::lock_guard lock(mMutex);
+    mDatabases.erase(database);
+    mDocuments.erase(database);
+    for (auto it = mObjects.begin(); it != mObjects.end();) {
+        // The database is being deleted, so its ids may no longer resolve:
+        // compare by the database part of the id instead.
+        const VxDbDatabase* owner = detail::databaseOf(it->first.value());
+        if (!owner || owner == database)
+            it = mObjects.erase(it);
+        else
+            ++it;
+    }
+}
+
+}  // namespace kx
