@@ -5,6 +5,7 @@
 
 #include "frame/com.h"
 #include "frame/module.h"
+#include "frame/unknown.h"
 #include "core/levels.h"
 #include "core/wrapper.h"
 
@@ -12,28 +13,10 @@ namespace nk {
 namespace {
 
 // The standard cached class factory: no licensing; LockServer keeps the module loaded.
-class ClassFactory final : public IClassFactory {
+class ClassFactory final : public SingleInterfaceObject<IClassFactory> {
 public:
     explicit ClassFactory(CreateInstanceFn create) : create_(create) {}
 
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** ppv) override
-    {
-        if (!ppv) return E_POINTER;
-        if (iid != IID_IUnknown && iid != IID_IClassFactory) {
-            *ppv = nullptr;
-            return E_NOINTERFACE;
-        }
-        *ppv = static_cast<IClassFactory*>(this);
-        AddRef();
-        return S_OK;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override { return ++refs_; }
-    ULONG STDMETHODCALLTYPE Release() override
-    {
-        ULONG n = --refs_;
-        if (n == 0) delete this;
-        return n;
-    }
     HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown* outer, REFIID riid, void** ppv) override
     {
         return create_(outer, riid, ppv);
@@ -46,7 +29,6 @@ public:
 
 private:
     CreateInstanceFn create_;
-    std::atomic<ULONG> refs_{0};
 };
 
 HRESULT makeClassFactory(CreateInstanceFn create, REFIID riid, void** ppv)

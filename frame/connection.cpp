@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "frame/com.h"
+#include "frame/unknown.h"
 #include "kxauto.h"
 
 namespace nk {
@@ -13,7 +14,7 @@ namespace {
 
 // A snapshot enumerator over interface pointers or connection data.
 template <class EnumItf, class Item>
-class ListEnum final : public EnumItf {
+class ListEnum final : public SingleInterfaceObject<EnumItf> {
 public:
     explicit ListEnum(std::vector<Item> items) : items_(std::move(items))
     {
@@ -22,25 +23,6 @@ public:
     ~ListEnum()
     {
         for (auto& item : items_) release(item);
-    }
-
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** ppv) override
-    {
-        if (!ppv) return E_POINTER;
-        if (iid != IID_IUnknown && iid != __uuidof(EnumItf)) {
-            *ppv = nullptr;
-            return E_NOINTERFACE;
-        }
-        *ppv = static_cast<EnumItf*>(this);
-        AddRef();
-        return S_OK;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override { return ++refs_; }
-    ULONG STDMETHODCALLTYPE Release() override
-    {
-        ULONG n = --refs_;
-        if (n == 0) delete this;
-        return n;
     }
 
     HRESULT STDMETHODCALLTYPE Next(ULONG count, Item* out, ULONG* fetched) override
@@ -85,7 +67,6 @@ private:
 
     std::vector<Item> items_;
     size_t pos_ = 0;
-    ULONG refs_ = 0;
 };
 
 template <class EnumItf, class Item>

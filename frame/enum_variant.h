@@ -10,34 +10,13 @@
 #include <new>
 
 #include "frame/module.h"
+#include "frame/unknown.h"
 
 namespace nk {
 
-class EnumVariantBase : public IEnumVARIANT, private LiveObject {
+class EnumVariantBase : public SingleInterfaceObject<IEnumVARIANT>, private LiveObject {
 public:
     EnumVariantBase() = default;
-    EnumVariantBase(const EnumVariantBase&) = delete;
-    EnumVariantBase& operator=(const EnumVariantBase&) = delete;
-    virtual ~EnumVariantBase() = default;
-
-    HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** ppv) override
-    {
-        if (!ppv) return E_POINTER;
-        if (iid != IID_IUnknown && iid != IID_IEnumVARIANT) {
-            *ppv = nullptr;
-            return E_NOINTERFACE;
-        }
-        *ppv = static_cast<IEnumVARIANT*>(this);
-        AddRef();
-        return S_OK;
-    }
-    ULONG STDMETHODCALLTYPE AddRef() override { return ++refs_; }
-    ULONG STDMETHODCALLTYPE Release() override
-    {
-        ULONG n = --refs_;
-        if (n == 0) delete this;
-        return n;
-    }
 
     // Fills up to `count` VARIANTs with the items under the walk, advancing past each.
     // S_FALSE when fewer than asked were left.
@@ -95,9 +74,6 @@ protected:
     virtual HRESULT current(VARIANT* item) = 0;
     virtual void advance() = 0;
     virtual void restart() = 0;
-
-private:
-    std::atomic<ULONG> refs_{0};
 };
 
 }  // namespace nk

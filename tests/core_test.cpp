@@ -47,6 +47,7 @@ protected:
     {
         kx::VxDbBlockTableRecord* space = nullptr;
         EXPECT_EQ(kx::vxdbOpenObject(space, db->modelSpaceId(), kx::VxDb::kForWrite), kx::Velt::eOk);
+        if (!space) return {};
         auto* line = new kx::VxDbLine(from, to);
         line->setDatabaseDefaults(db.get());
         kx::VxDbObjectId id;
