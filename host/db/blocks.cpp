@@ -223,6 +223,19 @@ VX_RX_DEFINE_MEMBERS(VxDbBlockTable, VxDbSymbolTable, L"KxDbBlockTable", &vxrxCr
 
 const VxRxClass* VxDbBlockTable::recordClass() const { return VxDbBlockTableRecord::desc(); }
 
+void VxDbBlockTable::prepareName(VxDbSymbolTableRecord* record) const
+{
+    const std::wstring& name = record->name();
+    if (name.size() != 2 || name[0] != L'*')
+        return;
+    const wchar_t kind = wchar_t(vxFoldChar(name[1]) - 32);
+    if (kind == L'U' || kind == L'D' || kind == L'X' || kind == L'T' || kind == L'E' || kind == L'A') {
+        const std::wstring unique = uniqueAnonymousName(this, std::wstring(L"*") + kind);
+        detail::ForcedWrite write(record);
+        record->setName(unique.c_str());
+    }
+}
+
 std::wstring VxDbBlockTable::uniqueAnonymousName(const VxDbBlockTable* table, std::wstring_view prefix)
 {
     for (size_t n = 1;; ++n) {
@@ -298,7 +311,7 @@ Velt::ErrorStatus VxDbBlockReference::transformBy(const VxGeMatrix3d& xform)
 {
     if (Velt::ErrorStatus es = assertWriteEnabled())
         return es;
-    if (!xform.isScaledOrtho())
+    if (!xform.isUniScaledOrtho())
         return Velt::eCannotScaleNonUniformly;
     const double factor = xform.scale();
     if (!(factor > 0.0))

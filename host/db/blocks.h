@@ -53,7 +53,8 @@ public:
     bool isLayout() const;
     bool isModelSpace() const;
     bool isPaperSpace() const;
-    bool isAnonymous() const { return !name().empty() && name()[0] == L'*'; }
+    // "*U7" and the like; model space and paper spaces are not anonymous.
+    bool isAnonymous() const { return !name().empty() && name()[0] == L'*' && !isModelSpace() && !isPaperSpace(); }
     bool isFromExternalReference() const { return !mPathName.empty(); }
     bool isFromOverlayReference() const { return mOverlay; }
     Velt::ErrorStatus setIsFromOverlayReference(bool value) { return setField(mOverlay, value); }
@@ -90,9 +91,13 @@ class VxDbBlockTable : public VxDbSymbolTable {
     VX_RX_DECLARE_MEMBERS(VxDbBlockTable)
 public:
     const VxRxClass* recordClass() const override;
-    // A record named "*U", "*D", "*X", "*T" or "*E" alone gets a unique
-    // anonymous name ("*U7").
+    // The first free name of the prefix followed by a number ("*U7").
     static std::wstring uniqueAnonymousName(const VxDbBlockTable* table, std::wstring_view prefix);
+
+protected:
+    // A record added as "*U", "*D", "*X", "*T", "*E" or "*A" alone gets a
+    // unique anonymous name of that kind.
+    void prepareName(VxDbSymbolTableRecord* record) const override;
 };
 
 // An insertion of a block: position, scale, rotation about the normal.

@@ -407,7 +407,13 @@ VxDbObjectId VxDbDatabase::mleaderStyleDictionaryId() const
 }
 VxDbObjectId VxDbDatabase::imageDictionaryId() const { return childOf(mNamedObjectsDictionary, L"ACAD_IMAGE_DICT"); }
 
-VxDbObjectId VxDbDatabase::byLayerMaterialId() const { return childOf(materialDictionaryId(), L"ByLayer"); }
+VxDbObjectId VxDbDatabase::byLayerMaterialId() const
+{
+    const detail::Stub* stub = detail::stubOf(mByLayerMaterialCache);
+    if (!stub || !stub->object || (stub->flags & detail::kStubErased))
+        mByLayerMaterialCache = childOf(materialDictionaryId(), L"ByLayer");
+    return mByLayerMaterialCache;
+}
 VxDbObjectId VxDbDatabase::byBlockMaterialId() const { return childOf(materialDictionaryId(), L"ByBlock"); }
 VxDbObjectId VxDbDatabase::globalMaterialId() const { return childOf(materialDictionaryId(), L"Global"); }
 

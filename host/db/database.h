@@ -301,6 +301,9 @@ private:
         mViewTable, mViewportTable, mRegAppTable, mNamedObjectsDictionary;
     VxDbObjectId mLayerZero, mByLayerLinetype, mByBlockLinetype, mContinuousLinetype;
 
+    // Every new entity asks for it: kept while it stays live.
+    mutable VxDbObjectId mByLayerMaterialCache;
+
     std::array<VxDbHeaderValue, size_t(VxDbHeaderVar::kCount)> mHeader;
     std::wstring mFilename;
     std::unique_ptr<VxDbDatabaseSummaryInfo> mSummaryInfo;

@@ -4,9 +4,9 @@
 
 namespace kx::VxDb {
 
-enum OpenMode { kForRead = 0, kForWrite = 1, kForNotify = 2 };
+enum OpenMode : int { kForRead = 0, kForWrite = 1, kForNotify = 2 };
 
-enum Visibility { kVisible = 0, kInvisible = 1 };
+enum Visibility : int { kVisible = 0, kInvisible = 1 };
 
 // Line weight in hundredths of a millimetre, or one of the three specials.
 enum LineWeight : int16_t {
@@ -28,11 +28,11 @@ enum PlotStyleNameType : uint8_t {
 
 // Extension of the two curves in an intersection: none, this one, the other
 // one, or both (a segment extends to its line, an arc to its circle).
-enum Intersect { kOnBothOperands = 0, kExtendThis = 1, kExtendArg = 2, kExtendBoth = 3 };
+enum Intersect : int { kOnBothOperands = 0, kExtendThis = 1, kExtendArg = 2, kExtendBoth = 3 };
 
 // What a cross-database clone does with a record whose name the destination
 // already has.
-enum DuplicateRecordCloning {
+enum DuplicateRecordCloning : int {
     kDrcNotApplicable = 0,
     kDrcIgnore = 1,          // keep the destination's record
     kDrcReplace = 2,         // overwrite the destination's record
@@ -42,7 +42,7 @@ enum DuplicateRecordCloning {
 };
 
 // Drawing units of INSUNITS and of block records.
-enum UnitsValue {
+enum UnitsValue : int {
     kUnitsUndefined = 0, kUnitsInches = 1, kUnitsFeet = 2, kUnitsMiles = 3, kUnitsMillimeters = 4,
     kUnitsCentimeters = 5, kUnitsMeters = 6, kUnitsKilometers = 7, kUnitsMicroinches = 8, kUnitsMils = 9,
     kUnitsYards = 10, kUnitsAngstroms = 11, kUnitsNanometers = 12, kUnitsMicrons = 13, kUnitsDecimeters = 14,
@@ -50,11 +50,11 @@ enum UnitsValue {
     kUnitsLightYears = 19, kUnitsParsecs = 20, kUnitsMax = kUnitsParsecs,
 };
 
-enum MeasurementValue { kEnglish = 0, kMetric = 1 };
+enum MeasurementValue : int { kEnglish = 0, kMetric = 1 };
 
-enum BlockScaling { kAny = 0, kUniform = 1 };
+enum BlockScaling : int { kAny = 0, kUniform = 1 };
 
 // Kinds of references an object holds, for cloning, purging and writing.
-enum ReferenceKind { kSoftPointerRef = 0, kHardPointerRef = 1, kSoftOwnershipRef = 2, kHardOwnershipRef = 3 };
+enum ReferenceKind : int { kSoftPointerRef = 0, kHardPointerRef = 1, kSoftOwnershipRef = 2, kHardOwnershipRef = 3 };
 
 }  // namespace kx::VxDb

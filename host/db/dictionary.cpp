@@ -190,6 +190,14 @@ Velt::ErrorStatus VxDbDictionary::setAt(const wchar_t* key, VxDbObject* value, V
             return Velt::eWrongDatabase;
         if (value->isErased())
             return Velt::eWasErased;
+        // An entry of another dictionary moves over.
+        if (auto* previous = VxDbDictionary::cast(detail::objectOf(value->ownerId())); previous && previous != this) {
+            const size_t at = previous->indexOf(value->objectId());
+            if (at != previous->mEntries.size()) {
+                previous->mEntries.erase(previous->mEntries.begin() + ptrdiff_t(at));
+                previous->rebuildIndex();
+            }
+        }
         // Moving an entry under another key of this dictionary: drop the old key.
         const size_t old = indexOf(value->objectId());
         if (old != mEntries.size()) {

@@ -435,8 +435,10 @@ Velt::ErrorStatus VxDbEllipse::set(const VxGePoint3d& center, const VxGeVector3d
     mRadiusRatio = radiusRatio;
     const VxGeEllipArc3d full = VxGeEllipArc3d::fromAxisRatio(center, normal, majorAxis, radiusRatio);
     double start = full.paramFromAngle(vxgeNormalizeAngle(startAngle));
-    double sweepAngle = vxgeSweep(startAngle, endAngle);
-    double end = full.paramFromAngle(vxgeNormalizeAngle(startAngle) + sweepAngle);
+    const double sweepAngle = vxgeSweep(startAngle, endAngle);
+    // A full turn of angles is a full turn of parameters, exactly.
+    double end = sweepAngle >= kTwoPi ? start + kTwoPi
+                                      : full.paramFromAngle(vxgeNormalizeAngle(startAngle) + sweepAngle);
     normalizeParams(start, end);
     mStartParam = start;
     mEndParam = end;

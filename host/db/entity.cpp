@@ -30,7 +30,11 @@ std::wstring recordName(VxDbObjectId id)
 
 VxCmColor VxDbEntity::color() const
 {
-    return VxCmColor(VxCmEntityColor(mColor));
+    VxCmColor color{VxCmEntityColor(mColor)};
+    std::wstring colorName, bookName;
+    if (getColorNames(colorName, bookName))
+        color.setNames(colorName.c_str(), bookName.c_str());
+    return color;
 }
 
 Velt::ErrorStatus VxDbEntity::setColor(const VxCmColor& color, bool)
@@ -41,6 +45,7 @@ Velt::ErrorStatus VxDbEntity::setColor(const VxCmColor& color, bool)
     if (Velt::ErrorStatus es = check.setColor(color.color()))
         return es;
     mColor = color.color();
+    setColorNames(color.colorName(), color.bookName());
     return Velt::eOk;
 }
 
@@ -49,7 +54,10 @@ Velt::ErrorStatus VxDbEntity::setColorIndex(int16_t index, bool)
     VxCmEntityColor color;
     if (Velt::ErrorStatus es = color.setColorIndex(index))
         return es;
-    return setField(mColor, color.color());
+    if (Velt::ErrorStatus es = setField(mColor, color.color()))
+        return es;
+    setColorNames({}, {});
+    return Velt::eOk;
 }
 
 std::wstring VxDbEntity::layer() const { return recordName(mLayer); }
@@ -280,6 +288,15 @@ Velt::ErrorStatus VxDbEntity::setPropertiesFrom(const VxDbEntity* other, bool)
 }
 
 Velt::ErrorStatus VxDbEntity::transformBy(const VxGeMatrix3d&) { return Velt::eNotApplicable; }
+
+bool vxdbIsAcisDbEntity(const VxDbEntity*) { return false; }
+
+Velt::ErrorStatus vxdbGetTightVsmExtents(const VxDbEntity* entity, VxGeExtents3d& extents)
+{
+    if (!entity)
+        return Velt::eNullObjectPointer;
+    return entity->getGeomExtents(extents);
+}
 
 Velt::ErrorStatus VxDbEntity::getTransformedCopy(const VxGeMatrix3d& xform, VxDbEntity*& copy) const
 {

@@ -111,6 +111,10 @@ private:
     uint8_t mVisibility = VxDb::kVisible;
 };
 
+// Solid-modelling entities (none in this host yet) and their tight extents.
+bool vxdbIsAcisDbEntity(const VxDbEntity* entity);
+Velt::ErrorStatus vxdbGetTightVsmExtents(const VxDbEntity* entity, VxGeExtents3d& extents);
+
 // Entities that are curves: lines, arcs, circles, ellipses, rays,
 // construction lines. Parameters are those of the curve geometry: distance
 // along linear curves, angle on arcs, the ellipse parameter on ellipses.

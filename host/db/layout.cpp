@@ -70,6 +70,17 @@ void VxDbPlotSettings::getPlotPaperSize(double& width, double& height) const
     height = mData.paperHeight;
 }
 
+Velt::ErrorStatus VxDbPlotSettings::copyFrom(const VxRxObject* other)
+{
+    if (other && other->isA() != isA() && other->isKindOf(VxDbPlotSettings::desc())) {
+        Data data = static_cast<const VxDbPlotSettings*>(other)->mData;
+        data.name = mData.name;
+        data.modelType = mData.modelType;
+        return setField(mData, data);
+    }
+    return VxDbObject::copyFrom(other);
+}
+
 void VxDbPlotSettings::copyDataFrom(const VxDbObject& other)
 {
     VxDbObject::copyDataFrom(other);

@@ -18,10 +18,10 @@ class VxDbPlotSettingsValidator;
 class VxDbPlotSettings : public VxDbObject {
     VX_RX_DECLARE_MEMBERS(VxDbPlotSettings)
 public:
-    enum PlotPaperUnits { kInches = 0, kMillimeters = 1, kPixels = 2 };
-    enum PlotRotation { k0degrees = 0, k90degrees = 1, k180degrees = 2, k270degrees = 3 };
-    enum PlotType { kDisplay = 0, kExtents = 1, kLimits = 2, kView = 3, kWindow = 4, kLayout = 5 };
-    enum StdScaleType { kScaleToFit = 0, k1_1 = 16, kStdScaleMax = 32 };
+    enum PlotPaperUnits : int { kInches = 0, kMillimeters = 1, kPixels = 2 };
+    enum PlotRotation : int { k0degrees = 0, k90degrees = 1, k180degrees = 2, k270degrees = 3 };
+    enum PlotType : int { kDisplay = 0, kExtents = 1, kLimits = 2, kView = 3, kWindow = 4, kLayout = 5 };
+    enum StdScaleType : int { kScaleToFit = 0, k1_1 = 16, kStdScaleMax = 32 };
 
     // Everything the object holds, for readers and writers of drawings;
     // setData checks only what makes the data unusable.
@@ -65,6 +65,9 @@ public:
 
     const Data& data() const { return mData; }
     Velt::ErrorStatus setData(const Data& data);
+    // From any plot settings: a layout and plain settings exchange their
+    // plot data, each keeping its own name.
+    Velt::ErrorStatus copyFrom(const VxRxObject* other) override;
 
     const std::wstring& getPlotSettingsName() const { return mData.name; }
     Velt::ErrorStatus setPlotSettingsName(const wchar_t* name);

@@ -127,6 +127,23 @@ bool VxDbObject::isResident() const { return detail::slotOf(mId) != 0; }
 
 VxDbDatabase* VxDbObject::database() const { return mId ? detail::databaseOf(mId) : nullptr; }
 
+void VxDbObject::setColorNames(const std::wstring& colorName, const std::wstring& bookName)
+{
+    if (colorName.empty() && bookName.empty() && !mExtras)
+        return;
+    extras().colorName = colorName;
+    extras().bookName = bookName;
+}
+
+bool VxDbObject::getColorNames(std::wstring& colorName, std::wstring& bookName) const
+{
+    if (!mExtras || mExtras->colorName.empty())
+        return false;
+    colorName = mExtras->colorName;
+    bookName = mExtras->bookName;
+    return true;
+}
+
 void VxDbObject::setIntendedDatabase(VxDbDatabase* database)
 {
     if (isResident())
@@ -592,6 +609,10 @@ void VxDbObject::copyDataFrom(const VxDbObject& other)
     }
     if (other.mExtras && other.mExtras->xdata)
         extras().xdata = vxutDupRb(other.mExtras->xdata);
+    if (other.mExtras && !other.mExtras->colorName.empty())
+        setColorNames(other.mExtras->colorName, other.mExtras->bookName);
+    else if (mExtras)
+        setColorNames({}, {});
 }
 
 Velt::ErrorStatus VxDbObject::copyFrom(const VxRxObject* other)

@@ -50,6 +50,8 @@ public:
 
     static void* operator new(size_t size);
     static void operator delete(void* p, size_t size);
+    static void* operator new(size_t, void* place) noexcept { return place; }
+    static void operator delete(void*, void*) noexcept {}
 
     // Null until the object is appended to a database.
     VxDbObjectId objectId() const;
@@ -107,7 +109,7 @@ public:
 
     // Copies the data of an object of the same class (not its id, owner,
     // extension dictionary or reactors). Needs write.
-    Velt::ErrorStatus copyFrom(const VxRxObject* other);
+    virtual Velt::ErrorStatus copyFrom(const VxRxObject* other);
     // A new object of the same class with the same data, not resident.
     VxDbObject* clone() const;
 
@@ -133,6 +135,9 @@ protected:
     }
     // Prepares a not yet resident object for a database.
     void setIntendedDatabase(VxDbDatabase* database);
+    // Colour-book names kept for an entity's colour (rarely set).
+    void setColorNames(const std::wstring& colorName, const std::wstring& bookName);
+    bool getColorNames(std::wstring& colorName, std::wstring& bookName) const;
     void markModified() { mState |= kModified; }
 
 private:

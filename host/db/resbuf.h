@@ -82,7 +82,7 @@ VxResBufPtr vxutChain(std::initializer_list<VxResBuf*> items);
 // The classification of group codes: which kind of value a code carries.
 class VxDbDxfCode {
 public:
-    enum Type {
+    enum Type : int {
         kUnknown = 0,
         kName = 1,            // names: entity type, symbol names, application names
         kString = 2,          // free text

@@ -181,6 +181,7 @@ Velt::ErrorStatus VxDbSymbolTable::add(VxDbObjectId& id, VxDbSymbolTableRecord* 
         return Velt::eWrongObjectType;
     if (record->isResident())
         return Velt::eAlreadyInDb;
+    prepareName(record);
     if (!record->isValidName(record->name()))
         return Velt::eInvalidSymbolName;
     if (!record->name().empty() && !allowsDuplicateNames() && has(record->name().c_str()))

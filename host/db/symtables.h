@@ -92,6 +92,8 @@ public:
 
 protected:
     virtual bool allowsDuplicateNames() const { return false; }
+    // A last look at a record's name before it is added.
+    virtual void prepareName(VxDbSymbolTableRecord* record) const {}
 
 private:
     friend class VxDbSymbolTableRecord;

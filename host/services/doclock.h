@@ -12,7 +12,7 @@ class VxDbDatabase;
 // can decide itself through the lock hook. Locks nest.
 class VxAxDocLock {
 public:
-    enum LockType { kWrite = 0, kRead = 1 };
+    enum LockType : int { kWrite = 0, kRead = 1 };
     using LockHook = Velt::ErrorStatus (*)(VxDbDatabase* database, int lockType);
 
     // The lock of the database that holds the object. An object that is in

@@ -96,8 +96,7 @@ void VxAxOleLinkManager::forgetDatabase(const VxDbDatabase* database)
     mDatabases.erase(database);
     mDocuments.erase(database);
     for (auto it = mObjects.begin(); it != mObjects.end();) {
-        // The database is being deleted, so its ids may no longer resolve:
-        // compare by the database part of the id instead.
+        // Records of ids that no longer resolve go as well.
         const VxDbDatabase* owner = detail::databaseOf(it->first.value());
         if (!owner || owner == database)
             it = mObjects.erase(it);

@@ -437,6 +437,29 @@ TEST(DbRx, ClassesByNameDerivationAndProtocolExtensions)
     EXPECT_EQ(vxrxFindClass(L"TestProtocol"), nullptr);
 }
 
+TEST(DbStatus, EveryFailureIsKnownToTheAutomationLayer)
+{
+    // The keys of the automation layer's status table that map to failures.
+    const std::pair<int, int> failures[] = {
+        {1, 18},    {20, 59},   {61, 77},   {80, 107},  {110, 110}, {120, 120}, {122, 142}, {150, 173},
+        {180, 180}, {190, 193}, {200, 207}, {210, 213}, {220, 222}, {230, 232}, {250, 254}, {260, 261},
+        {290, 292}, {300, 303}, {310, 312}, {314, 314}, {320, 323}, {325, 325}, {330, 335}, {337, 338},
+        {340, 340}, {342, 346}, {348, 352}, {354, 376}, {378, 411}, {420, 420}, {430, 431}, {550, 550},
+        {1001, 1003}, {1101, 1104}, {1201, 1203}, {20002, 20011}, {20013, 20052},
+    };
+    int named = 0;
+    for (int status = 1; status <= 20100; ++status) {
+        if (std::strcmp(Velt::statusName(Velt::ErrorStatus(status)), "(unknown status)") == 0)
+            continue;
+        ++named;
+        bool known = false;
+        for (const auto& run : failures)
+            known = known || (status >= run.first && status <= run.second);
+        EXPECT_TRUE(known) << "status " << status << " would pass for success";
+    }
+    EXPECT_GT(named, 50);
+}
+
 TEST(DbStatus, NamesOfStatuses)
 {
     EXPECT_STREQ(Velt::statusName(Velt::eWasErased), "eWasErased");

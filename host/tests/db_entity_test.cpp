@@ -81,6 +81,12 @@ TEST(DbEntity, CommonPropertiesAndDatabaseDefaults)
     EXPECT_EQ(open->setLinetype(L"hidden"), Velt::eOk);
     EXPECT_EQ(open->linetype(), L"HIDDEN");
     EXPECT_EQ(open->setLinetype(L"DASHED"), Velt::eKeyNotFound);
+    VxCmColor booked;
+    booked.setRGB(200, 100, 50);
+    booked.setNames(L"Terracotta", L"Tarsk Colours");
+    EXPECT_EQ(open->setColor(booked), Velt::eOk);
+    EXPECT_EQ(open->color().colorName(), L"Terracotta");
+    EXPECT_EQ(open->color().blue(), 50);
     EXPECT_EQ(open->setColorIndex(257), Velt::eOutOfRange);
     EXPECT_EQ(open->setColorIndex(0), Velt::eOk);
     EXPECT_TRUE(open->color().isByBlock());

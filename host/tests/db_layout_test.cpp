@@ -165,15 +165,21 @@ TEST(DbPlotSettings, TheValidatorRefusesWhatNoDeviceCanDo)
     EXPECT_EQ(validator->setCurrentStyleSheet(layout.get(), L"monochrome.stb"), Velt::eInvalidStyleSheet);
     EXPECT_EQ(validator->setCurrentStyleSheet(layout.get(), L""), Velt::eOk);
 
-    // Model settings cannot plot a layout; settings copy as a whole.
+    // Model settings cannot plot a layout; settings copy between layouts
+    // and plain settings, each keeping its name.
     VxDbPlotSettings model(true);
     EXPECT_EQ(validator->setPlotType(&model, VxDbPlotSettings::kLayout), Velt::eInvalidInput);
     VxDbPlotSettings copy;
-    ASSERT_EQ(copy.copyFrom(layout.get()), Velt::eWrongObjectType);  // a layout is not plain settings
+    copy.setPlotSettingsName(L"Copy");
+    ASSERT_EQ(copy.copyFrom(layout.get()), Velt::eOk);
+    EXPECT_EQ(copy.getPlotCfgName(), L"Tarsk PNG.pc3");
+    EXPECT_EQ(copy.getPlotSettingsName(), L"Copy");
     VxDbPlotSettings other;
     validator->setPlotCfgName(&other, L"Tarsk PDF.pc3");
-    ASSERT_EQ(copy.copyFrom(&other), Velt::eOk);
-    EXPECT_EQ(copy.getPlotCfgName(), L"Tarsk PDF.pc3");
+    ASSERT_EQ(layout->copyFrom(&other), Velt::eOk);
+    EXPECT_EQ(layout->getPlotCfgName(), L"Tarsk PDF.pc3");
+    EXPECT_EQ(layout->layoutName(), L"Layout1");
+    EXPECT_EQ(layout->copyFrom(db.layerZero().objectClass()), Velt::eWrongObjectType);
 
     // The plain settings are not the validator's business.
     EXPECT_EQ(layout->setPlotViewportBorders(true), Velt::eOk);
