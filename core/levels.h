@@ -3,7 +3,12 @@
 // the pending list.
 #pragma once
 
+#include "axsupport/conversions.h"
+#include "core/entity_members.h"
+#include "core/hyperlinks.h"
 #include "core/object_members.h"
+#include "containers/block.h"
+#include "entities/line.h"
 #include "frame/object.h"
 
 namespace nk {
@@ -13,4 +18,42 @@ struct Level<IVeltObject, Self, Base> {
     using type = ObjectMembers<Self, Pending<IVeltObject, Base>>;
 };
 
+template <class Self, class Base>
+struct Level<IVeltEntity, Self, Base> {
+    using type = EntityMembers<Self, Pending<IVeltEntity, Base>>;
+};
+
+template <class Self, class Base>
+struct Level<IVeltVxCmColor, Self, Base> {
+    using type = CmColorMembers<Self, Pending<IVeltVxCmColor, Base>>;
+};
+
+template <class Self, class Base>
+struct Level<IVeltHyperlinks, Self, Base> {
+    using type = HyperlinksMembers<Self, Pending<IVeltHyperlinks, Base>>;
+};
+
+template <class Self, class Base>
+struct Level<IVeltHyperlink, Self, Base> {
+    using type = HyperlinkMembers<Self, Pending<IVeltHyperlink, Base>>;
+};
+
+template <class Self, class Base>
+struct Level<IVeltLine, Self, Base> {
+    using type = LineMembers<Self, Pending<IVeltLine, Base>>;
+};
+
+// Model space and paper space share the block's members.
+template <class Self, class Base>
+struct Level<IVeltBlock, Self, Base> {
+    using type = BlockMembers<Self, Pending<IVeltBlock, Base>>;
+};
+
 }  // namespace nk
+
+// Levels and classes written by hand, each with its own header.
+#include "objects/database.h"
+#include "objects/document.h"
+#include "objects/id_pair.h"
+#include "objects/preferences.h"
+#include "objects/summary_info.h"

@@ -33,10 +33,25 @@ kx::VxClsid fromClsid(const CLSID& c)
     return id;
 }
 
+// Model space and the current paper-space block are block records with classes of their
+// own, so that their wrappers answer IVeltModelSpace and IVeltPaperSpace.
+CLSID spaceClassOf(const kx::VxDbObject* object, const CLSID& blockClass)
+{
+    const kx::VxDbDatabase* db = object->database();
+    if (!db || !object->isResident()) return blockClass;
+    const kx::VxDbObjectId id = object->objectId();
+    if (id == db->modelSpaceId()) return CLSID_VeltModelSpace;
+    if (id == db->paperSpaceId()) return CLSID_VeltPaperSpace;
+    return blockClass;
+}
+
 CLSID wrapperClassOf(const kx::VxDbObject* object)
 {
     kx::VxClsid id;
-    if (object->getClassID(&id) == kx::Velt::eOk) return toClsid(id);
+    if (object->getClassID(&id) == kx::Velt::eOk) {
+        const CLSID clsid = toClsid(id);
+        return clsid == CLSID_VeltBlock ? spaceClassOf(object, clsid) : clsid;
+    }
     return object->isKindOf(kx::VxDbEntity::desc()) ? CLSID_VeltEntity : CLSID_VeltObject;
 }
 

@@ -191,6 +191,7 @@ struct Pending {
     std::unique_ptr<VxDbObject> object;  // until it is resident
     VxDbObject* live = nullptr;          // once it is (open for write until the end)
     VxDbObjectId id;
+    bool synthetic = false;  // the file gave no handle; one was chosen from the unused ones
 };
 
 enum TableKind { kVport, kLtype, kLayer, kStyle, kView, kUcs, kAppid, kDimstyle, kBlockRecord, kTableCount };
@@ -239,6 +240,18 @@ struct HeaderVar {
     Record groups;
 };
 
+// A name the host accepts: characters it refuses become "_".
+std::wstring sanitizedName(std::wstring name)
+{
+    for (wchar_t& c : name) {
+        if (uint32_t(c) < 0x20 || std::wstring_view(L"<>/\\\":;?*,=`").find(c) != std::wstring_view::npos)
+            c = L'_';
+    }
+    if (name.size() > 255)
+        name.resize(255);
+    return name;
+}
+
 struct StringHash {
     using is_transparent = void;
     size_t operator()(std::string_view text) const { return std::hash<std::string_view>()(text); }
@@ -267,7 +280,7 @@ private:
     void warn(std::string text);
 
     void splitHead(const Record& record, Head& head, VxResBufPtr& xdata, std::vector<size_t>& body,
-                   bool entity, int handleCode = 5);
+                   int handleCode = 5);
     VxResBufPtr buildXData(const Record& record, size_t first);
     void takeHead(Pending& pending, Head& head);
     void applyXData(VxDbObject* object, VxResBufPtr& xdata);
@@ -287,6 +300,7 @@ private:
     std::wstring text(std::string_view raw) const { return decodeText(raw, mUtf8); }
 
     // ---- placing ----
+    void assignMissingHandles();
     void place();
     bool reserveExact(uint64_t handle);
     void noteHandle(Pending& pending);
@@ -345,6 +359,7 @@ private:
     std::vector<std::pair<std::string, VxDbDxfGroups>> mHeaderExtras;
 
     Record mRecord;  // reused for every record
+    std::vector<size_t> mOwn;
     Record mMain;    // an entity whose vertices or attributes follow
     std::vector<Record> mSubs;
     std::vector<size_t> mBody;
@@ -385,11 +400,12 @@ bool Reader::nextRecord(Record& record)
 
 bool Reader::skipSection()
 {
-    while (nextRecord(mRecord)) {
-        if (mRecord.type == "ENDSEC")
+    // Sections of other kinds need not consist of records.
+    while (mIn.next()) {
+        if (mIn.code() == 0 && mIn.trimmedValue() == "ENDSEC")
             return true;
     }
-    return false;
+    return mIn.failed() ? false : mIn.fail(Velt::eEndOfFile, "the file ends inside a section");
 }
 
 uint32_t Reader::internLayer(std::string_view raw)
@@ -407,6 +423,8 @@ uint32_t Reader::internLayer(std::string_view raw)
         if (name.name.empty())
             name.name = L"0";
         auto record = mRecordByName[kLayer].find(name.name);
+        if (record == mRecordByName[kLayer].end() && !vxIsValidSymbolName(name.name))
+            record = mRecordByName[kLayer].find(name.name = sanitizedName(name.name));
         if (record != mRecordByName[kLayer].end()) {
             name.record = record->second;
         } else if (vxIsValidSymbolName(name.name)) {
@@ -438,6 +456,8 @@ uint32_t Reader::internLinetype(std::string_view raw)
     InternedName name;
     name.name = text(raw);
     auto record = mRecordByName[kLtype].find(name.name);
+    if (record == mRecordByName[kLtype].end() && !vxIsValidSymbolName(name.name))
+        record = mRecordByName[kLtype].find(sanitizedName(name.name));
     if (record != mRecordByName[kLtype].end())
         name.record = record->second;
     else
@@ -450,10 +470,9 @@ uint32_t Reader::internLinetype(std::string_view raw)
 // Takes the head groups out of a record: handle, application groups of
 // reactors and extension dictionary, owner, extended data. The remaining
 // groups' indices go to body.
-void Reader::splitHead(const Record& record, Head& head, VxResBufPtr& xdata, std::vector<size_t>& body, bool entity,
+void Reader::splitHead(const Record& record, Head& head, VxResBufPtr& xdata, std::vector<size_t>& body,
                        int handleCode)
 {
-    (void)entity;
     body.clear();
     bool seenSubclass = false;
     const size_t count = record.size();
@@ -577,26 +596,31 @@ VxDbDxfGroups Reader::keepGroups(const Record& record, const std::vector<size_t>
 
 bool Reader::expectSectionStart(std::string& name)
 {
-    if (!mIn.next())
-        return false;
-    if (mIn.code() == 999) {  // comments may stand anywhere between sections
-        return expectSectionStart(name);
+    // Between sections only comments belong; some writers leave stray groups
+    // there, which are passed over.
+    bool strays = false;
+    while (mIn.next()) {
+        if (mIn.code() == 0) {
+            const std::string_view value = mIn.trimmedValue();
+            if (value == "EOF") {
+                name = "EOF";
+                return true;
+            }
+            if (value == "SECTION") {
+                if (!mIn.next())
+                    return mIn.failed() ? false : mIn.fail(Velt::eEndOfFile, "the file ends after SECTION");
+                if (mIn.code() != 2)
+                    return mIn.fail(Velt::eInvalidDxfCode, "a section name expected");
+                name.assign(mIn.trimmedValue());
+                return true;
+            }
+        }
+        if (mIn.code() != 999 && !strays) {
+            strays = true;
+            warn("groups outside of any section were passed over");
+        }
     }
-    if (mIn.code() != 0)
-        return mIn.fail(Velt::eInvalidDxfCode, "a section must start with group 0");
-    const std::string_view value = mIn.trimmedValue();
-    if (value == "EOF") {
-        name = "EOF";
-        return true;
-    }
-    if (value != "SECTION")
-        return mIn.fail(Velt::eInvalidDxfCode, "SECTION expected");
-    if (!mIn.next())
-        return mIn.fail(Velt::eEndOfFile, "the file ends after SECTION");
-    if (mIn.code() != 2)
-        return mIn.fail(Velt::eInvalidDxfCode, "a section name expected");
-    name.assign(mIn.trimmedValue());
-    return true;
+    return false;
 }
 
 bool Reader::readHeader()
@@ -914,19 +938,8 @@ VxResBufPtr takeXDataApp(VxResBufPtr& chain, const wchar_t* app)
     return VxResBufPtr();
 }
 
-double degrees(double radians) { return radians * 180.0 / kPi; }
 double radians(double degrees) { return degrees * kPi / 180.0; }
 
-std::wstring sanitizedName(std::wstring name)
-{
-    for (wchar_t& c : name) {
-        if (uint32_t(c) < 0x20 || std::wstring_view(L"<>/\\\":;?*,=`").find(c) != std::wstring_view::npos)
-            c = L'_';
-    }
-    if (name.size() > 255)
-        name.resize(255);
-    return name;
-}
 
 VxCmColor colorFrom(int64_t index, int64_t trueColor, bool hasTrueColor)
 {
@@ -964,7 +977,7 @@ void Reader::parseRecord(Record& record, int table)
 {
     Head head;
     VxResBufPtr xdata;
-    splitHead(record, head, xdata, mBody, false, table == kDimstyle ? 105 : 5);
+    splitHead(record, head, xdata, mBody, table == kDimstyle ? 105 : 5);
     PendingRecord pending;
     pending.table = table;
     takeHead(pending, head);
@@ -979,7 +992,9 @@ void Reader::parseRecord(Record& record, int table)
             flags = int(record.integer(i));
     }
     VxDbSymbolTableRecord* object = nullptr;
-    auto linkTo = [this](std::function<void()> work) { mLinks.push_back(std::move(work)); };
+    // References are resolved later, and only for a record that is kept.
+    std::vector<std::function<void()>> links;
+    auto linkTo = [&links](std::function<void()> work) { links.push_back(std::move(work)); };
 
     switch (table) {
     case kLayer: {
@@ -1403,6 +1418,8 @@ void Reader::parseRecord(Record& record, int table)
     applyXData(object, xdata);
     pending.object.reset(object);
     mRecords.push_back(std::move(pending));
+    for (auto& work : links)
+        mLinks.push_back(std::move(work));
     mTables[table].records.push_back(index);
     if (table == kBlockRecord) {
         const uint32_t block = uint32_t(mBlocks.size());
@@ -1415,3 +1432,1389 @@ void Reader::parseRecord(Record& record, int table)
             mBlockByRecordHandle.emplace(head.handle, block);
     }
 }
+
+// ---- entities ----
+
+namespace {
+
+// Object coordinates (the arbitrary axis rule of the normal) to world.
+VxGePoint3d ocsToWcs(const VxGePoint3d& p, const VxGeVector3d& normal)
+{
+    if (normal.x == 0.0 && normal.y == 0.0 && normal.z > 0.0)
+        return p;
+    VxGeMatrix3d m;
+    m.setToPlaneToWorld(normal);
+    VxGePoint3d out = p;
+    out.transformBy(m);
+    return out;
+}
+
+struct Vec3Reader {
+    VxGePoint3d value;
+    bool apply(int code, int base, double v)
+    {
+        if (code == base)
+            value.x = v;
+        else if (code == base + 10)
+            value.y = v;
+        else if (code == base + 20)
+            value.z = v;
+        else
+            return false;
+        return true;
+    }
+};
+
+}  // namespace
+
+VxDbEntity* Reader::makeKnownEntity(const Record& record, const std::vector<size_t>& body, bool& keepOpaque)
+{
+    keepOpaque = false;
+    const std::string& type = record.type;
+    Vec3Reader p10, p11;
+    Vec3Reader normal;
+    normal.value = VxGePoint3d{0, 0, 1};
+    double r40 = 0, r41 = 0, r42 = 0, r43 = 1, a50 = 0, a51 = 0, thickness = 0;
+    bool has41 = false, has42 = false, has43 = false;
+    int64_t columns = 1, rows = 1;
+    std::string_view blockName;
+    for (size_t i : body) {
+        const int code = record.code(i);
+        if (code == 100)
+            continue;
+        if (code == 2) {
+            blockName = record.value(i);
+            continue;
+        }
+        if (code == 70 || code == 71) {
+            (code == 70 ? columns : rows) = record.integer(i);
+            continue;
+        }
+        if (code == 66)
+            continue;
+        const double v = record.real(i);
+        if (p10.apply(code, 10, v) || p11.apply(code, 11, v) || normal.apply(code, 210, v))
+            continue;
+        switch (code) {
+        case 39: thickness = v; break;
+        case 40: r40 = v; break;
+        case 41: r41 = v; has41 = true; break;
+        case 42: r42 = v; has42 = true; break;
+        case 43: r43 = v; has43 = true; break;
+        case 44: case 45: break;
+        case 50: a50 = v; break;
+        case 51: a51 = v; break;
+        default:
+            // Something this kind does not hold: keep the record as it is.
+            keepOpaque = true;
+            return nullptr;
+        }
+    }
+    const VxGeVector3d n = normal.value.asVector();
+    auto ok = [&](Velt::ErrorStatus es) {
+        if (es != Velt::eOk)
+            keepOpaque = true;
+        return es == Velt::eOk;
+    };
+    std::unique_ptr<VxDbEntity> made;
+    if (type == "LINE") {
+        auto* line = new VxDbLine(p10.value, p11.value);
+        made.reset(line);
+        ok(line->setNormal(n)) && ok(line->setThickness(thickness));
+    } else if (type == "CIRCLE") {
+        auto* circle = new VxDbCircle();
+        made.reset(circle);
+        ok(circle->setNormal(n)) && ok(circle->setCenter(ocsToWcs(p10.value, n.normal()))) &&
+            ok(circle->setRadius(r40)) && ok(circle->setThickness(thickness));
+    } else if (type == "ARC") {
+        auto* arc = new VxDbArc();
+        made.reset(arc);
+        ok(arc->setNormal(n)) && ok(arc->setCenter(ocsToWcs(p10.value, n.normal()))) && ok(arc->setRadius(r40)) &&
+            ok(arc->setStartAngle(radians(a50))) && ok(arc->setEndAngle(radians(a51))) &&
+            ok(arc->setThickness(thickness));
+    } else if (type == "ELLIPSE") {
+        auto* ellipse = new VxDbEllipse();
+        made.reset(ellipse);
+        if (!has41)
+            r41 = 0.0;
+        if (!has42)
+            r42 = kTwoPi;
+        ok(ellipse->set(p10.value, n, p11.value.asVector(), r40)) && ok(ellipse->setStartParam(r41)) &&
+            ok(ellipse->setEndParam(r42));
+    } else if (type == "POINT") {
+        auto* point = new VxDbPoint(p10.value);
+        made.reset(point);
+        ok(point->setNormal(n)) && ok(point->setThickness(thickness)) && ok(point->setEcsRotation(radians(a50)));
+    } else if (type == "RAY" || type == "XLINE") {
+        VxDbLinearBase* linear = type == "RAY" ? static_cast<VxDbLinearBase*>(new VxDbRay())
+                                               : static_cast<VxDbLinearBase*>(new VxDbXline());
+        made.reset(linear);
+        ok(linear->setBasePoint(p10.value)) && ok(linear->setUnitDir(p11.value.asVector()));
+    } else if (type == "INSERT") {
+        if (columns > 1 || rows > 1 || blockName.empty()) {
+            keepOpaque = true;
+            return nullptr;
+        }
+        auto* insert = new VxDbBlockReference();
+        made.reset(insert);
+        ok(insert->setNormal(n)) && ok(insert->setPosition(ocsToWcs(p10.value, n.normal()))) &&
+            ok(insert->setScaleFactors(VxGeVector3d{has41 ? r41 : 1.0, has42 ? r42 : 1.0, has43 ? r43 : 1.0})) &&
+            ok(insert->setRotation(radians(a50)));
+    } else {
+        keepOpaque = true;
+    }
+    if (keepOpaque)
+        return nullptr;
+    return made.release();
+}
+
+void Reader::parseEntity(Record& record, uint32_t block, std::vector<Record>* subRecords)
+{
+    Head head;
+    VxResBufPtr xdata;
+    splitHead(record, head, xdata, mBody);
+    ++mInfo.entities;
+
+    // Sort the groups: the common entity part (before the kind's own
+    // subclass) gives the entity's properties; the rest is the kind's.
+    std::vector<size_t>& own = mOwn;
+    own.clear();
+    Part part = Part::kHead;
+    // Kinds the host models use none of the common codes themselves, and some
+    // writers put those after the kind's subclass marker.
+    static const char* const kKnown[] = {"LINE", "CIRCLE", "ARC", "ELLIPSE", "POINT", "RAY", "XLINE", "INSERT"};
+    const bool knownKind = subRecords == nullptr && std::find_if(std::begin(kKnown), std::end(kKnown), [&](const char* k) {
+                                                        return record.type == k;
+                                                    }) != std::end(kKnown);
+    size_t layer = SIZE_MAX, linetype = SIZE_MAX, color = SIZE_MAX, trueColor = SIZE_MAX, weight = SIZE_MAX,
+           scale = SIZE_MAX, invisible = SIZE_MAX, alpha = SIZE_MAX;
+    uint64_t material = 0, plotStyle = 0;
+    bool paperSpace = false;
+    for (size_t i : mBody) {
+        const int code = record.code(i);
+        if (code == 100) {
+            if (part == Part::kHead && record.value(i) == "AcDbEntity") {
+                part = Part::kEntity;
+                continue;
+            }
+            part = Part::kBody;
+            own.push_back(i);
+            continue;
+        }
+        if (part != Part::kBody || knownKind) {
+            switch (code) {
+            case 8: layer = i; continue;
+            case 6: linetype = i; continue;
+            case 62: color = i; continue;
+            case 420: trueColor = i; continue;
+            case 370: weight = i; continue;
+            case 48: scale = i; continue;
+            case 60: invisible = i; continue;
+            case 440: alpha = i; continue;
+            case 347: material = record.handle(i); continue;
+            case 390: plotStyle = record.handle(i); continue;
+            case 67: paperSpace = record.integer(i) != 0; continue;
+            case 410: continue;  // the layout's name: the owner says it
+            default: break;
+            }
+        }
+        own.push_back(i);
+    }
+    if (block == kByOwner)
+        block = blockForOwner(head.owner, paperSpace);
+    if (block == kNone)
+        return;
+
+    bool keepOpaque = subRecords != nullptr;
+    VxDbEntity* entity = keepOpaque ? nullptr : makeKnownEntity(record, own, keepOpaque);
+    std::string_view insertBlock;
+    if (entity && record.type == "INSERT") {
+        for (size_t i : own) {
+            if (record.code(i) == 2)
+                insertBlock = record.value(i);
+        }
+    }
+    VxDbDxfOpaqueEntity* opaque = nullptr;
+    if (!entity) {
+        opaque = new VxDbDxfOpaqueEntity();
+        entity = opaque;
+        opaque->setDxfName(record.type);
+        opaque->groups() = keepGroups(record, own);
+        if (auto it = mClasses.find(record.type); it != mClasses.end())
+            opaque->setClassInfo(it->second);
+        if (subRecords) {
+            for (const Record& sub : *subRecords) {
+                Head subHead;
+                VxResBufPtr subXData;
+                std::vector<size_t> subBody;
+                splitHead(sub, subHead, subXData, subBody);
+                VxDbDxfSubRecord kept;
+                kept.dxfName = sub.type;
+                // The handle travels in the reserved id; it is found again at placing.
+                kept.handleId = VxDbObjectId();
+                std::vector<size_t> all = subBody;
+                for (size_t i = 0; i < sub.size(); ++i) {
+                    if (sub.code(i) >= 1000) {
+                        all.push_back(i);  // extended data stays with the record
+                    }
+                }
+                std::sort(all.begin(), all.end());
+                all.erase(std::unique(all.begin(), all.end()), all.end());
+                kept.groups = keepGroups(sub, all);
+                // Remember the file's handle in front, as group 5, until placing.
+                if (subHead.handle) {
+                    VxDbDxfGroup h;
+                    h.code = 5;
+                    char digits[20];
+                    std::snprintf(digits, sizeof(digits), "%llX", static_cast<unsigned long long>(subHead.handle));
+                    h.value = digits;
+                    kept.groups.insert(kept.groups.begin(), std::move(h));
+                    mMaxHandle = std::max(mMaxHandle, subHead.handle);
+                }
+                opaque->subRecords().push_back(std::move(kept));
+            }
+        }
+        ++mInfo.opaqueEntities;
+    }
+
+    // The common properties.
+    PendingEntity pending;
+    takeHead(pending, head);
+    pending.block = block;
+    pending.layer = internLayer(layer == SIZE_MAX ? std::string_view("0") : record.value(layer));
+    pending.linetype = internLinetype(linetype == SIZE_MAX ? std::string_view("ByLayer") : record.value(linetype));
+    if (color != SIZE_MAX || trueColor != SIZE_MAX) {
+        const int64_t index = color != SIZE_MAX ? record.integer(color) : 256;
+        entity->setColor(colorFrom(index, trueColor != SIZE_MAX ? record.integer(trueColor) : 0, trueColor != SIZE_MAX));
+    } else {
+        entity->setColorIndex(256);
+    }
+    if (weight != SIZE_MAX && entity->setLineWeight(VxDb::LineWeight(record.integer(weight))) != Velt::eOk)
+        entity->setLineWeight(VxDb::kLnWtByLayer);
+    else if (weight == SIZE_MAX)
+        entity->setLineWeight(VxDb::kLnWtByLayer);
+    if (scale != SIZE_MAX)
+        entity->setLinetypeScale(record.real(scale));
+    if (invisible != SIZE_MAX)
+        entity->setVisibility(record.integer(invisible) != 0 ? VxDb::kInvisible : VxDb::kVisible);
+    if (alpha != SIZE_MAX) {
+        VxCmTransparency transparency;
+        if (transparency.serializeIn(uint32_t(record.integer(alpha))) == Velt::eOk)
+            entity->setTransparency(transparency);
+    }
+    applyXData(entity, xdata);
+    pending.object.reset(entity);
+    const uint32_t index = uint32_t(mEntities.size());
+    mEntities.push_back(std::move(pending));
+    mBlocks[block].entities.push_back(index);
+
+    // References to objects that are resident only later.
+    if (material || plotStyle || !insertBlock.empty()) {
+        std::wstring blockName = text(insertBlock);
+        mLinks.push_back([this, index, material, plotStyle, blockName] {
+            auto* entity = static_cast<VxDbEntity*>(mEntities[index].live);
+            if (!entity)
+                return;
+            if (material) {
+                if (VxDbObjectId id = idOf(material); !id.isNull())
+                    entity->setMaterial(id);
+            }
+            if (plotStyle) {
+                if (VxDbObjectId id = idOf(plotStyle); !id.isNull())
+                    entity->setPlotStyleName(VxDb::kPlotStyleNameById, id);
+            }
+            if (!blockName.empty()) {
+                auto* insert = VxDbBlockReference::cast(entity);
+                VxDbObjectId id = mDb->blockId(blockName.c_str());
+                if (insert && (id.isNull() || insert->setBlockTableRecord(id) != Velt::eOk)) {
+                    warn("an insertion of a missing block was left out: " + vxToUtf8(blockName));
+                    entity->erase();
+                }
+            }
+        });
+    }
+    if (opaque) {
+        bool hasReferences = false;
+        for (const VxDbDxfGroup& g : opaque->groups())
+            hasReferences = hasReferences || isReferenceCode(g.code);
+        for (const VxDbDxfSubRecord& sub : opaque->subRecords()) {
+            for (const VxDbDxfGroup& g : sub.groups)
+                hasReferences = hasReferences || isReferenceCode(g.code);
+        }
+        if (hasReferences) {
+            mLinks.push_back([this, index] {
+                auto* opaque = VxDbDxfOpaqueEntity::cast(mEntities[index].live);
+                if (!opaque)
+                    return;
+                auto resolve = [this](VxDbDxfGroups& groups) {
+                    for (VxDbDxfGroup& g : groups) {
+                        uint64_t h = 0;
+                        if (isReferenceCode(g.code) && parseHandle(g.value, h) && h)
+                            g.ref = idOf(h);
+                    }
+                };
+                resolve(opaque->groups());
+                for (VxDbDxfSubRecord& sub : opaque->subRecords())
+                    resolve(sub.groups);
+            });
+        }
+    }
+}
+
+// ---- objects ----
+
+void Reader::parseObject(Record& record)
+{
+    Head head;
+    VxResBufPtr xdata;
+    splitHead(record, head, xdata, mBody);
+    Pending pending;
+    takeHead(pending, head);
+    const uint32_t index = uint32_t(mObjects.size());
+    const std::string& type = record.type;
+    ++mInfo.objects;
+    VxDbObject* object = nullptr;
+    auto linkTo = [this](std::function<void()> work) { mLinks.push_back(std::move(work)); };
+
+    if (type == "DICTIONARY" || type == "ACDBDICTIONARYWDFLT") {
+        auto* dictionary = new VxDbDictionary();
+        object = dictionary;
+        DictionaryEntries entries;
+        entries.object = index;
+        std::wstring key;
+        bool haveKey = false;
+        for (size_t i : mBody) {
+            switch (record.code(i)) {
+            case 280: dictionary->setTreatElementsAsHard(record.integer(i) != 0); break;
+            case 281: {
+                const int64_t style = record.integer(i);
+                if (style >= VxDb::kDrcNotApplicable && style <= VxDb::kDrcUnmangleName)
+                    dictionary->setMergeStyle(VxDb::DuplicateRecordCloning(style));
+                break;
+            }
+            case 3: key = text(record.value(i)); haveKey = true; break;
+            case 350:
+            case 360:
+                if (haveKey && !key.empty())
+                    entries.entries.emplace_back(key, record.handle(i));
+                haveKey = false;
+                break;
+            default: break;
+            }
+        }
+        if (mRootDictionary == kNone && head.owner == 0)
+            mRootDictionary = index;
+        mDictionaries.push_back(std::move(entries));
+    } else if (type == "XRECORD") {
+        auto* xrecord = new VxDbXrecord();
+        object = xrecord;
+        // The data: everything after the subclass marker and the cloning flag.
+        std::vector<size_t> data;
+        bool inData = false, flagSeen = false, hasReferences = false;
+        for (size_t i : mBody) {
+            const int code = record.code(i);
+            if (!inData) {
+                if (code == 100 && record.value(i) == "AcDbXrecord")
+                    inData = true;
+                continue;
+            }
+            if (code == 280 && !flagSeen && data.empty()) {
+                flagSeen = true;
+                const int64_t style = record.integer(i);
+                if (style >= VxDb::kDrcNotApplicable && style <= VxDb::kDrcUnmangleName)
+                    xrecord->setMergeStyle(VxDb::DuplicateRecordCloning(style));
+                continue;
+            }
+            if (code == 5 || code == 105 || code >= 1000)
+                continue;
+            hasReferences = hasReferences || isReferenceCode(code);
+            data.push_back(i);
+        }
+        // Kept as groups; turned into a chain once references can be resolved.
+        VxDbDxfGroups groups = keepGroups(record, data);
+        auto build = [this](const VxDbDxfGroups& groups) {
+            VxResBuf* first = nullptr;
+            VxResBuf* tail = nullptr;
+            for (size_t k = 0; k < groups.size(); ++k) {
+                const VxDbDxfGroup& g = groups[k];
+                VxResBuf* rb = nullptr;
+                switch (vxutStorageOf(g.code)) {
+                case VxRbStorage::kString: rb = vxutNewString(g.code, vxFromUtf8(g.value)); break;
+                case VxRbStorage::kReal: {
+                    double v = 0;
+                    parseDouble(g.value, v);
+                    rb = vxutNewReal(g.code, v);
+                    break;
+                }
+                case VxRbStorage::kPoint: {
+                    double p[3] = {0, 0, 0};
+                    parseDouble(g.value, p[0]);
+                    for (int axis = 1; axis <= 2 && k + 1 < groups.size() && groups[k + 1].code == g.code + 10 * axis; ++axis)
+                        parseDouble(groups[++k].value, p[axis]);
+                    rb = vxutNewPoint(g.code, p[0], p[1], p[2]);
+                    break;
+                }
+                case VxRbStorage::kInt16: {
+                    int64_t v = 0;
+                    parseInt(g.value, v);
+                    rb = vxutNewInt16(g.code, int16_t(v));
+                    break;
+                }
+                case VxRbStorage::kInt32: {
+                    int64_t v = 0;
+                    parseInt(g.value, v);
+                    rb = vxutNewInt32(g.code, int32_t(v));
+                    break;
+                }
+                case VxRbStorage::kInt64: {
+                    int64_t v = 0;
+                    parseInt(g.value, v);
+                    rb = vxutNewInt64(g.code, v);
+                    break;
+                }
+                case VxRbStorage::kName: {
+                    uint64_t h = 0;
+                    parseHandle(g.value, h);
+                    rb = vxutNewRb(g.code);
+                    rb->resval.rlname[0] = idOf(h).asOldId();
+                    rb->resval.rlname[1] = 0;
+                    break;
+                }
+                case VxRbStorage::kBinary: {
+                    std::vector<uint8_t> bytes;
+                    for (size_t n = 0; n + 1 < g.value.size(); n += 2) {
+                        auto nib = [](char c) { return c <= '9' ? c - '0' : (c | 0x20) - 'a' + 10; };
+                        bytes.push_back(uint8_t((nib(g.value[n]) & 15) * 16 + (nib(g.value[n + 1]) & 15)));
+                    }
+                    rb = vxutNewRb(g.code);
+                    vxutSetBinary(rb, bytes.data(), std::min<size_t>(bytes.size(), 32767));
+                    break;
+                }
+                default: break;
+                }
+                if (!rb)
+                    continue;
+                (tail ? tail->rbnext : first) = rb;
+                tail = rb;
+            }
+            return VxResBufPtr(first);
+        };
+        if (!hasReferences) {
+            VxResBufPtr chain = build(groups);
+            if (chain && xrecord->setFromRbChain(chain.get()) != Velt::eOk)
+                warn("extended record data that the host refuses was left out");
+        } else {
+            linkTo([this, index, groups = std::move(groups), build] {
+                auto* xrecord = VxDbXrecord::cast(mObjects[index].live);
+                VxResBufPtr chain = build(groups);
+                if (xrecord && chain && xrecord->setFromRbChain(chain.get()) != Velt::eOk)
+                    warn("extended record data that the host refuses was left out");
+            });
+        }
+    } else if (type == "GROUP") {
+        auto* group = new VxDbGroup();
+        object = group;
+        std::vector<uint64_t> members;
+        for (size_t i : mBody) {
+            switch (record.code(i)) {
+            case 300: group->setDescription(text(record.value(i)).c_str()); break;
+            case 71: group->setSelectable(record.integer(i) != 0); break;
+            case 340: members.push_back(record.handle(i)); break;
+            default: break;
+            }
+        }
+        if (!members.empty()) {
+            linkTo([this, index, members] {
+                auto* group = VxDbGroup::cast(mObjects[index].live);
+                for (uint64_t h : members) {
+                    if (group && group->append(idOf(h)) != Velt::eOk)
+                        warn("a group member that is no entity of the drawing was left out");
+                }
+            });
+        }
+    } else if (type == "LAYOUT" || type == "PLOTSETTINGS") {
+        VxDbPlotSettings* settings = type == "LAYOUT" ? new VxDbLayout() : new VxDbPlotSettings();
+        object = settings;
+        VxDbPlotSettings::Data data = settings->data();
+        data.device.clear();
+        data.media.clear();
+        int flags = 0;
+        bool inLayout = false;
+        int layoutFlags = 0;
+        int tabOrder = 0;
+        std::wstring layoutName;
+        VxGePoint2d limMin{0, 0}, limMax{12, 9};
+        VxGePoint3d base, extMin, extMax;
+        uint64_t block = 0;
+        for (size_t i : mBody) {
+            const int code = record.code(i);
+            if (code == 100) {
+                inLayout = record.value(i) == "AcDbLayout";
+                continue;
+            }
+            const double v = record.real(i);
+            if (!inLayout) {
+                switch (code) {
+                case 1: data.name = text(record.value(i)); break;
+                case 2: data.device = text(record.value(i)); break;
+                case 4: data.media = text(record.value(i)); break;
+                case 6: data.viewName = text(record.value(i)); break;
+                case 7: data.styleSheet = text(record.value(i)); break;
+                case 40: data.marginLeft = v; break;
+                case 41: data.marginBottom = v; break;
+                case 42: data.marginRight = v; break;
+                case 43: data.marginTop = v; break;
+                case 44: data.paperWidth = v; break;
+                case 45: data.paperHeight = v; break;
+                case 46: data.origin.x = v; break;
+                case 47: data.origin.y = v; break;
+                case 48: data.windowMin.x = v; break;
+                case 49: data.windowMin.y = v; break;
+                case 140: data.windowMax.x = v; break;
+                case 141: data.windowMax.y = v; break;
+                case 142: data.scaleNumerator = v; break;
+                case 143: data.scaleDenominator = v; break;
+                case 70: flags = int(record.integer(i)); break;
+                case 72: data.paperUnits = int(record.integer(i)); break;
+                case 73: data.rotation = int(record.integer(i)); break;
+                case 74: data.plotType = int(record.integer(i)); break;
+                case 75: data.stdScaleType = int(record.integer(i)); break;
+                case 76: data.shadePlot = int(record.integer(i)); break;
+                default: break;
+                }
+            } else {
+                switch (code) {
+                case 1: layoutName = text(record.value(i)); break;
+                case 70: layoutFlags = int(record.integer(i)); break;
+                case 71: tabOrder = int(record.integer(i)); break;
+                case 10: limMin.x = v; break;
+                case 20: limMin.y = v; break;
+                case 11: limMax.x = v; break;
+                case 21: limMax.y = v; break;
+                case 12: base.x = v; break;
+                case 22: base.y = v; break;
+                case 32: base.z = v; break;
+                case 14: extMin.x = v; break;
+                case 24: extMin.y = v; break;
+                case 34: extMin.z = v; break;
+                case 15: extMax.x = v; break;
+                case 25: extMax.y = v; break;
+                case 35: extMax.z = v; break;
+                case 330: block = record.handle(i); break;
+                default: break;
+                }
+            }
+        }
+        (void)layoutFlags;
+        data.viewportBorders = flags & 1;
+        data.showPlotStyles = flags & 2;
+        data.centered = flags & 4;
+        data.plotHidden = flags & 8;
+        data.useStandardScale = flags & 16;
+        data.plotPlotStyles = flags & 32;
+        data.scaleLineweights = flags & 64;
+        data.printLineweights = flags & 128;
+        data.drawViewportsFirst = flags & 512;
+        data.modelType = flags & 1024;
+        if (data.device.empty())
+            data.device = L"None";
+        if (data.media.empty())
+            data.media = L"none_user_media";
+        if (!(data.scaleNumerator > 0.0))
+            data.scaleNumerator = 1.0;
+        if (!(data.scaleDenominator > 0.0))
+            data.scaleDenominator = 1.0;
+        data.paperUnits = std::clamp(data.paperUnits, 0, 2);
+        data.rotation = std::clamp(data.rotation, 0, 3);
+        data.plotType = std::clamp(data.plotType, 0, 5);
+        data.stdScaleType = std::clamp(data.stdScaleType, 0, int(VxDbPlotSettings::kStdScaleMax));
+        if (settings->setData(data) != Velt::eOk)
+            warn("plot settings that the host refuses were left at their defaults");
+        if (auto* layout = VxDbLayout::cast(settings)) {
+            if (!layoutName.empty() && layout->setLayoutName(layoutName.c_str()) != Velt::eOk)
+                layout->setLayoutName(sanitizedName(layoutName).c_str());
+            layout->setTabOrder(std::max(tabOrder, 0));
+            layout->setLimits(limMin, limMax);
+            layout->setInsertionBase(base);
+            if (extMin.x <= extMax.x && extMin.y <= extMax.y && extMin.z <= extMax.z)
+                layout->setExtents(VxGeExtents3d(extMin, extMax));
+            if (block) {
+                linkTo([this, index, block] {
+                    auto* layout = VxDbLayout::cast(mObjects[index].live);
+                    VxDbObjectId id = idOf(block);
+                    auto* record = VxDbBlockTableRecord::cast(detail::objectOf(id));
+                    if (layout && record) {
+                        layout->setBlockTableRecordId(id);
+                        record->setLayoutId(layout->objectId());
+                    }
+                });
+            }
+        }
+    } else if (type == "ACDBPLACEHOLDER") {
+        object = new VxDbPlaceHolder();
+    } else if (type == "MLINESTYLE") {
+        auto* style = new VxDbMlineStyle();
+        object = style;
+        struct Element {
+            double offset = 0;
+            int64_t color = 256;
+            std::wstring linetype;
+        };
+        std::vector<Element> elements;
+        for (size_t i : mBody) {
+            const int code = record.code(i);
+            switch (code) {
+            case 2: style->setName(text(record.value(i)).c_str()); break;
+            case 3: style->setDescription(text(record.value(i)).c_str()); break;
+            case 70: style->setFilled((record.integer(i) & 1) != 0); break;
+            case 51: style->setStartAngle(radians(record.real(i))); break;
+            case 52: style->setEndAngle(radians(record.real(i))); break;
+            case 49: elements.emplace_back(); elements.back().offset = record.real(i); break;
+            case 62:
+                if (elements.empty())
+                    style->setFillColor(colorFrom(record.integer(i), 0, false));
+                else
+                    elements.back().color = record.integer(i);
+                break;
+            case 6: if (!elements.empty()) elements.back().linetype = text(record.value(i)); break;
+            default: break;
+            }
+        }
+        if (!elements.empty()) {
+            linkTo([this, index, elements] {
+                auto* style = VxDbMlineStyle::cast(mObjects[index].live);
+                for (const Element& e : elements) {
+                    VxDbObjectId ltype = mDb->linetypeId(e.linetype.c_str());
+                    if (ltype.isNull())
+                        ltype = mDb->byLayerLinetype();
+                    if (style)
+                        style->addElement(e.offset, colorFrom(e.color, 0, false), ltype);
+                }
+            });
+        }
+    } else if (type == "MATERIAL" || type == "TABLESTYLE" || type == "MLEADERSTYLE") {
+        VxDbNamedObject* named = type == "MATERIAL"     ? static_cast<VxDbNamedObject*>(new VxDbMaterial())
+                                 : type == "TABLESTYLE" ? static_cast<VxDbNamedObject*>(new VxDbTableStyle())
+                                                        : static_cast<VxDbNamedObject*>(new VxDbMLeaderStyle());
+        object = named;
+        // Name and description as the host has them; the rest is kept.
+        std::vector<size_t> kept;
+        bool inOwn = false;
+        for (size_t i : mBody) {
+            const int code = record.code(i);
+            if (code == 100) {
+                inOwn = true;
+                continue;
+            }
+            if (!inOwn)
+                continue;
+            if (type == "MATERIAL" && code == 1)
+                named->setName(text(record.value(i)).c_str());
+            else if ((type == "MATERIAL" && code == 2) || (type == "TABLESTYLE" && code == 3) ||
+                     (type == "MLEADERSTYLE" && code == 3))
+                named->setDescription(text(record.value(i)).c_str());
+            kept.push_back(i);
+        }
+        VxDbDxfGroups groups = keepGroups(record, kept);
+        linkTo([this, index, groups = std::move(groups)]() mutable {
+            if (mObjects[index].live)
+                mResidues[mObjects[index].id] = std::move(groups);
+        });
+    } else {
+        auto* opaque = new VxDbDxfOpaqueObject();
+        object = opaque;
+        opaque->setDxfName(type);
+        opaque->groups() = keepGroups(record, mBody);
+        if (auto it = mClasses.find(type); it != mClasses.end())
+            opaque->setClassInfo(it->second);
+        ++mInfo.opaqueObjects;
+        bool hasReferences = false;
+        for (const VxDbDxfGroup& g : opaque->groups())
+            hasReferences = hasReferences || isReferenceCode(g.code);
+        if (hasReferences) {
+            linkTo([this, index] {
+                auto* opaque = VxDbDxfOpaqueObject::cast(mObjects[index].live);
+                if (!opaque)
+                    return;
+                for (VxDbDxfGroup& g : opaque->groups()) {
+                    uint64_t h = 0;
+                    if (isReferenceCode(g.code) && parseHandle(g.value, h) && h)
+                        g.ref = idOf(h);
+                }
+            });
+        }
+    }
+    applyXData(object, xdata);
+    pending.object.reset(object);
+    mObjects.push_back(std::move(pending));
+}
+
+// ---- placing: objects become resident in the order of their handles ----
+
+// Makes the database give out exactly this handle next, when it can.
+bool Reader::reserveExact(uint64_t handle)
+{
+    if (handle == 0 || handle < mDb->handseed().value())
+        return false;
+    VxDbObjectId existing;
+    if (mDb->getVxDbObjectId(existing, false, VxDbHandle(handle)) == Velt::eOk)
+        return false;
+    return mDb->setHandseed(VxDbHandle(handle)) == Velt::eOk;
+}
+
+void Reader::noteHandle(Pending& pending)
+{
+    const uint64_t given = pending.id.handle().value();
+    if (given == pending.handle)
+        return;
+    mFreshHandles.insert(given);
+    if (pending.handle && !pending.synthetic) {
+        mRemap[pending.handle] = pending.id;
+        ++mInfo.remappedHandles;
+    }
+}
+
+bool Reader::placeFree(Pending& pending)
+{
+    if (pending.live || !pending.object)
+        return pending.live != nullptr;
+    VxDbObject* object = pending.object.get();
+    VxDbObjectId existing;
+    Velt::ErrorStatus es;
+    if (pending.handle && mDb->getVxDbObjectId(existing, false, VxDbHandle(pending.handle)) != Velt::eOk)
+        es = mDb->addVxDbObjectWithHandle(pending.id, object, VxDbHandle(pending.handle));
+    else
+        es = mDb->addVxDbObject(pending.id, object);
+    if (es != Velt::eOk) {
+        warn(std::string("an object could not be added: ") + Velt::statusName(es));
+        pending.object.reset();
+        return false;
+    }
+    pending.live = pending.object.release();
+    noteHandle(pending);
+    return true;
+}
+
+bool Reader::placeTable(int table)
+{
+    PendingTable& t = mTables[table];
+    if (t.live)
+        return true;
+    if (!t.object) {
+        // A table the file lacks (old files have no block records).
+        VxDbSymbolTable* made = nullptr;
+        switch (table) {
+        case kVport: made = new VxDbViewportTable(); break;
+        case kLtype: made = new VxDbLinetypeTable(); break;
+        case kLayer: made = new VxDbLayerTable(); break;
+        case kStyle: made = new VxDbTextStyleTable(); break;
+        case kView: made = new VxDbViewTable(); break;
+        case kUcs: made = new VxDbUCSTable(); break;
+        case kAppid: made = new VxDbRegAppTable(); break;
+        case kDimstyle: made = new VxDbDimStyleTable(); break;
+        default: made = new VxDbBlockTable(); break;
+        }
+        t.object.reset(made);
+    }
+    if (!placeFree(t))
+        return false;
+    mDb->setRootObject(t.id);
+    return true;
+}
+
+bool Reader::placeRecordsUpTo(int table, size_t index)
+{
+    PendingTable& t = mTables[table];
+    if (!placeTable(table))
+        return false;
+    auto* symbols = static_cast<VxDbSymbolTable*>(t.live);
+    while (t.next <= index && t.next < t.records.size()) {
+        PendingRecord& r = mRecords[t.records[t.next++]];
+        if (!r.object)
+            continue;
+        reserveExact(r.handle);
+        auto* record = static_cast<VxDbSymbolTableRecord*>(r.object.get());
+        const Velt::ErrorStatus es = symbols->add(r.id, record);
+        if (es != Velt::eOk) {
+            warn(std::string("a ") + kTableNames[table] + " record could not be added: " + Velt::statusName(es));
+            r.object.reset();
+            continue;
+        }
+        r.live = r.object.release();
+        noteHandle(r);
+    }
+    return true;
+}
+
+bool Reader::placeEntity(uint32_t index)
+{
+    PendingEntity& e = mEntities[index];
+    if (!e.object)
+        return false;
+    PendingBlock& b = mBlocks[e.block];
+    PendingRecord& blockRecord = mRecords[b.record];
+    if (!blockRecord.live) {
+        const auto& queue = mTables[kBlockRecord].records;
+        const size_t at = size_t(std::find(queue.begin(), queue.end(), b.record) - queue.begin());
+        placeRecordsUpTo(kBlockRecord, at);
+        if (!blockRecord.live) {
+            e.object.reset();
+            return false;
+        }
+    }
+    auto* entity = static_cast<VxDbEntity*>(e.object.get());
+    // A layer now spares the entity the database's defaults.
+    auto layerOf = [this](uint32_t name) -> VxDbObjectId {
+        if (name == kNone || mLayerNames[name].record == kNone)
+            return VxDbObjectId();
+        return mRecords[mLayerNames[name].record].id;
+    };
+    VxDbObjectId layer = layerOf(e.layer);
+    if (layer.isNull()) {
+        e.layerPending = true;
+        layer = mDb->layerId(L"0");
+        if (layer.isNull()) {
+            // No layer is resident yet: bring the layers forward.
+            placeRecordsUpTo(kLayer, 0);
+            layer = mRecords.empty() || mTables[kLayer].records.empty() ? VxDbObjectId()
+                                                                        : mRecords[mTables[kLayer].records[0]].id;
+        }
+    }
+    if (!layer.isNull())
+        entity->setLayer(layer, false, true);
+    if (e.linetype != kNone && mLinetypeNames[e.linetype].record != kNone) {
+        const VxDbObjectId linetype = mRecords[mLinetypeNames[e.linetype].record].id;
+        if (!linetype.isNull())
+            entity->setLinetype(linetype);
+    }
+    reserveExact(e.handle);
+    auto* block = static_cast<VxDbBlockTableRecord*>(blockRecord.live);
+    const Velt::ErrorStatus es = block->appendVxDbEntity(e.id, entity);
+    if (es != Velt::eOk) {
+        warn(std::string("an entity could not be added: ") + Velt::statusName(es));
+        e.object.reset();
+        return false;
+    }
+    e.live = e.object.release();
+    noteHandle(e);
+    if (auto* opaque = VxDbDxfOpaqueEntity::cast(e.live))
+        reserveSubRecordHandles(opaque);
+    return true;
+}
+
+// The records that follow a kept entity keep their handles as placeholders.
+void Reader::reserveSubRecordHandles(VxDbDxfOpaqueEntity* entity)
+{
+    for (VxDbDxfSubRecord& sub : entity->subRecords()) {
+        uint64_t handle = 0;
+        if (!sub.groups.empty() && sub.groups.front().code == 5) {
+            parseHandle(sub.groups.front().value, handle);
+            sub.groups.erase(sub.groups.begin());
+        }
+        VxDbObjectId id;
+        if (handle && mDb->getVxDbObjectId(id, false, VxDbHandle(handle)) != Velt::eOk &&
+            handle >= mDb->handseed().value() && mDb->getVxDbObjectId(id, true, VxDbHandle(handle)) == Velt::eOk) {
+            sub.handleId = id;
+            continue;
+        }
+        // Taken, or below the seed: a fresh handle.
+        if (mDb->getVxDbObjectId(id, true, mDb->handseed()) == Velt::eOk) {
+            sub.handleId = id;
+            mFreshHandles.insert(id.handle().value());
+        }
+    }
+}
+
+// Objects the file gave no handle get unused ones, smallest first, so that
+// they take their place in the order of handles like the others.
+void Reader::assignMissingHandles()
+{
+    for (int t = 0; t < kTableCount; ++t) {
+        if (!mTables[t].object) {
+            VxDbSymbolTable* made = nullptr;
+            switch (t) {
+            case kVport: made = new VxDbViewportTable(); break;
+            case kLtype: made = new VxDbLinetypeTable(); break;
+            case kLayer: made = new VxDbLayerTable(); break;
+            case kStyle: made = new VxDbTextStyleTable(); break;
+            case kView: made = new VxDbViewTable(); break;
+            case kUcs: made = new VxDbUCSTable(); break;
+            case kAppid: made = new VxDbRegAppTable(); break;
+            case kDimstyle: made = new VxDbDimStyleTable(); break;
+            default: made = new VxDbBlockTable(); break;
+            }
+            mTables[t].object.reset(made);
+        }
+    }
+    bool missing = false;
+    for (const PendingTable& t : mTables)
+        missing = missing || !t.handle;
+    for (const PendingRecord& r : mRecords)
+        missing = missing || !r.handle;
+    for (const PendingEntity& e : mEntities)
+        missing = missing || !e.handle;
+    for (const Pending& o : mObjects)
+        missing = missing || !o.handle;
+    if (!missing)
+        return;
+    std::vector<uint64_t> used;
+    auto collect = [&](const Pending& p) {
+        if (p.handle)
+            used.push_back(p.handle);
+    };
+    for (const PendingTable& t : mTables)
+        collect(t);
+    for (const PendingRecord& r : mRecords)
+        collect(r);
+    for (const PendingEntity& e : mEntities) {
+        collect(e);
+        if (auto* opaque = VxDbDxfOpaqueEntity::cast(e.object.get())) {
+            for (const VxDbDxfSubRecord& sub : opaque->subRecords()) {
+                uint64_t h = 0;
+                if (!sub.groups.empty() && sub.groups.front().code == 5 && parseHandle(sub.groups.front().value, h))
+                    used.push_back(h);
+            }
+        }
+    }
+    for (const Pending& o : mObjects)
+        collect(o);
+    std::sort(used.begin(), used.end());
+    uint64_t candidate = 1;
+    size_t u = 0;
+    auto assign = [&](Pending& p) {
+        if (p.handle)
+            return;
+        while (u < used.size() && used[u] <= candidate) {
+            if (used[u] == candidate)
+                ++candidate;
+            ++u;
+        }
+        p.handle = candidate++;
+        p.synthetic = true;
+        mMaxHandle = std::max(mMaxHandle, p.handle);
+    };
+    for (PendingTable& t : mTables)
+        assign(t);
+    for (PendingRecord& r : mRecords)
+        assign(r);
+    for (PendingEntity& e : mEntities)
+        assign(e);
+    for (Pending& o : mObjects)
+        assign(o);
+}
+
+void Reader::place()
+{
+    // Queues in the order their contents must keep: records per table,
+    // entities per block, and free objects (tables, the objects section)
+    // by handle. The head with the lowest handle goes first.
+    enum Source : uint8_t { kFreeQueue, kTableQueue, kBlockQueue };
+    struct QueueHead {
+        uint64_t key;
+        Source source;
+        uint32_t queue;
+        bool operator>(const QueueHead& other) const { return key > other.key; }
+    };
+    std::vector<Pending*> free;
+    for (PendingTable& t : mTables) {
+        if (t.object)
+            free.push_back(&t);
+    }
+    for (Pending& o : mObjects)
+        free.push_back(&o);
+    auto keyOf = [](uint64_t handle) { return handle ? handle : UINT64_MAX; };
+    std::stable_sort(free.begin(), free.end(),
+                     [&](const Pending* a, const Pending* b) { return keyOf(a->handle) < keyOf(b->handle); });
+    size_t nextFree = 0;
+
+    std::priority_queue<QueueHead, std::vector<QueueHead>, std::greater<QueueHead>> heads;
+    auto pushTable = [&](int t) {
+        PendingTable& table = mTables[t];
+        if (table.next < table.records.size())
+            heads.push({keyOf(mRecords[table.records[table.next]].handle), kTableQueue, uint32_t(t)});
+    };
+    auto pushBlock = [&](uint32_t b) {
+        PendingBlock& block = mBlocks[b];
+        if (block.next < block.entities.size())
+            heads.push({keyOf(mEntities[block.entities[block.next]].handle), kBlockQueue, b});
+    };
+    // Records keep the order of their handles within a table, so that none
+    // loses its handle to a record listed before it.
+    for (PendingTable& t : mTables) {
+        std::stable_sort(t.records.begin(), t.records.end(),
+                         [&](uint32_t a, uint32_t b) { return keyOf(mRecords[a].handle) < keyOf(mRecords[b].handle); });
+    }
+    if (!free.empty())
+        heads.push({keyOf(free[0]->handle), kFreeQueue, 0});
+    for (int t = 0; t < kTableCount; ++t)
+        pushTable(t);
+    for (uint32_t b = 0; b < mBlocks.size(); ++b)
+        pushBlock(b);
+
+    while (!heads.empty()) {
+        const QueueHead head = heads.top();
+        heads.pop();
+        switch (head.source) {
+        case kFreeQueue:
+            if (placeFree(*free[nextFree]) && VxDbSymbolTable::cast(free[nextFree]->live))
+                mDb->setRootObject(free[nextFree]->id);
+            if (++nextFree < free.size())
+                heads.push({keyOf(free[nextFree]->handle), kFreeQueue, 0});
+            break;
+        case kTableQueue: {
+            PendingTable& table = mTables[head.queue];
+            if (table.next < table.records.size())
+                placeRecordsUpTo(int(head.queue), table.next);
+            pushTable(int(head.queue));
+            break;
+        }
+        case kBlockQueue: {
+            PendingBlock& block = mBlocks[head.queue];
+            if (block.next < block.entities.size())
+                placeEntity(block.entities[block.next++]);
+            pushBlock(head.queue);
+            break;
+        }
+        }
+    }
+    // Every table, including those the file lacked.
+    for (int t = 0; t < kTableCount; ++t)
+        placeTable(t);
+    // Old files have no object section: a root dictionary of their own.
+    if (mRootDictionary != kNone && mObjects[mRootDictionary].live)
+        mDb->setRootObject(mObjects[mRootDictionary].id);
+}
+
+// ---- linking ----
+
+VxDbObjectId Reader::idOf(uint64_t handle) const
+{
+    if (handle == 0)
+        return VxDbObjectId();
+    if (auto it = mRemap.find(handle); it != mRemap.end())
+        return it->second;
+    if (mFreshHandles.count(handle))
+        return VxDbObjectId();  // given anew to another object: the file's one is not there
+    VxDbObjectId id;
+    if (mDb->getVxDbObjectId(id, false, VxDbHandle(handle)) != Velt::eOk || !id.isValid())
+        return VxDbObjectId();
+    return id;
+}
+
+void Reader::linkOwnership(Pending& pending, bool free)
+{
+    VxDbObject* object = pending.live;
+    if (!object)
+        return;
+    if (free) {
+        const VxDbObjectId owner = idOf(pending.owner);
+        if (!owner.isNull() && owner != object->objectId())
+            object->setOwnerId(owner);
+        return;
+    }
+    // An extension dictionary must be one the object owns, or erasing the
+    // object would take someone else's along.
+    if (pending.xdict) {
+        const VxDbObjectId xdict = idOf(pending.xdict);
+        auto* dictionary = VxDbDictionary::cast(detail::objectOf(xdict));
+        if (dictionary && dictionary->ownerId() == object->objectId() && xdict != mDb->namedObjectsDictionaryId())
+            object->setExtensionDictionary(xdict);
+        else if (dictionary)
+            warn("an extension dictionary that its object does not own was left out");
+    }
+    for (uint64_t h : pending.reactors) {
+        const VxDbObjectId reactor = idOf(h);
+        if (!reactor.isNull())
+            object->addPersistentReactor(reactor);
+    }
+}
+
+// Whether putting value into dictionary would make ownership go round.
+static bool ownsAncestor(VxDbObject* value, VxDbObject* dictionary)
+{
+    VxDbObjectId at = dictionary->objectId();
+    for (int steps = 0; steps < 256 && !at.isNull(); ++steps) {
+        if (at == value->objectId())
+            return true;
+        VxDbObject* object = detail::objectOf(at);
+        at = object ? object->ownerId() : VxDbObjectId();
+    }
+    return false;
+}
+
+void Reader::link()
+{
+    // Owners first: the dictionaries' entries below override them.
+    for (Pending& o : mObjects)
+        linkOwnership(o, true);
+    for (Pending& o : mObjects)
+        linkOwnership(o, false);
+    for (PendingRecord& r : mRecords)
+        linkOwnership(r, false);
+    for (PendingTable& t : mTables)
+        linkOwnership(t, false);
+    for (PendingEntity& e : mEntities) {
+        if (e.xdict || !e.reactors.empty())
+            linkOwnership(e, false);
+    }
+    for (DictionaryEntries& d : mDictionaries) {
+        auto* dictionary = VxDbDictionary::cast(mObjects[d.object].live);
+        if (!dictionary)
+            continue;
+        for (auto& [key, handle] : d.entries) {
+            VxDbObject* value = detail::objectOf(idOf(handle));
+            // Only objects of the objects section belong in dictionaries.
+            if (!value || VxDbEntity::cast(value) || VxDbSymbolTable::cast(value) ||
+                VxDbSymbolTableRecord::cast(value) || value->objectId() == mDb->namedObjectsDictionaryId() ||
+                ownsAncestor(value, dictionary)) {
+                warn("a dictionary entry naming no object it may hold was left out: " + vxToUtf8(key));
+                continue;
+            }
+            VxDbObjectId id;
+            if (dictionary->setAt(key.c_str(), value, id) != Velt::eOk) {
+                warn("a dictionary entry the host refuses was left out: " + vxToUtf8(key));
+                continue;
+            }
+            if (auto* named = VxDbNamedObject::cast(value); named && named->name().empty())
+                named->setName(key.c_str());
+        }
+    }
+    // Layers of entities that were placed before their layer.
+    for (PendingEntity& e : mEntities) {
+        if (!e.layerPending || !e.live)
+            continue;
+        const uint32_t record = mLayerNames[e.layer].record;
+        if (record != kNone && !mRecords[record].id.isNull())
+            static_cast<VxDbEntity*>(e.live)->setLayer(mRecords[record].id, false, true);
+    }
+    // The block records' own data from their BLOCK entities.
+    for (PendingBlock& b : mBlocks) {
+        auto* record = VxDbBlockTableRecord::cast(mRecords[b.record].live);
+        if (!record || !b.hasBegin)
+            continue;
+        record->setOrigin(b.origin);
+        if (!b.description.empty())
+            record->setComments(b.description.c_str());
+        if ((b.flags & 4) && !b.path.empty()) {
+            record->setPathName(b.path.c_str());
+            record->setIsFromOverlayReference((b.flags & 8) != 0);
+        }
+    }
+    for (auto& work : mLinks)
+        work();
+    mLinks.clear();
+}
+
+void Reader::closeAll()
+{
+    auto close = [](Pending& p) {
+        if (p.live) {
+            p.live->close();
+            p.live = nullptr;
+        }
+    };
+    for (PendingTable& t : mTables)
+        close(t);
+    for (PendingRecord& r : mRecords)
+        close(r);
+    for (PendingEntity& e : mEntities)
+        close(e);
+    for (Pending& o : mObjects)
+        close(o);
+}
+
+// ---- header ----
+
+void Reader::applyHeader()
+{
+    static const std::string_view kWriterOwned[] = {"$ACADVER", "$ACADMAINTVER", "$HANDSEED", "$LASTSAVEDBY",
+                                                     "$REQUIREDVERSIONS"};
+    for (HeaderVar& hv : mHeader) {
+        const Record& g = hv.groups;
+        if (std::find(std::begin(kWriterOwned), std::end(kWriterOwned), hv.name) != std::end(kWriterOwned))
+            continue;
+        VxDbHeaderVar var;
+        const std::wstring wideName = text(hv.name);
+        if (!vxdbFindHeaderVar(wideName, var)) {
+            std::vector<size_t> all(g.size());
+            for (size_t i = 0; i < all.size(); ++i)
+                all[i] = i;
+            mHeaderExtras.emplace_back(hv.name, keepGroups(g, all));
+            continue;
+        }
+        if (g.size() == 0)
+            continue;
+        const VxDbHeaderVarInfo& info = vxdbHeaderVarInfo(var);
+        VxDbHeaderValue value;
+        Velt::ErrorStatus es = Velt::eOk;
+        switch (info.kind) {
+        case VxDbHeaderVarInfo::kBool:
+        case VxDbHeaderVarInfo::kInt16:
+        case VxDbHeaderVarInfo::kInt32:
+        case VxDbHeaderVarInfo::kLineWeight:
+        case VxDbHeaderVarInfo::kTransparency:
+            value.integer = int32_t(g.integer(0));
+            if (info.kind == VxDbHeaderVarInfo::kBool)
+                value.integer = value.integer != 0;
+            es = mDb->setHeaderVar(var, value);
+            break;
+        case VxDbHeaderVarInfo::kColor: {
+            int64_t index = 256, rgb = 0;
+            bool hasRgb = false;
+            for (size_t i = 0; i < g.size(); ++i) {
+                if (g.code(i) == 62)
+                    index = g.integer(i);
+                else if (g.code(i) == 420) {
+                    rgb = g.integer(i);
+                    hasRgb = true;
+                }
+            }
+            value.integer = int32_t(colorFrom(index, rgb, hasRgb).color());
+            es = mDb->setHeaderVar(var, value);
+            break;
+        }
+        case VxDbHeaderVarInfo::kReal:
+        case VxDbHeaderVarInfo::kAngle:
+            value.real[0] = g.real(0);
+            es = mDb->setHeaderVar(var, value);
+            break;
+        case VxDbHeaderVarInfo::kPoint2d:
+        case VxDbHeaderVarInfo::kPoint3d:
+            for (size_t i = 0; i < g.size(); ++i) {
+                const int code = g.code(i);
+                if (code >= 10 && code <= 39)
+                    value.real[(code / 10) - 1] = g.real(i);
+            }
+            es = mDb->setHeaderVar(var, value);
+            break;
+        case VxDbHeaderVarInfo::kString:
+            value.text = text(g.value(0));
+            es = mDb->setHeaderVar(var, value);
+            break;
+        case VxDbHeaderVarInfo::kObjectId: {
+            if (g.code(0) == 390 || (g.code(0) >= 320 && g.code(0) <= 369)) {
+                value.id = idOf(g.handle(0));
+                es = value.id.isNull() ? Velt::eOk : mDb->setHeaderVar(var, value);
+            } else {
+                const std::wstring name = text(g.value(0));
+                if (name.empty())
+                    break;
+                VxResBufPtr rb(vxutNewString(kRtStr, name));
+                es = mDb->setSysVar(wideName.c_str(), rb.get());
+            }
+            break;
+        }
+        }
+        if (es != Velt::eOk)
+            warn("the header variable " + hv.name + " was left at its default: " + Velt::statusName(es));
+    }
+}
+
+}  // namespace
+
+namespace {
+
+Velt::ErrorStatus Reader::run()
+{
+    const size_t slots = mDb->objectSlotCount();
+    if (slots > 1)
+        return Velt::eInvalidInput;
+    mInfo.binary = mIn.isBinary();
+
+    // What kind of file this is, before anything else.
+    {
+        GroupReader probe = mIn;
+        bool blank = true;
+        if (!probe.isBinary()) {
+            std::string_view data;
+            (void)data;
+        }
+        if (!probe.next()) {
+            if (probe.failed() || !probe.atEnd())
+                blank = false;
+            mInfo.message = blank ? "the file is empty" : "not a drawing exchange file";
+            return Velt::eBadFileFormat;
+        }
+        const bool looksRight = (probe.code() == 0 && probe.trimmedValue() == "SECTION") || probe.code() == 999;
+        if (!looksRight) {
+            mInfo.message = "not a drawing exchange file";
+            return Velt::eBadFileFormat;
+        }
+    }
+
+    bool sawSection = false;
+    bool sawEof = false;
+    std::string section;
+    while (!sawEof) {
+        if (!expectSectionStart(section)) {
+            if (mIn.failed())
+                break;
+            break;  // the data ends without EOF
+        }
+        if (section == "EOF") {
+            sawEof = true;
+            break;
+        }
+        sawSection = true;
+        bool ok = true;
+        if (section == "HEADER")
+            ok = readHeader();
+        else if (section == "CLASSES")
+            ok = readClasses();
+        else if (section == "TABLES")
+            ok = readTables();
+        else if (section == "BLOCKS")
+            ok = readBlocks();
+        else if (section == "ENTITIES")
+            ok = readEntities();
+        else if (section == "OBJECTS")
+            ok = readObjects();
+        else
+            ok = skipSection();
+        if (!ok)
+            break;
+    }
+    if (mIn.failed()) {
+        mInfo.position = mIn.position();
+        mInfo.message = mIn.message();
+        return mIn.status();
+    }
+    if (!sawSection) {
+        mInfo.message = "no section in the file";
+        return Velt::eBadFileFormat;
+    }
+    if (!sawEof)
+        warn("the file has no EOF record");
+
+    assignMissingHandles();
+    place();
+    link();
+    applyHeader();
+    dxf::completeDrawing(mDb);
+    const uint64_t seed = std::max(mFileHandseed, mMaxHandle + 1);
+    if (seed > mDb->handseed().value())
+        mDb->setHandseed(VxDbHandle(seed));
+    closeAll();
+
+    if (!mHeaderExtras.empty() || !mResidues.empty()) {
+        dxf::SideData& side = dxf::sideDataFor(mDb);
+        side.headerExtras = std::move(mHeaderExtras);
+        side.residues = std::move(mResidues);
+    }
+    return Velt::eOk;
+}
+
+}  // namespace
+
+Velt::ErrorStatus vxdbReadDxf(VxDbDatabase* database, std::string_view data, VxDbDxfReadInfo* info)
+{
+    VxDbDxfReadInfo local;
+    VxDbDxfReadInfo& out = info ? *info : local;
+    out = VxDbDxfReadInfo();
+    if (!database)
+        return Velt::eNoDatabase;
+    Reader reader(database, data, out);
+    return reader.run();
+}
+
+}  // namespace kx

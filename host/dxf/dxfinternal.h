@@ -23,7 +23,8 @@ namespace kx::dxf {
 std::wstring decodeText(std::string_view raw, bool utf8File);
 // The same as UTF-8, for kept groups; ASCII text is returned unchanged.
 std::string toUtf8Text(std::string_view raw, bool utf8File);
-// Text for a file of the given kind: UTF-8, or ASCII with "\U+XXXX".
+// Text for a file of the given kind: UTF-8, or cp1252 with "\U+XXXX" for
+// the characters beyond it.
 void appendEncoded(std::string& out, std::wstring_view text, bool utf8File);
 void appendEncodedUtf8(std::string& out, std::string_view utf8, bool utf8File);
 inline bool isUtf8Version(VxDbDxfVersion version) { return version >= VxDbDxfVersion::kR2007; }
@@ -41,5 +42,9 @@ const SideData* sideDataOf(const VxDbDatabase* database);
 SideData& sideDataFor(VxDbDatabase* database);
 void dropSideData(const VxDbDatabase* database);
 const VxDbDxfGroups* residueOf(const SideData* side, VxDbObjectId id);
+
+// Adds what a drawing must have and a file may lack: tables, standard
+// records and dictionaries, layouts, the header's current records.
+void completeDrawing(VxDbDatabase* db);
 
 }  // namespace kx::dxf

@@ -61,7 +61,6 @@ void VxDbDxfOpaqueEntity::copyDataFrom(const VxDbObject& other)
     for (VxDbDxfSubRecord& record : mSubRecords)
         record.handleId = VxDbObjectId();
     mClass = source.mClass;
-    mPaperSpace = source.mPaperSpace;
 }
 
 void VxDbDxfOpaqueObject::visitReferences(VxDbReferenceVisitor& visitor)

@@ -63,9 +63,6 @@ public:
     std::vector<VxDbDxfSubRecord>& subRecords() { return mSubRecords; }
     const VxDbDxfClassInfo& classInfo() const { return mClass; }
     void setClassInfo(const VxDbDxfClassInfo& info) { mClass = info; }
-    // Whether the entity lies in paper space (group 67), as it was read.
-    bool inPaperSpace() const { return mPaperSpace; }
-    void setInPaperSpace(bool value) { mPaperSpace = value; }
 
     // No geometry is known: no extents and no transformation.
     Velt::ErrorStatus transformBy(const VxGeMatrix3d& xform) override;
@@ -80,7 +77,6 @@ private:
     VxDbDxfGroups mGroups;
     std::vector<VxDbDxfSubRecord> mSubRecords;
     VxDbDxfClassInfo mClass;
-    bool mPaperSpace = false;
 };
 
 // A non-graphical object of a kind the host does not model.

@@ -1,5 +1,6 @@
 #include "dxf/dxfstream.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstring>
@@ -375,7 +376,23 @@ void GroupWriter::writeCode(int code)
 void GroupWriter::text(int code, std::string_view value)
 {
     writeCode(code);
-    mBuffer.append(value);
+    // A line cannot hold a line end: control characters (which binary files
+    // may carry) go in the format's caret notation, "^J" for a line feed.
+    const bool plain = std::find_if(value.begin(), value.end(), [](char c) {
+                           return static_cast<unsigned char>(c) < 0x20 && c != '\t';
+                       }) == value.end();
+    if (plain) {
+        mBuffer.append(value);
+    } else {
+        for (char c : value) {
+            if (static_cast<unsigned char>(c) < 0x20 && c != '\t') {
+                mBuffer.push_back('^');
+                mBuffer.push_back(char(c + 64));
+            } else {
+                mBuffer.push_back(c);
+            }
+        }
+    }
     mBuffer.push_back('\n');
     maybeFlush();
 }
@@ -396,7 +413,7 @@ void GroupWriter::real(int code, double value)
     std::string_view text(digits, size_t(result.ptr - digits));
     mBuffer.append(text);
     // Integral values keep a decimal point, so that they read as reals.
-    if (text.find_first_of(".eE") == std::string_view::npos && text.find_first_of("ni") == std::string_view::npos)
+    if (text.find_first_of(".eE") == std::string_view::npos)
         mBuffer.append(".0");
     mBuffer.push_back('\n');
     maybeFlush();

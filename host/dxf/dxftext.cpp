@@ -17,6 +17,18 @@ constexpr uint16_t kCp1252High[32] = {
     0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178,
 };
 
+// The cp1252 byte of a character; -1 when the code page has none.
+int cp1252Byte(uint32_t cp)
+{
+    if (cp >= 0xA0 && cp <= 0xFF)
+        return int(cp);
+    for (int i = 0; i < 32; ++i) {
+        if (kCp1252High[i] == cp && !(cp >= 0x80 && cp < 0xA0))
+            return 0x80 + i;
+    }
+    return -1;
+}
+
 bool isAscii(std::string_view text)
 {
     for (char c : text) {
@@ -50,31 +62,40 @@ void appendWide(std::wstring& out, uint32_t cp)
     out.push_back(wchar_t(cp));
 }
 
-// Decodes "\U+XXXX" escapes in wide text.
+// Decodes "\U+XXXX" escapes in wide text; a pair of escaped surrogates
+// makes one character.
 std::wstring unescape(std::wstring text)
 {
     if (text.find(L"\\U+") == std::wstring::npos && text.find(L"\\u+") == std::wstring::npos)
         return text;
+    auto escapeAt = [&](size_t i, uint32_t& cp) {
+        if (i + 7 > text.size() || text[i] != L'\\' || (text[i + 1] != L'U' && text[i + 1] != L'u') || text[i + 2] != L'+')
+            return false;
+        cp = 0;
+        for (size_t k = 0; k < 4; ++k) {
+            const wchar_t c = text[i + 3 + k];
+            const int v = uint32_t(c) < 128 ? hexValue(char(c)) : -1;
+            if (v < 0)
+                return false;
+            cp = cp * 16 + uint32_t(v);
+        }
+        return true;
+    };
     std::wstring out;
     out.reserve(text.size());
     for (size_t i = 0; i < text.size(); ++i) {
-        if (text[i] == L'\\' && i + 6 < text.size() + 0 && (text[i + 1] == L'U' || text[i + 1] == L'u') &&
-            text[i + 2] == L'+') {
-            uint32_t cp = 0;
-            bool ok = i + 7 <= text.size();
-            for (size_t k = 0; ok && k < 4; ++k) {
-                const wchar_t c = text[i + 3 + k];
-                const int v = c < 128 ? hexValue(char(c)) : -1;
-                ok = v >= 0;
-                cp = cp * 16 + uint32_t(v < 0 ? 0 : v);
-            }
-            if (ok) {
-                appendWide(out, cp);
-                i += 6;
-                continue;
-            }
+        uint32_t cp = 0;
+        if (!escapeAt(i, cp)) {
+            out.push_back(text[i]);
+            continue;
         }
-        out.push_back(text[i]);
+        i += 6;
+        uint32_t low = 0;
+        if (cp >= 0xD800 && cp <= 0xDBFF && escapeAt(i + 1, low) && low >= 0xDC00 && low <= 0xDFFF) {
+            cp = 0x10000 + ((cp - 0xD800) << 10) + (low - 0xDC00);
+            i += 7;
+        }
+        appendWide(out, cp);
     }
     return out;
 }
@@ -134,6 +155,8 @@ void appendEncoded(std::string& out, std::wstring_view text, bool utf8File)
         const uint32_t cp = uint32_t(c);
         if (cp < 0x80) {
             out.push_back(char(cp));
+        } else if (const int byte = cp1252Byte(cp); byte >= 0) {
+            out.push_back(char(byte));
         } else if (cp <= 0xFFFF) {
             out += "\\U+";
             for (int shift = 12; shift >= 0; shift -= 4)

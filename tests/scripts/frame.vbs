@@ -21,11 +21,9 @@ Check TypeName(line) = "IVeltLine", "line type is " & TypeName(line)
 
 ' Members that are not written yet answer E_NOTIMPL, reached by name like any other.
 On Error Resume Next
-Dim p : p = line.StartPoint
-Check Err.Number = NOT_SUPPORTED, "line.StartPoint answered " & Hex(Err.Number)
-Err.Clear
-line.Layer = "0"
-Check Err.Number = NOT_SUPPORTED, "line.Layer put answered " & Hex(Err.Number)
+Dim circle : Set circle = CreateObject("NkAuto.Circle")
+Dim p : p = circle.Center
+Check Err.Number = NOT_SUPPORTED, "circle.Center answered " & Hex(Err.Number)
 Err.Clear
 line.NoSuchMember = 1
 Check Err.Number = NO_SUCH_MEMBER, "an unknown member answered " & Hex(Err.Number)

@@ -1,0 +1,109 @@
+// A drawing database and the wrappers of its objects, for tests that drive blocks and
+// entities through their interfaces (the module is set up by core_test.cpp's environment).
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+#include "core/lookup.h"
+#include "db/blocks.h"
+#include "db/database.h"
+#include "frame/com.h"
+#include "kxauto.h"
+
+namespace drawing {
+
+// A VARIANT the test owns; movable, so helpers can return one.
+class Value {
+public:
+    Value() { VariantInit(&v_); }
+    Value(Value&& other) noexcept : v_(other.v_) { VariantInit(&other.v_); }
+    ~Value() { VariantClear(&v_); }
+    VARIANT* get() { return &v_; }
+    VARIANT& operator*() { return v_; }
+    VARTYPE type() const { return V_VT(&v_); }
+
+private:
+    VARIANT v_;
+};
+
+// A point as clients send it: an array of three doubles.
+inline Value point(double x, double y, double z)
+{
+    Value v;
+    V_VT(v.get()) = VT_ARRAY | VT_R8;
+    V_ARRAY(v.get()) = SafeArrayCreateVector(VT_R8, 0, 3);
+    double c[3] = {x, y, z};
+    for (LONG i = 0; i < 3; ++i) SafeArrayPutElement(V_ARRAY(v.get()), &i, &c[i]);
+    return v;
+}
+
+// An index or a name as clients send them.
+inline Value number(LONG n)
+{
+    Value v;
+    V_VT(v.get()) = VT_I4;
+    V_I4(v.get()) = n;
+    return v;
+}
+inline Value text(const wchar_t* s)
+{
+    Value v;
+    V_VT(v.get()) = VT_BSTR;
+    V_BSTR(v.get()) = SysAllocString(s);
+    return v;
+}
+
+// The point a member returned; (-1, -1, -1) when it is not an array of three doubles.
+inline kx::VxGePoint3d coordinates(VARIANT& v)
+{
+    kx::VxGePoint3d p{-1, -1, -1};
+    if (V_VT(&v) != (VT_ARRAY | VT_R8) || V_ARRAY(&v)->rgsabound[0].cElements != 3) return p;
+    for (LONG i = 0; i < 3; ++i) SafeArrayGetElement(V_ARRAY(&v), &i, &p[i]);
+    return p;
+}
+
+class Drawing : public ::testing::Test {
+protected:
+    void SetUp() override { db = std::make_unique<kx::VxDbDatabase>(); }
+
+    template <class Itf>
+    nk::ComPtr<Itf> wrapperOf(kx::VxDbObjectId id)
+    {
+        nk::ComPtr<IUnknown> unknown;
+        EXPECT_EQ(VxAxGetIUnknownOfObject(unknown.put(), id, nullptr), S_OK);
+        return unknown.template as<Itf>();
+    }
+    nk::ComPtr<IVeltModelSpace> modelSpace() { return wrapperOf<IVeltModelSpace>(db->modelSpaceId()); }
+
+    nk::ComPtr<IVeltLine> addLine(kx::VxGePoint3d from, kx::VxGePoint3d to)
+    {
+        nk::ComPtr<IVeltLine> line;
+        Value start = point(from.x, from.y, from.z), end = point(to.x, to.y, to.z);
+        EXPECT_EQ(modelSpace()->AddLine(*start, *end, line.put()), S_OK);
+        return line;
+    }
+
+    static kx::VxDbObjectId idOf(IVeltObject* object)
+    {
+        LONG_PTR id = 0;
+        object->get_ObjectID(&id);
+        return kx::VxDbObjectId::fromOldId(id);
+    }
+
+    kx::VxDbObjectId addBlock(const wchar_t* name)
+    {
+        kx::VxDbObjectPointer<kx::VxDbBlockTable> table(db->blockTableId(), kx::VxDb::kForWrite);
+        auto* record = new kx::VxDbBlockTableRecord;
+        record->setName(name);
+        kx::VxDbObjectId id;
+        EXPECT_EQ(table->add(id, record), kx::Velt::eOk);
+        record->close();
+        return id;
+    }
+
+    std::unique_ptr<kx::VxDbDatabase> db;
+};
+
+}  // namespace drawing
