@@ -1,0 +1,265 @@
+#!/usr/bin/python3
+"""ezdxf's view of drawings the host writes, and drawings for the host to read.
+
+  ezdxf_tool.py check FILE EXPECTED [FILE EXPECTED ...]
+                                      audit each FILE and compare it with the facts in its EXPECTED
+  ezdxf_tool.py make FOLDER           write drawings of every entity kind, several versions
+  ezdxf_tool.py lines FILE COUNT      write a drawing of COUNT lines (benchmark input)
+  ezdxf_tool.py time FILE OUT         time reading FILE and writing it to OUT; prints seconds
+
+EXPECTED holds one fact per line, fields separated by tabs:
+  TABLE  <table> <record name>
+  BLOCK  <name> <entity count>
+  ENTITY <handle> <type> <layer> <colour> <attr>=<value>;...   (vectors as x,y,z)
+  XDATA  <handle> <app> <code>=<value>|...
+  DICT   <dictionary handle> <key> <entry type>
+  XRECORD <handle> <code>=<value>|...
+Exit status 0 when the audit finds no error and every fact holds.
+"""
+
+import math
+import os
+import sys
+import time
+
+import ezdxf
+from ezdxf.math import Vec3
+
+TOL = 1e-9
+
+
+def close(a, b):
+    return abs(a - b) <= TOL * max(1.0, abs(a), abs(b))
+
+
+def parse_value(text):
+    if "," in text:
+        return Vec3(*(float(v) for v in text.split(",")))
+    try:
+        return float(text)
+    except ValueError:
+        return text
+
+
+def same(actual, expected):
+    if isinstance(expected, Vec3):
+        actual = Vec3(actual)
+        return all(close(a, b) for a, b in zip(actual, expected))
+    if isinstance(expected, float):
+        try:
+            return close(float(actual), expected)
+        except (TypeError, ValueError):
+            return False
+    return str(actual) == expected
+
+
+def tag_value_matches(code, actual, expected):
+    if 1010 <= code <= 1013 or 10 <= code <= 17:
+        return same(actual, parse_value(expected))
+    if isinstance(actual, float):
+        return close(actual, float(expected))
+    return str(actual) == expected
+
+
+def check(path, expected_path):
+    problems = []
+    try:
+        doc = ezdxf.readfile(path)
+    except Exception as error:  # a file ezdxf cannot read fails the check
+        print(f"{path}: ezdxf cannot read it: {error}")
+        return 1
+    auditor = doc.audit()
+    for error in auditor.errors:
+        problems.append(f"audit error: {error.message}")
+    db = doc.entitydb
+    with open(expected_path, encoding="utf-8") as f:
+        facts = [line.rstrip("\n").split("\t") for line in f if line.strip()]
+    for fact in facts:
+        kind = fact[0]
+        if kind == "TABLE":
+            table = {"LAYER": doc.layers, "LTYPE": doc.linetypes, "STYLE": doc.styles, "DIMSTYLE": doc.dimstyles,
+                     "UCS": doc.ucs, "VIEW": doc.views, "APPID": doc.appids, "VPORT": doc.viewports,
+                     "BLOCK_RECORD": doc.block_records}[fact[1]]
+            if not table.has_entry(fact[2]):
+                problems.append(f"no {fact[1]} record {fact[2]!r}")
+        elif kind == "BLOCK":
+            block = doc.blocks.get(fact[1])
+            if block is None:
+                problems.append(f"no block {fact[1]!r}")
+            elif len(block) != int(fact[2]):
+                problems.append(f"block {fact[1]!r} has {len(block)} entities, not {fact[2]}")
+        elif kind == "ENTITY":
+            handle, dxftype, layer, color = fact[1:5]
+            e = db.get(handle)
+            if e is None:
+                problems.append(f"no entity {handle}")
+                continue
+            if e.dxftype() != dxftype:
+                problems.append(f"{handle}: {e.dxftype()} instead of {dxftype}")
+                continue
+            if e.dxf.layer != layer:
+                problems.append(f"{handle}: layer {e.dxf.layer!r} instead of {layer!r}")
+            if int(e.dxf.color) != int(color):
+                problems.append(f"{handle}: colour {e.dxf.color} instead of {color}")
+            if len(fact) > 5 and fact[5]:
+                for item in fact[5].split(";"):
+                    name, value = item.split("=", 1)
+                    actual = getattr(e.dxf, name, None)  # the format's default when not written
+                    if actual is None or not same(actual, parse_value(value)):
+                        problems.append(f"{handle}: {name} is {actual}, not {value}")
+        elif kind == "XDATA":
+            handle, app = fact[1], fact[2]
+            e = db.get(handle)
+            if e is None or not e.has_xdata(app):
+                problems.append(f"{handle}: no extended data of {app}")
+                continue
+            tags = e.get_xdata(app)
+            expected = fact[3].split("|") if len(fact) > 3 and fact[3] else []
+            if len(tags) != len(expected):
+                problems.append(f"{handle}: {len(tags)} extended data items of {app}, not {len(expected)}")
+                continue
+            for tag, item in zip(tags, expected):
+                code, value = item.split("=", 1)
+                if tag.code != int(code) or not tag_value_matches(tag.code, tag.value, value):
+                    problems.append(f"{handle}: extended data {tag.code}={tag.value} instead of {item}")
+        elif kind == "DICT":
+            handle, key, entry_type = fact[1], fact[2], fact[3]
+            d = db.get(handle)
+            if d is None or d.dxftype() != "DICTIONARY":
+                problems.append(f"no dictionary {handle}")
+                continue
+            entry = d.get(key)
+            if entry is None:
+                problems.append(f"dictionary {handle} has no {key!r}")
+            elif hasattr(entry, "dxftype") and entry.dxftype() != entry_type:
+                problems.append(f"dictionary {handle}: {key!r} is a {entry.dxftype()}, not {entry_type}")
+        elif kind == "XRECORD":
+            handle = fact[1]
+            x = db.get(handle)
+            if x is None or x.dxftype() != "XRECORD":
+                problems.append(f"no extended record {handle}")
+                continue
+            expected = fact[2].split("|") if len(fact) > 2 and fact[2] else []
+            tags = list(x.tags)
+            if len(tags) != len(expected):
+                problems.append(f"extended record {handle}: {len(tags)} items, not {len(expected)}")
+                continue
+            for tag, item in zip(tags, expected):
+                code, value = item.split("=", 1)
+                if tag.code != int(code) or not tag_value_matches(tag.code, tag.value, value):
+                    problems.append(f"extended record {handle}: {tag.code}={tag.value} instead of {item}")
+        else:
+            problems.append(f"unknown fact {kind}")
+    for p in problems:
+        print(f"{path}: {p}")
+    return 1 if problems else 0
+
+
+def fill(doc):
+    """Every kind of entity ezdxf makes, on a few layers."""
+    doc.layers.add("Walls", color=3)
+    doc.appids.add("KXTEST")
+    msp = doc.modelspace()
+    msp.add_line((0, 0, 0), (10, 5, 1), dxfattribs={"layer": "Walls", "color": 1})
+    msp.add_circle((5, 5), 2.5)
+    msp.add_arc((1, 2), 3, 30, 300)
+    msp.add_point((7, 8, 9))
+    msp.add_text("text", dxfattribs={"height": 2.5})
+    msp.add_solid([(0, 0), (1, 0), (1, 1), (0, 1)])
+    msp.add_trace([(0, 0), (1, 0), (1, 1), (0, 1)])
+    msp.add_3dface([(0, 0, 0), (1, 0, 0), (1, 1, 1), (0, 1, 0)])
+    msp.add_polyline2d([(0, 0), (1, 1), (2, 0)])
+    msp.add_polyline3d([(0, 0, 0), (1, 1, 1), (2, 0, 2)])
+    msp.add_polymesh((3, 3))
+    msp.add_polyface()
+    blk = doc.blocks.new("BLK")
+    blk.add_line((0, 0), (1, 0))
+    blk.add_attdef("TAG", (0, 0))
+    ref = msp.add_blockref("BLK", (3, 3), dxfattribs={"rotation": 30})
+    ref.add_attrib("TAG", "value", (3, 3))
+    if doc.dxfversion > "AC1009":
+        msp.add_ellipse((0, 0), (4, 1, 0), 0.5, 0.1, 5.0)
+        msp.add_ray((0, 0, 0), (1, 1, 0))
+        msp.add_xline((0, 0, 0), (1, 0, 0))
+        msp.add_lwpolyline([(0, 0), (3, 0, 0.5), (3, 3)], dxfattribs={"closed": True})
+        msp.add_mtext("multi\\Pline text")
+        msp.add_spline([(0, 0), (1, 2), (3, 1), (4, 4)])
+        hatch = msp.add_hatch(color=2)
+        hatch.paths.add_polyline_path([(0, 0), (4, 0), (4, 4), (0, 4)])
+        msp.add_leader([(0, 0), (2, 2), (4, 2)])
+        dim = msp.add_linear_dim(base=(0, 3), p1=(0, 0), p2=(5, 0))
+        dim.render()
+        msp.add_mline([(0, 0), (5, 5)])
+        msp.add_mesh()
+        msp.add_3dsolid()
+        msp.add_region()
+        msp.add_body()
+        msp.add_wipeout([(0, 0), (1, 0), (1, 1)])
+        msp.add_helix(2, 1, 3)
+        msp.add_mpolygon().paths.add_polyline_path([(0, 0), (2, 0), (2, 2)])
+        xd = msp.add_line((1, 1), (2, 2))
+        xd.set_xdata("KXTEST", [(1000, "hello"), (1070, 7), (1040, 2.5), (1010, (1, 2, 3))])
+        img_def = doc.add_image_def("image.png", size_in_pixel=(100, 100))
+        msp.add_image(img_def, insert=(0, 0), size_in_units=(10, 10))
+        group = doc.groups.new("G1")
+        group.extend([xd])
+        xrec = doc.rootdict.add_xrecord("KX_DATA")
+        xrec.extend([(1, "text"), (40, 3.25), (70, 12)])
+        doc.layouts.new("Second")
+        doc.layouts.get("Second").add_circle((1, 1), 1)
+
+
+def make(folder):
+    os.makedirs(folder, exist_ok=True)
+    for version in ("R12", "R2000", "R2004", "R2007", "R2010", "R2013", "R2018"):
+        doc = ezdxf.new(version)
+        fill(doc)
+        doc.saveas(os.path.join(folder, f"ezdxf_{version}.dxf"))
+    doc = ezdxf.new("R2018")
+    fill(doc)
+    doc.saveas(os.path.join(folder, "ezdxf_R2018_binary.dxf"), fmt="bin")
+    doc = ezdxf.new("R12")
+    fill(doc)
+    doc.saveas(os.path.join(folder, "ezdxf_R12_binary.dxf"), fmt="bin")
+    return 0
+
+
+def lines(path, count):
+    doc = ezdxf.new("R2018")
+    msp = doc.modelspace()
+    for i in range(count):
+        x = i * 0.001
+        msp.add_line((x, 1.5 * x, 0.0), (x + 10.25, 2.0 * x - 3.0, 0.0))
+    doc.saveas(path)
+    return 0
+
+
+def timing(path, out):
+    start = time.perf_counter()
+    doc = ezdxf.readfile(path)
+    read = time.perf_counter() - start
+    start = time.perf_counter()
+    doc.saveas(out)
+    write = time.perf_counter() - start
+    print(f"{read:.3f} {write:.3f}")
+    return 0
+
+
+def main(argv):
+    if len(argv) >= 4 and argv[1] == "check" and len(argv) % 2 == 0:
+        failed = 0
+        for i in range(2, len(argv), 2):
+            failed |= check(argv[i], argv[i + 1])
+        return failed
+    if len(argv) >= 3 and argv[1] == "make":
+        return make(argv[2])
+    if len(argv) >= 4 and argv[1] == "lines":
+        return lines(argv[2], int(argv[3]))
+    if len(argv) >= 4 and argv[1] == "time":
+        return timing(argv[2], argv[3])
+    print(__doc__)
+    return 2
+
+
+if __name__ == "__main__":
+    sys.exit(main(sys.argv))

@@ -1,0 +1,208 @@
+// The group-code layer: reading ASCII and binary groups without trusting a
+// length from the file, and writing reals exactly or to a precision.
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "dxf/dxfstream.h"
+
+using namespace kx;
+using namespace kx::dxf;
+
+namespace {
+
+// A binary file: the sentinel, then groups with two-byte codes.
+class BinaryBuilder {
+public:
+    BinaryBuilder() { mData.assign("AutoCAD Binary DXF\r\n\x1a\0", 22); }
+    BinaryBuilder& code(int c)
+    {
+        mData.push_back(char(c & 0xFF));
+        mData.push_back(char((c >> 8) & 0xFF));
+        return *this;
+    }
+    BinaryBuilder& text(int c, const char* value)
+    {
+        code(c);
+        mData.append(value, std::strlen(value) + 1);
+        return *this;
+    }
+    template <class T>
+    BinaryBuilder& raw(int c, T value)
+    {
+        code(c);
+        mData.append(reinterpret_cast<const char*>(&value), sizeof(value));
+        return *this;
+    }
+    BinaryBuilder& bytes(std::string_view value)
+    {
+        mData.append(value);
+        return *this;
+    }
+    const std::string& data() const { return mData; }
+
+private:
+    std::string mData;
+};
+
+}  // namespace
+
+TEST(DxfStream, AsciiGroupsWithBlanksAndLineEnds)
+{
+    const std::string text = "\xEF\xBB\xBF  0\r\nSECTION\r\n  2\nHEADER\n 10\n  1.5 \n999\n  keep blanks  \n290\n1\n";
+    GroupReader in(text);
+    ASSERT_TRUE(in.next());
+    EXPECT_EQ(in.code(), 0);
+    EXPECT_EQ(in.value(), "SECTION");
+    ASSERT_TRUE(in.next());
+    EXPECT_EQ(in.value(), "HEADER");
+    ASSERT_TRUE(in.next());
+    EXPECT_EQ(in.code(), 10);
+    double v = 0;
+    EXPECT_TRUE(in.toDouble(v));
+    EXPECT_EQ(v, 1.5);
+    EXPECT_EQ(in.position(), 5u);
+    in.pushBack();
+    ASSERT_TRUE(in.next());
+    EXPECT_EQ(in.code(), 10);
+    ASSERT_TRUE(in.next());
+    EXPECT_EQ(in.value(), "  keep blanks  ");  // text keeps its blanks
+    EXPECT_EQ(in.trimmedValue(), "keep blanks");
+    ASSERT_TRUE(in.next());
+    EXPECT_FALSE(in.next());
+    EXPECT_FALSE(in.failed());
+}
+
+TEST(DxfStream, AsciiErrorsTellWhere)
+{
+    struct Case {
+        const char* text;
+        Velt::ErrorStatus status;
+        size_t line;
+    };
+    const Case cases[] = {
+        {"0\nSECTION\nten\nx\n", Velt::eInvalidDxfCode, 3},
+        {"0\nSECTION\n1072\nx\n", Velt::eInvalidDxfCode, 3},
+        {"0\nSECTION\n-1\nx\n", Velt::eInvalidDxfCode, 3},
+        {"0\nSECTION\n 1 0\nx\n", Velt::eInvalidDxfCode, 3},
+        {"0\nSECTION\n10", Velt::eEndOfFile, 3},
+    };
+    for (const Case& c : cases) {
+        GroupReader in(c.text);
+        while (in.next()) {
+        }
+        EXPECT_EQ(in.status(), c.status) << c.text;
+        EXPECT_EQ(in.position(), c.line) << c.text;
+        EXPECT_NE(in.message().find("line " + std::to_string(c.line)), std::string::npos);
+        EXPECT_FALSE(in.next());  // a failed reader stays failed
+    }
+}
+
+TEST(DxfStream, BinaryGroupsAndLengthsNotTrusted)
+{
+    const std::string good = BinaryBuilder()
+                                 .text(0, "SECTION")
+                                 .raw(10, 2.25)
+                                 .raw<int16_t>(70, -3)
+                                 .raw<int32_t>(90, 70000)
+                                 .raw<int64_t>(160, int64_t(1) << 40)
+                                 .raw<uint8_t>(290, 1)
+                                 .code(310)
+                                 .bytes(std::string("\x03\x01\xAB\xFF", 4))
+                                 .text(5, "2F")
+                                 .data();
+    GroupReader in(good);
+    ASSERT_TRUE(in.isBinary());
+    std::vector<std::string> values;
+    while (in.next())
+        values.push_back(std::to_string(in.code()) + "=" + std::string(in.value()));
+    EXPECT_FALSE(in.failed()) << in.message();
+    EXPECT_EQ(values, (std::vector<std::string>{"0=SECTION", "10=2.25", "70=-3", "90=70000", "160=1099511627776",
+                                                "290=1", "310=01ABFF", "5=2F"}));
+
+    // A chunk longer than what is left, a number cut short, a text without
+    // its end, a code beyond the last one.
+    const std::string broken[] = {
+        BinaryBuilder().text(0, "SECTION").code(310).bytes("\xFF\x01\x02").data(),
+        BinaryBuilder().text(0, "SECTION").code(10).bytes("\x01\x02\x03").data(),
+        BinaryBuilder().text(0, "SECTION").code(1).bytes("no end").data(),
+        BinaryBuilder().text(0, "SECTION").code(2000).data(),
+        BinaryBuilder().text(0, "SECTION").bytes("\x0a").data(),
+    };
+    for (const std::string& data : broken) {
+        GroupReader reader(data);
+        while (reader.next()) {
+        }
+        EXPECT_TRUE(reader.failed());
+        EXPECT_NE(reader.message().find("byte"), std::string::npos);
+    }
+    // Binary files of R12 and before: one byte per code, 255 escapes a wider one.
+    std::string old("AutoCAD Binary DXF\r\n\x1a\0", 22);
+    old += std::string("\0SECTION\0\xFF\xE8\x03text\0", 17);
+    GroupReader oldReader(old);
+    ASSERT_TRUE(oldReader.next());
+    EXPECT_EQ(oldReader.value(), "SECTION");
+    ASSERT_TRUE(oldReader.next());
+    EXPECT_EQ(oldReader.code(), 1000);
+    EXPECT_EQ(oldReader.value(), "text");
+}
+
+TEST(DxfStream, NumbersParseStrictly)
+{
+    double d = 0;
+    int64_t i = 0;
+    uint64_t h = 0;
+    EXPECT_TRUE(parseDouble(" -1.5e3 ", d));
+    EXPECT_EQ(d, -1500.0);
+    EXPECT_TRUE(parseDouble("+2", d));
+    for (const char* bad : {"", "1.5x", "nan", "inf", "1e999", "--1"})
+        EXPECT_FALSE(parseDouble(bad, d)) << bad;
+    EXPECT_TRUE(parseInt("   42", i));
+    EXPECT_EQ(i, 42);
+    EXPECT_TRUE(parseInt("3.0", i));  // some writers put reals where integers go
+    EXPECT_EQ(i, 3);
+    EXPECT_FALSE(parseInt("3.5", i));
+    EXPECT_FALSE(parseInt("1e300", i));
+    EXPECT_TRUE(parseHandle("2aF", h));
+    EXPECT_EQ(h, 0x2AFu);
+    EXPECT_FALSE(parseHandle("12345678901234567", h));
+    EXPECT_FALSE(parseHandle("G1", h));
+    EXPECT_EQ(valueKindOf(290), ValueKind::kBool);
+    EXPECT_EQ(valueKindOf(1071), ValueKind::kInt32);
+    EXPECT_TRUE(isReferenceCode(330) && isReferenceCode(390) && isReferenceCode(481));
+    EXPECT_FALSE(isReferenceCode(5) || isReferenceCode(1005) || isReferenceCode(370));
+}
+
+TEST(DxfStream, WriterFormatsCodesRealsAndHandles)
+{
+    GroupWriter exact(0);
+    exact.text(0, "LINE");
+    exact.real(10, 0.1);
+    exact.real(20, 100.0);
+    exact.real(30, -0.0);
+    exact.real(40, 1.0 / 3.0);
+    exact.real(41, 1e-300);
+    exact.integer(1071, -2147483647);
+    exact.handle(5, 0xABCDEF);
+    EXPECT_EQ(exact.buffer(), "  0\nLINE\n 10\n0.1\n 20\n100.0\n 30\n0.0\n 40\n0.3333333333333333\n 41\n1e-300\n"
+                              "1071\n-2147483647\n  5\nABCDEF\n");
+    // Every real reads back exactly.
+    GroupReader in(exact.buffer());
+    while (in.next()) {
+        double v = 0;
+        if (in.code() == 40) {
+            ASSERT_TRUE(in.toDouble(v));
+            EXPECT_EQ(v, 1.0 / 3.0);
+        }
+    }
+    // A line end inside a value (binary files can hold one) cannot break the line.
+    GroupWriter control(0);
+    control.text(1, "two\nlines\r\x01\tend");
+    EXPECT_EQ(control.buffer(), "  1\ntwo^Jlines^M^A\tend\n");
+
+    GroupWriter rounded(4);
+    rounded.real(40, 1.0 / 3.0);
+    rounded.real(41, 123456.0);
+    EXPECT_EQ(rounded.buffer(), " 40\n0.3333\n 41\n1.235e+05\n");
+}
