@@ -55,7 +55,11 @@ HRESULT BoundObject::NullObjectId()
     return S_OK;
 }
 
-HRESULT BoundObject::OnModified() { return S_OK; }
+HRESULT BoundObject::OnModified()
+{
+    fireChanged();
+    return S_OK;
+}
 
 HRESULT BoundObject::SetApplicationObject(IDispatch* application)
 {

@@ -31,6 +31,12 @@ public:
     HRESULT STDMETHODCALLTYPE GetApplicationObject(IDispatch** application) override;
 
     VxAxObjectRef& objectRef() { return ref_; }
+
+protected:
+    // Tells the wrapper's event sinks that its object changed.
+    virtual void fireChanged() {}
+
+public:
     IDispatch* application() const { return app_.get(); }
 
 private:

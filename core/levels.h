@@ -8,6 +8,7 @@
 #include "core/hyperlinks.h"
 #include "core/object_members.h"
 #include "containers/block.h"
+#include "containers/tables.h"
 #include "entities/line.h"
 #include "frame/object.h"
 
@@ -47,6 +48,22 @@ struct Level<IVeltLine, Self, Base> {
 template <class Self, class Base>
 struct Level<IVeltBlock, Self, Base> {
     using type = BlockMembers<Self, Pending<IVeltBlock, Base>>;
+};
+
+template <class Self, class Base>
+struct Level<IVeltLayers, Self, Base> {
+    using type = LayersMembers<Self, Pending<IVeltLayers, Base>>;
+};
+
+template <class Self, class Base>
+struct Level<IVeltLineTypes, Self, Base> {
+    using type = LinetypesMembers<Self, Pending<IVeltLineTypes, Base>>;
+};
+
+template <class Self, class Base>
+struct Level<IVeltRegisteredApplications, Self, Base> {
+    using type = TableMembers<Self, Pending<IVeltRegisteredApplications, Base>, IVeltRegisteredApplication,
+                              tables::kRegisteredApps>;
 };
 
 }  // namespace nk

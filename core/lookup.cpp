@@ -89,8 +89,23 @@ HRESULT createWrapper(REFCLSID clsid, IUnknown** out)
     return CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown, reinterpret_cast<void**>(out));
 }
 
+namespace {
+
+// Fires the events of the live wrapper of an object that was just changed and closed.
+void notifyWrapperOfChange(kx::VxDbObjectId id)
+{
+    kx::VxAxOleLinkManager* links = kx::VxAxGetOleLinkManager();
+    auto* wrapper = links ? static_cast<IUnknown*>(links->getIUnknown(id)) : nullptr;
+    if (!wrapper) return;
+    ComPtr<IVeltBaseObject> bound;
+    if (SUCCEEDED(wrapper->QueryInterface(__uuidof(IVeltBaseObject), bound.putVoid()))) bound->OnModified();
+}
+
+}  // namespace
+
 void registerWrapperClasses()
 {
+    kx::vxdbSetObjectModifiedHook(&notifyWrapperOfChange);
     struct Pair {
         const wchar_t* hostClass;
         const CLSID* wrapper;

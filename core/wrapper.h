@@ -74,6 +74,15 @@ public:
         return S_OK;
     }
 
+protected:
+    // Object-events sinks hear Modified with this object, property sinks OnChanged for
+    // every property, after the database object was changed and closed.
+    void fireChanged()
+    {
+        fireModified(static_cast<Itf*>(this));
+        firePropertyChanged(DISPID_UNKNOWN);
+    }
+
 private:
     static const IID* sourceIid()
     {

@@ -96,6 +96,10 @@ bool inChain(REFIID iid)
     }
 }
 
+// The count of an object being destroyed: high enough that no AddRef/Release pair made
+// from its destructor reaches zero again.
+constexpr ULONG kDestroying = 1u << 30;
+
 template <class T>
 class ComObject final : public T, private LiveObject {
 public:
@@ -114,7 +118,10 @@ public:
     ULONG STDMETHODCALLTYPE Release() override
     {
         ULONG n = --refs_;
-        if (n == 0) delete this;
+        if (n == 0) {
+            refs_ = kDestroying;  // a call made while the object goes must not delete it again
+            delete this;
+        }
         return n;
     }
 
@@ -188,7 +195,10 @@ private:
         ULONG STDMETHODCALLTYPE Release() override
         {
             ULONG n = --refs;
-            if (n == 0) delete owner;
+            if (n == 0) {
+                refs = kDestroying;
+                delete owner;
+            }
             return n;
         }
         AggregatedObject* owner;

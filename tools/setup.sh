@@ -11,6 +11,7 @@ packages=(
   wine64 wine64-tools libwine-dev
   googletest
   python3 python3-ezdxf librecad-data
+  clang libclang-rt-14-dev
 )
 
 missing=()

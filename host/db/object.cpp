@@ -1,5 +1,6 @@
 #include "db/object.h"
 
+#include <atomic>
 #include <cstring>
 #include <mutex>
 #include <new>
@@ -179,12 +180,21 @@ Velt::ErrorStatus VxDbObject::assertWriteEnabled() const
     return isWriteEnabled() ? Velt::eOk : Velt::eNotOpenForWrite;
 }
 
+namespace {
+std::atomic<VxDbObjectModifiedHook> gModifiedHook{nullptr};
+}
+
+void vxdbSetObjectModifiedHook(VxDbObjectModifiedHook hook) { gModifiedHook.store(hook); }
+
 Velt::ErrorStatus VxDbObject::close()
 {
     if (!isResident())
         return Velt::eOk;
     if (mState & kWriter) {
         mState = uint8_t((mState & ~kWriter) | kModified);
+        // Last: the observer may open the object again.
+        if (VxDbObjectModifiedHook hook = gModifiedHook.load(std::memory_order_relaxed))
+            hook(objectId());
         return Velt::eOk;
     }
     if (mReaders > 0) {

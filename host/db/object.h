@@ -35,6 +35,11 @@ Velt::ErrorStatus eraseTree(VxDbObject* object, bool erasing);
 void setIntendedDatabase(VxDbObject* object, VxDbDatabase* database);
 }  // namespace detail
 
+// Called after an object that was open for write is closed: how observers (the automation
+// layer's event sources) learn that an object changed. One hook per process; null removes it.
+using VxDbObjectModifiedHook = void (*)(VxDbObjectId id);
+void vxdbSetObjectModifiedHook(VxDbObjectModifiedHook hook);
+
 // Base of every database object. An object is either resident (it has an id
 // in a database, which owns it) or not yet: then whoever made it owns it and
 // may append it to a database or delete it. Resident objects are reached by
