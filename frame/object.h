@@ -18,6 +18,7 @@
 #include <new>
 #include <utility>
 
+#include "frame/com.h"
 #include "frame/module.h"
 #include "frame/pending.h"
 #include "catalogue_gen.h"
@@ -143,6 +144,18 @@ public:
 private:
     std::atomic<ULONG> refs_{0};
 };
+
+// A new instance of Impl kept by the caller, with its final construction done; null when
+// either fails. For objects that the server makes for itself, outside the class table.
+template <class Impl>
+ComPtr<ComObject<Impl>> makeObject()
+{
+    auto* object = new (std::nothrow) ComObject<Impl>();
+    if (!object) return {};
+    auto held = ComPtr<ComObject<Impl>>(object);
+    if (FAILED(object->finalConstruct())) return {};
+    return held;
+}
 
 // An instance living inside an outer object: its interfaces delegate IUnknown to the outer
 // unknown, and the outer holds the inner, non-delegating unknown.

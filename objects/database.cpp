@@ -16,6 +16,7 @@
 #include "frame/object.h"
 #include "objects/id_pair.h"
 #include "objects/preferences.h"
+#include "objects/file_dependencies.h"
 #include "objects/summary_info.h"
 #include "services/doclock.h"
 #include "services/linkmanager.h"
@@ -26,17 +27,6 @@ namespace {
 using kx::VxDbObjectId;
 
 const IID& kDatabaseIid = __uuidof(IVeltDatabase);
-
-// A new instance of one of this module's classes, with one reference for the caller.
-template <class Impl>
-ComPtr<ComObject<Impl>> newObject()
-{
-    auto* object = new (std::nothrow) ComObject<Impl>();
-    if (!object) return {};
-    auto held = ComPtr<ComObject<Impl>>(object);
-    if (FAILED(object->finalConstruct())) return {};
-    return held;
-}
 
 bool isMissing(const VARIANT& v) { return V_VT(&v) == VT_ERROR && V_ERROR(&v) == DISP_E_PARAMNOTFOUND; }
 
@@ -217,7 +207,7 @@ HRESULT DatabaseCore::copyObjects(const VARIANT& objects, const VARIANT& owner, 
             std::vector<ComPtr<IDispatch>> pairs;
             pairs.reserve(mapping.numPairs());
             for (const kx::VxDbIdPair& pair : mapping.pairs()) {
-                auto made = newObject<ImplOf<VeltIdPairTag>::type>();
+                auto made = makeObject<ImplOf<VeltIdPairTag>::type>();
                 if (!made) throw E_OUTOFMEMORY;
                 made->setPair(pair, app_.get());
                 pairs.push_back(made.as<IDispatch>());
@@ -342,7 +332,7 @@ HRESULT cachedChild(ComPtr<Itf>& cache, Itf** out, const DatabaseLink& link, IDi
     if (!out) return E_POINTER;
     *out = nullptr;
     if (!cache) {
-        auto child = newObject<Impl>();
+        auto child = makeObject<Impl>();
         if (!child) return E_FAIL;
         if (FAILED(child->QueryInterface(__uuidof(Itf), cache.putVoid())) || !cache) {
             cache.reset();
@@ -365,6 +355,11 @@ HRESULT DatabaseCore::preferences(IVeltDatabasePreferences** preferences)
 HRESULT DatabaseCore::summaryInfo(IVeltSummaryInfo** summaryInfo)
 {
     return cachedChild<ImplOf<VeltSummaryInfoTag>::type>(summaryInfo_, summaryInfo, link_, app_.get());
+}
+
+HRESULT DatabaseCore::fileDependencies(IVeltFileDependencies** fileDependencies)
+{
+    return cachedChild<ImplOf<VeltFileDependenciesTag>::type>(fileDependencies_, fileDependencies, link_, app_.get());
 }
 
 // ---- the class ----

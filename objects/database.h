@@ -67,6 +67,7 @@ public:
     HRESULT objectIdToObject(LONG_PTR id, IDispatch** object);
     HRESULT preferences(IVeltDatabasePreferences** preferences);
     HRESULT summaryInfo(IVeltSummaryInfo** summaryInfo);
+    HRESULT fileDependencies(IVeltFileDependencies** fileDependencies);
 
 private:
     void forgetRecord();
@@ -75,6 +76,7 @@ private:
     ComPtr<IDispatch> app_;
     ComPtr<IVeltDatabasePreferences> preferences_;
     ComPtr<IVeltSummaryInfo> summaryInfo_;
+    ComPtr<IVeltFileDependencies> fileDependencies_;
 };
 
 template <class Self, class Base>
@@ -151,6 +153,10 @@ public:
         return core_.preferences(out);
     }
     HRESULT STDMETHODCALLTYPE get_SummaryInfo(IVeltSummaryInfo** out) override { return core_.summaryInfo(out); }
+    HRESULT STDMETHODCALLTYPE get_FileDependencies(IVeltFileDependencies** out) override
+    {
+        return core_.fileDependencies(out);
+    }
     HRESULT STDMETHODCALLTYPE get_SectionManager(IVeltSectionManager** out) override
     {
         return get(DatabaseObject::kSectionManager, out);

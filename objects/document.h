@@ -144,6 +144,10 @@ public:
     {
         return forward(&IVeltDatabase::get_Preferences, out);
     }
+    HRESULT STDMETHODCALLTYPE get_FileDependencies(IVeltFileDependencies** out) override
+    {
+        return forward(&IVeltDatabase::get_FileDependencies, out);
+    }
     HRESULT STDMETHODCALLTYPE get_SummaryInfo(IVeltSummaryInfo** out) override
     {
         return forward(&IVeltDatabase::get_SummaryInfo, out);

@@ -12,6 +12,7 @@
 #include "db/database.h"
 #include "db/entities.h"
 #include "db/summaryinfo.h"
+#include "drawing_fixture.h"
 #include "db/symtables.h"
 #include "frame/com.h"
 #include "kxauto.h"
@@ -432,7 +433,8 @@ TEST(DatabaseWithoutDrawing, SettingsReportTheMissingDatabase)
     ComPtr<IVeltLayers> layers;
     EXPECT_EQ(database->get_Layers(layers.put()), E_FAIL);
     ComPtr<IVeltFileDependencies> dependencies;
-    EXPECT_EQ(database->get_FileDependencies(dependencies.put()), E_NOTIMPL);
+    ASSERT_EQ(database->get_FileDependencies(dependencies.put()), S_OK);
+    EXPECT_EQ(dependencies->get_Count(&number), statusCode(kx::Velt::eNoDatabase));
 }
 
 TEST_F(DatabaseWrapper, SummaryInfoIsReadFreshAndIgnoresEmptyValues)
@@ -487,4 +489,69 @@ TEST_F(DatabaseWrapper, SummaryInfoCustomProperties)
     ASSERT_EQ(summary->RemoveCustomByIndex(0), S_OK);
     EXPECT_EQ(summary->RemoveCustomByIndex(0), statusCode(kx::Velt::eInvalidIndex));
     EXPECT_EQ(db->summaryInfoStorage().numCustomInfo(), 0);
+}
+
+TEST_F(DatabaseWrapper, FileDependenciesAreCountedEntriesOfTheDrawing)
+{
+    ComPtr<IVeltFileDependencies> files, again;
+    ASSERT_EQ(database->get_FileDependencies(files.put()), S_OK);
+    ASSERT_EQ(database->get_FileDependencies(again.put()), S_OK);
+    EXPECT_EQ(files.get(), again.get());
+
+    // A file that exists: the one this test runs from.
+    wchar_t self[MAX_PATH] = {};
+    GetModuleFileNameW(nullptr, self, MAX_PATH);
+    Bstr image(L"Image"), exe(self), missing(L"Z:\\no\\such\\file.png");
+    LONG first = 0, second = 0, repeated = 0, found = 0;
+    ASSERT_EQ(files->CreateEntry(image.get(), exe.get(), VARIANT_TRUE, VARIANT_FALSE, &first), S_OK);
+    ASSERT_EQ(files->CreateEntry(image.get(), missing.get(), VARIANT_FALSE, VARIANT_FALSE, &second), S_OK);
+    ASSERT_EQ(files->CreateEntry(image.get(), exe.get(), VARIANT_FALSE, VARIANT_FALSE, &repeated), S_OK);
+    EXPECT_EQ(repeated, first);
+    EXPECT_NE(second, first);
+    EXPECT_EQ(files->CreateEntry(Bstr(L"").get(), exe.get(), VARIANT_FALSE, VARIANT_FALSE, &found), E_INVALIDARG);
+    ASSERT_EQ(files->IndexOf(Bstr(L"IMAGE").get(), exe.get(), &found), S_OK);
+    EXPECT_EQ(found, first);
+    LONG count = 0;
+    files->get_Count(&count);
+    EXPECT_EQ(count, 2);
+
+    ComPtr<IVeltFileDependency> entry;
+    drawing::Value index = drawing::number(first);
+    ASSERT_EQ(files->Item(*index, entry.put()), S_OK);
+    LONG references = 0, size = 0, position = 0;
+    VARIANT_BOOL graphics = VARIANT_FALSE;
+    Bstr name, foundPath;
+    entry->get_ReferenceCount(&references);
+    entry->get_FileSize(&size);
+    entry->get_Index(&position);
+    entry->get_AffectsGraphics(&graphics);
+    entry->get_FileName(name.put());
+    entry->get_FoundPath(foundPath.put());
+    EXPECT_EQ(references, 2);
+    EXPECT_GT(size, 0);
+    EXPECT_EQ(position, first);
+    EXPECT_EQ(graphics, VARIANT_TRUE);
+    EXPECT_EQ(std::wstring(name.c_str()), std::wstring(self).substr(std::wstring(self).find_last_of(L"\\/") + 1));
+    EXPECT_NE(foundPath.length(), 0u);
+
+    // The missing file is recorded but not found.
+    drawing::Value other = drawing::number(second), unknown = drawing::number(99);
+    ASSERT_EQ(files->Item(*other, entry.put()), S_OK);
+    entry->get_FoundPath(foundPath.put());
+    EXPECT_EQ(foundPath.length(), 0u);
+    EXPECT_EQ(files->Item(*unknown, entry.put()), static_cast<HRESULT>(0x80200016));
+
+    // References are taken away one at a time unless forced.
+    EXPECT_EQ(files->RemoveEntry(first, VARIANT_FALSE), S_OK);
+    files->get_Count(&count);
+    EXPECT_EQ(count, 2);
+    EXPECT_EQ(files->RemoveEntry(first, VARIANT_FALSE), S_OK);
+    EXPECT_EQ(files->RemoveEntry(second, VARIANT_TRUE), S_OK);
+    files->get_Count(&count);
+    EXPECT_EQ(count, 0);
+    EXPECT_NE(files->RemoveEntry(first, VARIANT_TRUE), S_OK);
+
+    // Without its drawing the collection fails cleanly.
+    db.reset();
+    EXPECT_NE(files->get_Count(&count), S_OK);
 }

@@ -143,7 +143,9 @@ VxRxClass* VxDbObjectId::objectClass() const
 VX_RX_DEFINE_MEMBERS(VxDbDatabase, VxRxObject, L"KxDbDatabase", nullptr, nullptr)
 
 VxDbDatabase::VxDbDatabase(bool buildDefaultDrawing, bool noDocument)
-    : mNoDocument(noDocument), mSummaryInfo(std::make_unique<VxDbDatabaseSummaryInfo>())
+    : mNoDocument(noDocument),
+      mSummaryInfo(std::make_unique<VxDbDatabaseSummaryInfo>()),
+      mFileDependencies(std::make_unique<VxDbFileDependencyManager>(this))
 {
     registerDatabase(this, mSerial, mGeneration);
     mSummaryInfo->setDatabase(this);

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "db/color.h"
+#include "db/filedeps.h"
 #include "db/headervars.h"
 #include "db/object.h"
 #include "ge/matrix.h"
@@ -241,6 +242,8 @@ public:
     bool hasDocument() const { return !mNoDocument; }
     VxDbDatabaseSummaryInfo& summaryInfoStorage() { return *mSummaryInfo; }
     const VxDbDatabaseSummaryInfo& summaryInfoStorage() const { return *mSummaryInfo; }
+    // The files the drawing depends on.
+    VxDbFileDependencyManager& fileDependencyManager() { return *mFileDependencies; }
 
     // ---- cloning ----
     // Copies objects of this database to an owner in this database, with
@@ -307,6 +310,7 @@ private:
     std::array<VxDbHeaderValue, size_t(VxDbHeaderVar::kCount)> mHeader;
     std::wstring mFilename;
     std::unique_ptr<VxDbDatabaseSummaryInfo> mSummaryInfo;
+    std::unique_ptr<VxDbFileDependencyManager> mFileDependencies;
 };
 
 // Extended names (EXTNAMES) of a database.
