@@ -20,24 +20,20 @@ const VARIANT* checkedAddress(const VARIANT& v)
     return p;
 }
 
-// A VARIANT copied with its reference followed, cleared on every path.
-class VariantValue {
-public:
-    explicit VariantValue(const VARIANT& v)
-    {
-        const VARIANT* source = checkedAddress(v);
-        HRESULT hr = VariantCopyInd(value_.get(), const_cast<VARIANT*>(source));
-        if (FAILED(hr)) fail(hr);
+// The array a VARIANT holds, a reference to a VARIANT or to an array followed once; null for
+// a VARIANT of another kind. Nothing is copied: the caller's VARIANT outlives the read.
+SAFEARRAY* arrayOf(const VARIANT& v)
+{
+    const VARIANT* value = checkedAddress(v);
+    if (V_VT(value) == (VT_BYREF | VT_VARIANT)) {
+        value = V_VARIANTREF(value);
+        if (!value || (V_VT(value) & VT_BYREF)) fail(E_INVALIDARG);
     }
-    // The array the VARIANT holds; a VARIANT of another kind holds none.
-    SAFEARRAY* array() const
-    {
-        return (value_.type() & VT_ARRAY) && !(value_.type() & VT_BYREF) ? V_ARRAY(value_.get()) : nullptr;
-    }
-
-private:
-    Variant value_;
-};
+    const VARTYPE vt = V_VT(value);
+    if (!(vt & VT_ARRAY)) return nullptr;
+    if (vt & VT_BYREF) return V_ARRAYREF(value) ? *V_ARRAYREF(value) : nullptr;
+    return V_ARRAY(value);
+}
 
 struct Bounds {
     LONG lower;
@@ -65,17 +61,22 @@ double readDouble(const SAFEARRAY* sa, LONG* indices)
     return d;
 }
 
-// Reads `count` consecutive doubles of a one-dimensional array from its lower bound on.
+// Reads the N doubles of a one-dimensional array of N doubles, checked once and read in
+// one access.
 template <int N>
 void readPoint(const SAFEARRAY* sa, double (&out)[N])
 {
-    if (!sa || SafeArrayGetDim(const_cast<SAFEARRAY*>(sa)) != 1) fail(kNotAnArray);
+    auto* a = const_cast<SAFEARRAY*>(sa);
+    if (!a || SafeArrayGetDim(a) != 1) fail(kNotAnArray);
     Bounds b = bounds(sa, 1, kBoundsUnreadable);
     if (static_cast<long long>(b.upper) - b.lower != N - 1) fail(kWrongElementCount);
-    for (int i = 0; i < N; ++i) {
-        LONG index = b.lower + i;
-        out[i] = readDouble(sa, &index);
-    }
+    VARTYPE vt = VT_EMPTY;
+    if (FAILED(SafeArrayGetVartype(a, &vt)) || vt != VT_R8 || SafeArrayGetElemsize(a) != sizeof(double))
+        fail(kElementNotRead);
+    SafeArrayAccess access(a);
+    if (FAILED(access.status())) fail(kElementNotRead);
+    const double* values = access.data<double>();
+    for (int i = 0; i < N; ++i) out[i] = values[i];
 }
 
 SAFEARRAY* makeDoubles(const double* values, LONG count)
@@ -167,8 +168,7 @@ VxAxPoint3d& VxAxPoint3d::operator=(const kx::VxGePoint3d& p)
 
 VxAxPoint3d& VxAxPoint3d::operator=(const VARIANT& v)
 {
-    VariantValue value(v);
-    return *this = value.array();
+    return *this = arrayOf(v);
 }
 
 VxAxPoint3d& VxAxPoint3d::operator=(const SAFEARRAY* sa)
@@ -211,8 +211,7 @@ VxAxPoint2d& VxAxPoint2d::operator=(const kx::VxGePoint2d& p)
 
 VxAxPoint2d& VxAxPoint2d::operator=(const VARIANT& v)
 {
-    VariantValue value(v);
-    return *this = value.array();
+    return *this = arrayOf(v);
 }
 
 VxAxPoint2d& VxAxPoint2d::operator=(const SAFEARRAY* sa)
@@ -249,8 +248,7 @@ VxAxPoint3dArray& VxAxPoint3dArray::append(const kx::VxGePoint3d& p)
 
 VxAxPoint3dArray& VxAxPoint3dArray::append(const VARIANT& v)
 {
-    VariantValue value(v);
-    return append(value.array());
+    return append(arrayOf(v));
 }
 
 VxAxPoint3dArray& VxAxPoint3dArray::append(const SAFEARRAY* sa)
@@ -270,8 +268,7 @@ VxAxPoint2dArray& VxAxPoint2dArray::append(const kx::VxGePoint2d& p)
 
 VxAxPoint2dArray& VxAxPoint2dArray::append(const VARIANT& v)
 {
-    VariantValue value(v);
-    return append(value.array());
+    return append(arrayOf(v));
 }
 
 VxAxPoint2dArray& VxAxPoint2dArray::append(const SAFEARRAY* sa)
@@ -290,8 +287,7 @@ VxAxMatrix3d::VxAxMatrix3d(const SAFEARRAY* sa) { *this = sa; }
 
 VxAxMatrix3d& VxAxMatrix3d::operator=(const VARIANT& v)
 {
-    VariantValue value(v);
-    return *this = value.array();
+    return *this = arrayOf(v);
 }
 
 VxAxMatrix3d& VxAxMatrix3d::operator=(const SAFEARRAY* sa)

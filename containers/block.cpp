@@ -10,7 +10,11 @@
 #include "core/lookup.h"
 #include "core/object_ops.h"
 #include "db/blocks.h"
+#include "db/database.h"
 #include "db/entities.h"
+#include "db/symtables.h"
+#include "dxf/dxfxref.h"
+#include "services/hostservices.h"
 #include "frame/com.h"
 #include "frame/enum_variant.h"
 #include "services/doclock.h"
@@ -201,3 +205,245 @@ HRESULT erase(VxAxObjectRef& block)
 
 }  // namespace blocks
 }  // namespace nk
+
+namespace nk::blocks {
+namespace {
+
+using kx::VxDbObjectId;
+
+// Reads one property of the open block record.
+template <class Value, class Read>
+HRESULT readRecord(VxAxObjectRef& block, Value* out, Read read)
+{
+    if (!out) return E_POINTER;
+    return guarded(kBlockIid, [&] {
+        OpenedObject<VxDbBlockTableRecord> record(block, kx::VxDb::kForRead);
+        return read(*record.orThrow(), *out);
+    });
+}
+
+HRESULT readText(VxAxObjectRef& block, BSTR* out, const std::wstring& (VxDbBlockTableRecord::*get)() const)
+{
+    if (out) *out = nullptr;
+    return readRecord(block, out, [&](const VxDbBlockTableRecord& record, BSTR& text) {
+        const std::wstring& value = (record.*get)();
+        text = SysAllocStringLen(value.data(), static_cast<UINT>(value.size()));
+        return text ? S_OK : E_OUTOFMEMORY;
+    });
+}
+
+HRESULT readFlag(VxAxObjectRef& block, VARIANT_BOOL* out, bool (VxDbBlockTableRecord::*get)() const)
+{
+    return readRecord(block, out, [&](const VxDbBlockTableRecord& record, VARIANT_BOOL& flag) {
+        flag = (record.*get)() ? VARIANT_TRUE : VARIANT_FALSE;
+        return S_OK;
+    });
+}
+
+// Changes the record under the document lock; the host judges the value.
+template <class Write>
+HRESULT writeRecord(VxAxObjectRef& block, Write write)
+{
+    return guarded(kBlockIid, [&] {
+        kx::VxAxDocLock lock(block.objectId(), kx::VxAxDocLock::kWrite);
+        OpenedObject<VxDbBlockTableRecord> record(block, kx::VxDb::kForWrite);
+        check(write(*record.orThrow()));
+        return S_OK;
+    });
+}
+
+std::wstring nameOf(VxAxObjectRef& block)
+{
+    OpenedObject<VxDbBlockTableRecord> record(block, kx::VxDb::kForRead);
+    if (!record.isOpen()) throw E_FAIL;
+    return record->name();
+}
+
+// "C:\\parts\\bolt.dxf" names the block "bolt"; doubled backslashes are collapsed first.
+void splitBlockName(const std::wstring& given, std::wstring& path, std::wstring& blockName)
+{
+    path = given;
+    for (size_t at; (at = path.find(L"\\\\")) != std::wstring::npos;) path.erase(at, 1);
+    const size_t slash = path.find_last_of(L"\\/");
+    blockName = slash == std::wstring::npos ? path : path.substr(slash + 1);
+    const size_t dot = blockName.find_last_of(L'.');
+    if (dot != std::wstring::npos && dot > 0) blockName.erase(dot);
+}
+
+}  // namespace
+
+HRESULT insertBlock(VxAxObjectRef& block, IDispatch* app, const VARIANT& point, BSTR name, double xScale,
+                    double yScale, double zScale, double rotation, IVeltBlockReference** reference)
+{
+    if (!reference) return E_POINTER;
+    *reference = nullptr;
+    VxAxPoint3d position;
+    HRESULT hr = guarded(kBlockIid, [&] {
+        position = point;
+        return S_OK;
+    });
+    if (FAILED(hr)) return hr;
+    std::wstring path, blockName;
+    splitBlockName(name ? name : L"", path, blockName);
+    if (blockName.empty()) return E_INVALIDARG;
+    return appendEntity(block, app, reference, [&](VxDbBlockTableRecord& record) {
+        kx::VxDbDatabase* db = record.database();
+        VxDbObjectId blockId;
+        {
+            kx::VxDbObjectPointer<kx::VxDbBlockTable> table(db->blockTableId(), kx::VxDb::kForRead);
+            check(table.openStatus());
+            table->getAt(blockName.c_str(), blockId);
+        }
+        // A block the drawing lacks comes from the file of that name.
+        if (blockId.isNull()) check(kx::vxdbInsertDrawingFile(db, blockName.c_str(), path.c_str(), blockId));
+        auto made = std::make_unique<kx::VxDbBlockReference>();
+        check(made->setDatabaseDefaults(db));
+        check(made->setBlockTableRecord(blockId));
+        check(made->setPosition(position));
+        check(made->setScaleFactors({xScale, yScale, zScale}));
+        check(made->setRotation(rotation));
+        return NewEntity(std::move(made));
+    });
+}
+
+HRESULT attachExternalReference(VxAxObjectRef& block, IDispatch* app, BSTR path, BSTR name, const VARIANT& point,
+                                double xScale, double yScale, double zScale, double rotation, VARIANT_BOOL overlay,
+                                const VARIANT& password, IVeltExternalReference** reference)
+{
+    if (!reference) return E_POINTER;
+    *reference = nullptr;
+    if (xScale < 0 || yScale < 0 || zScale < 0) return E_FAIL;
+    return guarded(kBlockIid, [&]() -> HRESULT {
+        kx::VxAxDocLock lock(block.objectId(), kx::VxAxDocLock::kWrite);
+        const wchar_t* secret = nullptr;
+        if (V_VT(&password) == VT_BSTR) secret = V_BSTR(&password);
+        if (V_VT(&password) == (VT_BSTR | VT_BYREF) && V_BSTRREF(&password)) secret = *V_BSTRREF(&password);
+        if (secret && !*secret) secret = nullptr;
+        VxAxPoint3d position;
+        position = point;
+        const kx::VxGeVector3d scale{xScale, yScale, zScale};
+        VxDbObjectId made;
+        auto attach = overlay == VARIANT_TRUE ? &kx::vxedXrefOverlay : &kx::vxedXrefAttach;
+        // Into the current space of the block's own drawing: without an editor, the drawing
+        // being worked on is the one the client called.
+        kx::VxDbDatabase* drawing = block.objectId().database();
+        if (!drawing) drawing = kx::vxdbHostApplicationServices()->workingDatabase();
+        if (attach(path ? path : L"", name ? name : L"", VxDbObjectId(), made, position, scale, rotation, true,
+                   drawing, secret) != kx::Velt::eOk)
+            return E_FAIL;
+        ComPtr<IUnknown> wrapper;
+        VxAxGetIUnknownOfObject(wrapper.put(), made, app);
+        if (!wrapper) return E_FAIL;
+        return wrapper->QueryInterface(__uuidof(IVeltExternalReference), reinterpret_cast<void**>(reference));
+    });
+}
+
+HRESULT bind(VxAxObjectRef& block, VARIANT_BOOL prefixName)
+{
+    return guarded(kBlockIid, [&] {
+        const std::wstring name = nameOf(block);
+        const bool insertBind = prefixName == VARIANT_TRUE;
+        return kx::vxedXrefBind(name.c_str(), insertBind, true, block.objectId().database()) == kx::Velt::eOk ? S_OK
+                                                                                                              : E_FAIL;
+    });
+}
+
+HRESULT detach(VxAxObjectRef& block)
+{
+    return guarded(kBlockIid, [&] {
+        kx::VxAxDocLock lock(block.objectId(), kx::VxAxDocLock::kWrite);
+        const std::wstring name = nameOf(block);
+        return kx::vxedXrefDetach(name.c_str(), true, block.objectId().database()) == kx::Velt::eOk ? S_OK : E_FAIL;
+    });
+}
+
+HRESULT xrefDatabase(VxAxObjectRef& block, IDispatch* app, IVeltDatabase** database)
+{
+    if (!database) return E_POINTER;
+    *database = nullptr;
+    return guarded(kBlockIid, [&] {
+        kx::VxDbDatabase* side = kx::vxdbXrefDatabase(block.objectId());
+        if (!side) return E_FAIL;  // not a loaded reference
+        ComPtr<IUnknown> wrapper = ComPtr<IUnknown>::adopt(NkAuGetIUnknownOfDatabase(side, app));
+        if (!wrapper) return E_FAIL;
+        return wrapper->QueryInterface(__uuidof(IVeltDatabase), reinterpret_cast<void**>(database));
+    });
+}
+
+HRESULT getPath(VxAxObjectRef& block, BSTR* path) { return readText(block, path, &VxDbBlockTableRecord::pathName); }
+HRESULT putPath(VxAxObjectRef& block, BSTR path)
+{
+    return writeRecord(block, [&](VxDbBlockTableRecord& record) { return record.setPathName(path ? path : L""); });
+}
+HRESULT getComments(VxAxObjectRef& block, BSTR* comments)
+{
+    return readText(block, comments, &VxDbBlockTableRecord::comments);
+}
+HRESULT putComments(VxAxObjectRef& block, BSTR comments)
+{
+    return writeRecord(block, [&](VxDbBlockTableRecord& record) { return record.setComments(comments ? comments : L""); });
+}
+HRESULT getUnits(VxAxObjectRef& block, VxInsertUnits* units)
+{
+    return readRecord(block, units, [](const VxDbBlockTableRecord& record, VxInsertUnits& value) {
+        value = static_cast<VxInsertUnits>(record.blockInsertUnits());
+        return S_OK;
+    });
+}
+HRESULT putUnits(VxAxObjectRef& block, VxInsertUnits units)
+{
+    return writeRecord(block, [&](VxDbBlockTableRecord& record) {
+        return record.setBlockInsertUnits(static_cast<kx::VxDb::UnitsValue>(units));
+    });
+}
+HRESULT getExplodable(VxAxObjectRef& block, VARIANT_BOOL* value)
+{
+    return readFlag(block, value, &VxDbBlockTableRecord::explodable);
+}
+HRESULT putExplodable(VxAxObjectRef& block, VARIANT_BOOL value)
+{
+    return writeRecord(block, [&](VxDbBlockTableRecord& record) { return record.setExplodable(value != VARIANT_FALSE); });
+}
+HRESULT getBlockScaling(VxAxObjectRef& block, VxBlockScaling* scaling)
+{
+    return readRecord(block, scaling, [](const VxDbBlockTableRecord& record, VxBlockScaling& value) {
+        value = static_cast<VxBlockScaling>(record.blockScaling());
+        return S_OK;
+    });
+}
+HRESULT putBlockScaling(VxAxObjectRef& block, VxBlockScaling scaling)
+{
+    return writeRecord(block, [&](VxDbBlockTableRecord& record) {
+        return record.setBlockScaling(static_cast<kx::VxDb::BlockScaling>(scaling));
+    });
+}
+HRESULT getIsLayout(VxAxObjectRef& block, VARIANT_BOOL* value)
+{
+    return readFlag(block, value, &VxDbBlockTableRecord::isLayout);
+}
+HRESULT getIsXRef(VxAxObjectRef& block, VARIANT_BOOL* value)
+{
+    return readFlag(block, value, &VxDbBlockTableRecord::isFromExternalReference);
+}
+HRESULT getIsDynamicBlock(VxAxObjectRef& block, VARIANT_BOOL* value)
+{
+    // The host has no dynamic blocks.
+    return readRecord(block, value, [](const VxDbBlockTableRecord&, VARIANT_BOOL& flag) {
+        flag = VARIANT_FALSE;
+        return S_OK;
+    });
+}
+HRESULT getLayout(VxAxObjectRef& block, IDispatch* app, IVeltLayout** layout)
+{
+    if (layout) *layout = nullptr;
+    return readRecord(block, layout, [&](const VxDbBlockTableRecord& record, IVeltLayout*& out) -> HRESULT {
+        const VxDbObjectId id = record.getLayoutId();
+        if (id.isNull()) return E_FAIL;  // not a layout's block
+        ComPtr<IUnknown> wrapper;
+        VxAxGetIUnknownOfObject(wrapper.put(), id, app);
+        if (!wrapper) return E_FAIL;
+        return wrapper->QueryInterface(__uuidof(IVeltLayout), reinterpret_cast<void**>(&out));
+    });
+}
+
+}  // namespace nk::blocks

@@ -4,6 +4,7 @@
 
 #include "axsupport/errors.h"
 #include "core/binding.h"
+#include "db/blocks.h"
 #include "db/database.h"
 #include "db/entity.h"
 #include "db/object.h"
@@ -45,12 +46,24 @@ CLSID spaceClassOf(const kx::VxDbObject* object, const CLSID& blockClass)
     return blockClass;
 }
 
+// An insertion of an external reference's block is an external reference.
+CLSID referenceClassOf(const kx::VxDbObject* object, const CLSID& referenceClass)
+{
+    const auto* reference = kx::VxDbBlockReference::cast(object);
+    if (!reference) return referenceClass;
+    kx::VxDbObjectPointer<kx::VxDbBlockTableRecord> block(reference->blockTableRecord(), kx::VxDb::kForRead);
+    return block.openStatus() == kx::Velt::eOk && block->isFromExternalReference() ? CLSID_VeltExternalReference
+                                                                                  : referenceClass;
+}
+
 CLSID wrapperClassOf(const kx::VxDbObject* object)
 {
     kx::VxClsid id;
     if (object->getClassID(&id) == kx::Velt::eOk) {
         const CLSID clsid = toClsid(id);
-        return clsid == CLSID_VeltBlock ? spaceClassOf(object, clsid) : clsid;
+        if (clsid == CLSID_VeltBlock) return spaceClassOf(object, clsid);
+        if (clsid == CLSID_VeltBlockReference) return referenceClassOf(object, clsid);
+        return clsid;
     }
     return object->isKindOf(kx::VxDbEntity::desc()) ? CLSID_VeltEntity : CLSID_VeltObject;
 }

@@ -10,6 +10,7 @@
 #include "core/object_ops.h"
 #include "db/entities.h"
 #include "drawing_fixture.h"
+#include "dxf/dxffile.h"
 #include "frame/module.h"
 
 using drawing::number;
@@ -240,4 +241,137 @@ TEST_F(Block, TheAppendRoutineLeavesNothingBehind)
         EXPECT_GT(nk::Module::lockCount(), liveBefore);
     }
     EXPECT_EQ(nk::Module::lockCount(), liveBefore);
+}
+
+namespace {
+
+// A drawing file of one line, written by the host, in the temporary folder.
+std::wstring partFile(const wchar_t* name)
+{
+    wchar_t folder[MAX_PATH] = {};
+    GetTempPathW(MAX_PATH, folder);
+    const std::wstring path = std::wstring(folder) + name;
+    kx::VxDbDatabase part;
+    {
+        kx::VxDbObjectPointer<kx::VxDbBlockTableRecord> space(part.modelSpaceId(), kx::VxDb::kForWrite);
+        auto* line = new kx::VxDbLine({0, 0, 0}, {2, 0, 0});
+        space->appendVxDbEntity(line);
+        line->close();
+    }
+    EXPECT_EQ(kx::vxdbSaveAs(&part, path.c_str(), false), kx::Velt::eOk);
+    return path;
+}
+
+}  // namespace
+
+TEST_F(Block, InsertBlockUsesTheDrawingsBlockOrBringsInTheFile)
+{
+    const std::wstring file = partFile(L"nk_bolt.dxf");
+    ComPtr<IVeltModelSpace> space = modelSpace();
+    Value at = point(5, 5, 0);
+    ComPtr<IVeltBlockReference> first, second, none;
+    ASSERT_EQ(space->InsertBlock(*at, Bstr(file.c_str()).get(), 2, 2, 2, 0.5, Value().operator*(), first.put()), S_OK);
+    kx::VxDbObjectId bolt;
+    {
+        kx::VxDbObjectPointer<kx::VxDbBlockTable> table(db->blockTableId(), kx::VxDb::kForRead);
+        ASSERT_EQ(table->getAt(L"nk_bolt", bolt), kx::Velt::eOk);
+    }
+    ComPtr<IVeltBlock> block = wrapperOf<IVeltBlock>(bolt);
+    EXPECT_EQ(countOf(block.get()), 1);
+    // The second insertion finds the block by name and reads no file.
+    DeleteFileW(file.c_str());
+    ASSERT_EQ(space->InsertBlock(*at, Bstr(L"nk_bolt").get(), 1, 1, 1, 0, Value().operator*(), second.put()), S_OK);
+    EXPECT_EQ(countOf(space.get()), 2);
+    EXPECT_EQ(block->Delete(), RaiseVrxException(IID_NULL, 0, kx::Velt::eBlockStillReferenced));
+    EXPECT_NE(space->InsertBlock(*at, Bstr(L"Z:\\no\\such\\part.dxf").get(), 1, 1, 1, 0, Value().operator*(),
+                                 none.put()),
+              S_OK);
+    EXPECT_FALSE(none);
+    EXPECT_EQ(countOf(space.get()), 2);
+}
+
+TEST_F(Block, ExternalReferencesAttachGiveTheirDatabaseAndDetach)
+{
+    const std::wstring file = partFile(L"nk_site.dxf");
+    ComPtr<IVeltModelSpace> space = modelSpace();
+    Value at = point(0, 0, 0), noPassword;
+    ComPtr<IVeltExternalReference> reference;
+    EXPECT_EQ(space->AttachExternalReference(Bstr(file.c_str()).get(), Bstr(L"Site").get(), *at, 1, -1, 1, 0,
+                                             VARIANT_FALSE, *noPassword, reference.put()),
+              E_FAIL);  // a negative scale
+    EXPECT_EQ(space->AttachExternalReference(Bstr(file.c_str()).get(), Bstr(L"Site").get(), *at, 1, 1, 1, 0,
+                                             VARIANT_FALSE, *noPassword, nullptr),
+              E_POINTER);
+    ASSERT_EQ(space->AttachExternalReference(Bstr(file.c_str()).get(), Bstr(L"Site").get(), *at, 1, 1, 1, 0,
+                                             VARIANT_FALSE, *noPassword, reference.put()),
+              S_OK);
+    kx::VxDbObjectId site;
+    {
+        kx::VxDbObjectPointer<kx::VxDbBlockTable> table(db->blockTableId(), kx::VxDb::kForRead);
+        ASSERT_EQ(table->getAt(L"Site", site), kx::Velt::eOk);
+    }
+    ComPtr<IVeltBlock> block = wrapperOf<IVeltBlock>(site);
+    VARIANT_BOOL isXRef = VARIANT_FALSE;
+    ASSERT_EQ(block->get_IsXRef(&isXRef), S_OK);
+    EXPECT_EQ(isXRef, VARIANT_TRUE);
+    Bstr path;
+    ASSERT_EQ(block->get_Path(path.put()), S_OK);
+    EXPECT_NE(path.length(), 0u);
+    ComPtr<IVeltDatabase> side;
+    ASSERT_EQ(block->get_XRefDatabase(side.put()), S_OK);
+    ComPtr<IVeltModelSpace> sideSpace;
+    ASSERT_EQ(side->get_ModelSpace(sideSpace.put()), S_OK);
+    EXPECT_EQ(countOf(sideSpace.get()), 1);
+    EXPECT_EQ(block->Unload(), E_NOTIMPL);
+
+    // An ordinary block has no referenced drawing.
+    ComPtr<IVeltDatabase> notAReference;
+    EXPECT_EQ(space->get_XRefDatabase(notAReference.put()), E_FAIL);
+    space->get_IsXRef(&isXRef);
+    EXPECT_EQ(isXRef, VARIANT_FALSE);
+
+    sideSpace.reset();
+    side.reset();
+    ASSERT_EQ(block->Detach(), S_OK);
+    {
+        kx::VxDbObjectPointer<kx::VxDbBlockTable> table(db->blockTableId(), kx::VxDb::kForRead);
+        kx::VxDbObjectId gone;
+        EXPECT_NE(table->getAt(L"Site", gone), kx::Velt::eOk);
+    }
+    DeleteFileW(file.c_str());
+}
+
+TEST_F(Block, TheRecordsOwnProperties)
+{
+    ComPtr<IVeltBlock> block = wrapperOf<IVeltBlock>(addBlock(L"Door"));
+    ASSERT_EQ(block->put_Comments(Bstr(L"swing 90").get()), S_OK);
+    ASSERT_EQ(block->put_Units(vxInsertUnitsMillimeters), S_OK);
+    ASSERT_EQ(block->put_Explodable(VARIANT_FALSE), S_OK);
+    ASSERT_EQ(block->put_BlockScaling(vxUniform), S_OK);
+    Bstr comments;
+    VxInsertUnits units = vxInsertUnitsUnitless;
+    VARIANT_BOOL explodable = VARIANT_TRUE, isLayout = VARIANT_TRUE, dynamic = VARIANT_TRUE;
+    VxBlockScaling scaling = vxAny;
+    block->get_Comments(comments.put());
+    block->get_Units(&units);
+    block->get_Explodable(&explodable);
+    block->get_BlockScaling(&scaling);
+    block->get_IsLayout(&isLayout);
+    block->get_IsDynamicBlock(&dynamic);
+    EXPECT_STREQ(comments.c_str(), L"swing 90");
+    EXPECT_EQ(units, vxInsertUnitsMillimeters);
+    EXPECT_EQ(explodable, VARIANT_FALSE);
+    EXPECT_EQ(scaling, vxUniform);
+    EXPECT_EQ(isLayout, VARIANT_FALSE);
+    EXPECT_EQ(dynamic, VARIANT_FALSE);
+    EXPECT_EQ(block->get_Comments(nullptr), E_POINTER);
+    ComPtr<IVeltLayout> layout;
+    EXPECT_EQ(block->get_Layout(layout.put()), E_FAIL);
+
+    // Model space belongs to the model layout.
+    ComPtr<IVeltModelSpace> space = modelSpace();
+    space->get_IsLayout(&isLayout);
+    EXPECT_EQ(isLayout, VARIANT_TRUE);
+    ASSERT_EQ(space->get_Layout(layout.put()), S_OK);
+    EXPECT_TRUE(layout);
 }

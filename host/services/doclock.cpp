@@ -69,9 +69,10 @@ VxAxDocLock::~VxAxDocLock()
         return;
     LockTable& table = lockTable();
     std::lock_guard lock(table.mutex);
+    // The entry stays at zero until its database goes: locking is on every call's path.
     auto it = table.depth.find(mDatabase);
-    if (it != table.depth.end() && --it->second <= 0)
-        table.depth.erase(it);
+    if (it != table.depth.end() && it->second > 0)
+        --it->second;
 }
 
 void VxAxDocLock::setLockHook(LockHook hook) { gHook.store(hook); }
