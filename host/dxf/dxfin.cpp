@@ -2151,10 +2151,15 @@ void Reader::parseObject(Record& record)
 
 // ---- placing: objects become resident in the order of their handles ----
 
+// Handles a file may give its objects: above this the drawing would have
+// no handles left for what is completed or added later, so such objects get
+// fresh handles instead.
+constexpr uint64_t kLastFileHandle = UINT64_MAX - (uint64_t(1) << 32);
+
 // Makes the database give out exactly this handle next, when it can.
 bool Reader::reserveExact(uint64_t handle)
 {
-    if (handle == 0 || handle < mDb->handseed().value())
+    if (handle == 0 || handle > kLastFileHandle || handle < mDb->handseed().value())
         return false;
     VxDbObjectId existing;
     if (mDb->getVxDbObjectId(existing, false, VxDbHandle(handle)) == Velt::eOk)
@@ -2181,7 +2186,8 @@ bool Reader::placeFree(Pending& pending)
     VxDbObject* object = pending.object.get();
     VxDbObjectId existing;
     Velt::ErrorStatus es;
-    if (pending.handle && mDb->getVxDbObjectId(existing, false, VxDbHandle(pending.handle)) != Velt::eOk)
+    if (pending.handle && pending.handle <= kLastFileHandle &&
+        mDb->getVxDbObjectId(existing, false, VxDbHandle(pending.handle)) != Velt::eOk)
         es = mDb->addVxDbObjectWithHandle(pending.id, object, VxDbHandle(pending.handle));
     else
         es = mDb->addVxDbObject(pending.id, object);
@@ -2312,7 +2318,7 @@ void Reader::reserveSubRecordHandles(VxDbDxfOpaqueEntity* entity)
             sub.groups.erase(sub.groups.begin());
         }
         VxDbObjectId id;
-        if (handle && mDb->getVxDbObjectId(id, false, VxDbHandle(handle)) != Velt::eOk &&
+        if (handle && handle <= kLastFileHandle && mDb->getVxDbObjectId(id, false, VxDbHandle(handle)) != Velt::eOk &&
             handle >= mDb->handseed().value() && mDb->getVxDbObjectId(id, true, VxDbHandle(handle)) == Velt::eOk) {
             sub.handleId = id;
             continue;
@@ -2791,7 +2797,7 @@ Velt::ErrorStatus Reader::run()
     link();
     applyHeader();
     dxf::completeDrawing(mDb);
-    const uint64_t seed = std::max(mFileHandseed, mMaxHandle + 1);
+    const uint64_t seed = std::min(std::max(mFileHandseed, mMaxHandle + 1), kLastFileHandle + 1);
     if (seed > mDb->handseed().value())
         mDb->setHandseed(VxDbHandle(seed));
     closeAll();
