@@ -575,8 +575,19 @@ void Reader::applyXData(VxDbObject* object, VxResBufPtr& xdata)
 {
     if (!xdata)
         return;
-    if (object->setXData(xdata.get()) != Velt::eOk)
-        warn("extended data that the host refuses was left out");
+    if (object->setXData(xdata.get()) == Velt::eOk)
+        return;
+    // Refused as a whole: keep each application's group the host takes, so
+    // one broken group does not take the others along.
+    for (const VxResBuf* group = xdata.get(); group;) {
+        const VxResBuf* end = group->rbnext;
+        while (end && end->restype != 1001)
+            end = end->rbnext;
+        VxResBufPtr one(vxutDupRange(group, end));
+        if (object->setXData(one.get()) != Velt::eOk)
+            warn("extended data that the host refuses was left out");
+        group = end;
+    }
 }
 
 VxDbDxfGroups Reader::keepGroups(const Record& record, const std::vector<size_t>& indices)
