@@ -30,6 +30,7 @@
 #include "dxf/dxfstream.h"
 #include "ge/angle.h"
 #include "ge/matrix.h"
+#include "services/hostservices.h"
 
 namespace kx {
 
@@ -2812,6 +2813,19 @@ Velt::ErrorStatus Reader::run()
     if (seed > mDb->handseed().value())
         mDb->setHandseed(VxDbHandle(seed));
     closeAll();
+
+    // Extended data of applications the file did not register was taken in
+    // before the objects were resident: register them, or the drawing would
+    // be written with data that names no application.
+    std::unordered_set<std::wstring, VxNoCaseHash, VxNoCaseEqual> apps;
+    for (size_t slot = 1; slot < mDb->objectSlotCount(); ++slot) {
+        const VxDbObject* object = detail::objectOf(mDb->objectIdAtSlot(slot));
+        for (const VxResBuf* rb = object ? object->xDataChain() : nullptr; rb; rb = rb->rbnext) {
+            if (rb->restype == 1001 && rb->resval.rstring && apps.insert(rb->resval.rstring).second &&
+                vxdbRegApp(rb->resval.rstring, mDb) != Velt::eOk)
+                warn("an application of extended data could not be registered: " + vxToUtf8(rb->resval.rstring));
+        }
+    }
 
     if (!mHeaderExtras.empty() || !mResidues.empty()) {
         dxf::SideData& side = dxf::sideDataFor(mDb);
