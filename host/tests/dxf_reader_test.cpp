@@ -478,8 +478,9 @@ TEST(DxfReader, BinaryFilesReadTheSameAndFailCleanly)
         EXPECT_TRUE(es == Velt::eEndOfFile || es == Velt::eBadFileFormat || es == Velt::eInvalidDxfCode)
             << Velt::statusName(es) << " at " << at;
         EXPECT_EQ(target.objectSlotCount(), 1u) << at;
-        if (es == Velt::eEndOfFile)
+        if (es == Velt::eEndOfFile) {
             EXPECT_LE(cut.position, at);
+        }
     }
     EXPECT_GT(failures, 350u);
 
