@@ -123,7 +123,7 @@ TEST(DxfSave, EveryVersionAndPrecisionReadsBack)
                      int(VxDb::kSaveR2013), int(VxDb::kSaveR2018)}) {
         for (int precision : {1, 6, 15, 16}) {
             SCOPED_TRACE(std::to_string(code) + " / " + std::to_string(precision));
-            const std::filesystem::path path = folder.path() / (L"план " + std::to_wstring(code) + L".dxf");
+            const std::filesystem::path path = folder.path() / vxToPath(L"план " + std::to_wstring(code) + L".dxf");
             ASSERT_EQ(vxdbDxfOut(&db, wide(path).c_str(), precision, code), Velt::eOk);
             VxDbDatabase read(false, true);
             ASSERT_EQ(vxdbReadDwgFile(&read, wide(path).c_str()), Velt::eOk);
