@@ -253,9 +253,14 @@ Velt::ErrorStatus VxDbDatabase::makeResident(VxDbObjectId& id, VxDbObject* objec
         return Velt::eOutOfMemory;
     uint64_t slot = 0;
     if (handle == 0) {
+        // The last handle is never given out: the seed would wrap to the null handle.
+        if (mHandseed == UINT64_MAX)
+            return Velt::eOutOfRange;
         handle = mHandseed++;
         slot = newStub(handle);
     } else {
+        if (handle == UINT64_MAX)
+            return Velt::eOutOfRange;  // the seed could not move past it
         slot = findHandle(handle);
         if (slot != 0) {
             detail::Stub* stub = stubAt(slot);
@@ -306,6 +311,8 @@ Velt::ErrorStatus VxDbDatabase::getVxDbObjectId(VxDbObjectId& id, bool createIfN
             return Velt::eKeyNotFound;
         if (mStubCount >= UINT32_MAX)
             return Velt::eOutOfMemory;
+        if (handle.value() == UINT64_MAX)
+            return Velt::eOutOfRange;  // the seed could not move past it
         slot = newStub(handle.value());
         if (handle.value() >= mHandseed)
             mHandseed = handle.value() + 1;

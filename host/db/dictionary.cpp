@@ -183,6 +183,17 @@ Velt::ErrorStatus VxDbDictionary::setAt(const wchar_t* key, VxDbObject* value, V
         return Velt::eNotInDatabase;
     if (value == this)
         return Velt::eSelfReference;
+    // Nor one of its own owners: ownership would go round and the whole
+    // loop would hang from nothing.
+    if (value->isResident()) {
+        VxDbObjectId at = ownerId();
+        for (int steps = 0; steps < 4096 && !at.isNull(); ++steps) {
+            if (at == value->objectId())
+                return Velt::eSelfReference;
+            VxDbObject* owner = detail::objectOf(at);
+            at = owner ? owner->ownerId() : VxDbObjectId();
+        }
+    }
     std::wstring keyText = (std::wstring_view(key) == L"*") ? anonymousKey() : std::wstring(key);
 
     if (value->isResident()) {

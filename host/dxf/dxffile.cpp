@@ -156,9 +156,11 @@ Velt::ErrorStatus writeFile(VxDbDatabase* database, const fs::path& target, VxDb
             return es;
         }
     }
-    if (keepBackup && fs::exists(target, error)) {
-        fs::path backup = target;
-        backup.replace_extension(".bak");
+    fs::path backup = target;
+    backup.replace_extension(".bak");
+    // A drawing that is itself named like its backup has none: moving it
+    // there would remove it before the new one is in place.
+    if (keepBackup && backup != target && fs::exists(target, error)) {
         fs::remove(backup, error);
         fs::rename(target, backup, error);
         if (error) {

@@ -30,6 +30,7 @@
 #include "dxf/dxfstream.h"
 #include "ge/angle.h"
 #include "ge/matrix.h"
+#include "services/hostservices.h"
 
 namespace kx {
 
@@ -575,8 +576,19 @@ void Reader::applyXData(VxDbObject* object, VxResBufPtr& xdata)
 {
     if (!xdata)
         return;
-    if (object->setXData(xdata.get()) != Velt::eOk)
-        warn("extended data that the host refuses was left out");
+    if (object->setXData(xdata.get()) == Velt::eOk)
+        return;
+    // Refused as a whole: keep each application's group the host takes, so
+    // one broken group does not take the others along.
+    for (const VxResBuf* group = xdata.get(); group;) {
+        const VxResBuf* end = group->rbnext;
+        while (end && end->restype != 1001)
+            end = end->rbnext;
+        VxResBufPtr one(vxutDupRange(group, end));
+        if (object->setXData(one.get()) != Velt::eOk)
+            warn("extended data that the host refuses was left out");
+        group = end;
+    }
 }
 
 VxDbDxfGroups Reader::keepGroups(const Record& record, const std::vector<size_t>& indices)
@@ -2151,10 +2163,15 @@ void Reader::parseObject(Record& record)
 
 // ---- placing: objects become resident in the order of their handles ----
 
+// Handles a file may give its objects: above this the drawing would have
+// no handles left for what is completed or added later, so such objects get
+// fresh handles instead.
+constexpr uint64_t kLastFileHandle = UINT64_MAX - (uint64_t(1) << 32);
+
 // Makes the database give out exactly this handle next, when it can.
 bool Reader::reserveExact(uint64_t handle)
 {
-    if (handle == 0 || handle < mDb->handseed().value())
+    if (handle == 0 || handle > kLastFileHandle || handle < mDb->handseed().value())
         return false;
     VxDbObjectId existing;
     if (mDb->getVxDbObjectId(existing, false, VxDbHandle(handle)) == Velt::eOk)
@@ -2181,7 +2198,8 @@ bool Reader::placeFree(Pending& pending)
     VxDbObject* object = pending.object.get();
     VxDbObjectId existing;
     Velt::ErrorStatus es;
-    if (pending.handle && mDb->getVxDbObjectId(existing, false, VxDbHandle(pending.handle)) != Velt::eOk)
+    if (pending.handle && pending.handle <= kLastFileHandle &&
+        mDb->getVxDbObjectId(existing, false, VxDbHandle(pending.handle)) != Velt::eOk)
         es = mDb->addVxDbObjectWithHandle(pending.id, object, VxDbHandle(pending.handle));
     else
         es = mDb->addVxDbObject(pending.id, object);
@@ -2312,7 +2330,7 @@ void Reader::reserveSubRecordHandles(VxDbDxfOpaqueEntity* entity)
             sub.groups.erase(sub.groups.begin());
         }
         VxDbObjectId id;
-        if (handle && mDb->getVxDbObjectId(id, false, VxDbHandle(handle)) != Velt::eOk &&
+        if (handle && handle <= kLastFileHandle && mDb->getVxDbObjectId(id, false, VxDbHandle(handle)) != Velt::eOk &&
             handle >= mDb->handseed().value() && mDb->getVxDbObjectId(id, true, VxDbHandle(handle)) == Velt::eOk) {
             sub.handleId = id;
             continue;
@@ -2791,10 +2809,23 @@ Velt::ErrorStatus Reader::run()
     link();
     applyHeader();
     dxf::completeDrawing(mDb);
-    const uint64_t seed = std::max(mFileHandseed, mMaxHandle + 1);
+    const uint64_t seed = std::min(std::max(mFileHandseed, mMaxHandle + 1), kLastFileHandle + 1);
     if (seed > mDb->handseed().value())
         mDb->setHandseed(VxDbHandle(seed));
     closeAll();
+
+    // Extended data of applications the file did not register was taken in
+    // before the objects were resident: register them, or the drawing would
+    // be written with data that names no application.
+    std::unordered_set<std::wstring, VxNoCaseHash, VxNoCaseEqual> apps;
+    for (size_t slot = 1; slot < mDb->objectSlotCount(); ++slot) {
+        const VxDbObject* object = detail::objectOf(mDb->objectIdAtSlot(slot));
+        for (const VxResBuf* rb = object ? object->xDataChain() : nullptr; rb; rb = rb->rbnext) {
+            if (rb->restype == 1001 && rb->resval.rstring && apps.insert(rb->resval.rstring).second &&
+                vxdbRegApp(rb->resval.rstring, mDb) != Velt::eOk)
+                warn("an application of extended data could not be registered: " + vxToUtf8(rb->resval.rstring));
+        }
+    }
 
     if (!mHeaderExtras.empty() || !mResidues.empty()) {
         dxf::SideData& side = dxf::sideDataFor(mDb);

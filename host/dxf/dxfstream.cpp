@@ -227,6 +227,15 @@ bool GroupReader::nextAscii()
         return fail(Velt::eInvalidDxfCode, "not a group code");
     if (!readLine(mValue))
         return fail(Velt::eEndOfFile, "the file ends inside a group");
+    // A number that is none would otherwise be taken as 0 further up.
+    if (const ValueKind kind = valueKindOf(code); kind != ValueKind::kString && kind != ValueKind::kHandle &&
+                                                   kind != ValueKind::kBinary) {
+        double number = 0.0;
+        if (!parseDouble(mValue, number)) {
+            mGroupPosition = mLine;
+            return fail(Velt::eInvalidDxfCode, "not a number");
+        }
+    }
     mCode = code;
     return true;
 }
