@@ -168,6 +168,17 @@ VxDbDatabase::~VxDbDatabase()
     }
 }
 
+size_t VxDbDatabase::clearWrapperRecords()
+{
+    size_t cleared = 0;
+    for (uint64_t slot = 1; slot < mStubCount; ++slot) {
+        detail::Stub& stub = mStubChunks[slot >> kChunkBits][slot & kChunkMask];
+        cleared += stub.wrapper != nullptr;
+        stub.wrapper = nullptr;
+    }
+    return cleared;
+}
+
 uint64_t VxDbDatabase::packSlot(uint64_t slot) const { return detail::packId(mSerial, mGeneration, slot); }
 
 VxDbObjectId VxDbDatabase::objectIdAtSlot(size_t slot) const

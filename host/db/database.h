@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -27,6 +28,7 @@ struct Stub {
     uint64_t handle = 0;
     uint32_t flags = 0;
     uint32_t reserved = 0;
+    void* wrapper = nullptr;  // the link manager's record of the object's automation wrapper
 };
 enum : uint32_t { kStubErased = 1, kStubPermanentlyErased = 2 };
 
@@ -242,6 +244,13 @@ public:
     bool hasDocument() const { return !mNoDocument; }
     VxDbDatabaseSummaryInfo& summaryInfoStorage() { return *mSummaryInfo; }
     const VxDbDatabaseSummaryInfo& summaryInfoStorage() const { return *mSummaryInfo; }
+    // An id that names this drawing and no object: it resolves to the drawing while the
+    // drawing lives, and to nothing after.
+    VxDbObjectId drawingId() const { return VxDbObjectId(packSlot(0)); }
+    // How many document locks are held on this drawing (kept by VxAxDocLock).
+    std::atomic<int>& documentLockDepth() { return mDocumentLockDepth; }
+    // Clears the link manager's wrapper records of this database's objects; how many there were.
+    size_t clearWrapperRecords();
     // The files the drawing depends on.
     VxDbFileDependencyManager& fileDependencyManager() { return *mFileDependencies; }
 
@@ -311,6 +320,7 @@ private:
     std::wstring mFilename;
     std::unique_ptr<VxDbDatabaseSummaryInfo> mSummaryInfo;
     std::unique_ptr<VxDbFileDependencyManager> mFileDependencies;
+    std::atomic<int> mDocumentLockDepth{0};
 };
 
 // Extended names (EXTNAMES) of a database.

@@ -1,25 +1,12 @@
 #include "services/doclock.h"
 
 #include <atomic>
-#include <mutex>
-#include <unordered_map>
 
 #include "db/database.h"
 
 namespace kx {
 
 namespace {
-
-struct LockTable {
-    std::mutex mutex;
-    std::unordered_map<const VxDbDatabase*, int> depth;
-};
-
-LockTable& lockTable()
-{
-    static LockTable table;
-    return table;
-}
 
 std::atomic<VxAxDocLock::LockHook> gHook{nullptr};
 
@@ -57,39 +44,24 @@ void VxAxDocLock::acquire(VxDbDatabase* database, int lockType)
         if (mStatus != Velt::eOk)
             return;
     }
-    LockTable& table = lockTable();
-    std::lock_guard lock(table.mutex);
-    ++table.depth[database];
-    mDatabase = database;
+    ++database->documentLockDepth();
+    mDrawing = database->drawingId();
 }
 
 VxAxDocLock::~VxAxDocLock()
 {
-    if (!mDatabase)
-        return;
-    LockTable& table = lockTable();
-    std::lock_guard lock(table.mutex);
-    // The entry stays at zero until its database goes: locking is on every call's path.
-    auto it = table.depth.find(mDatabase);
-    if (it != table.depth.end() && it->second > 0)
-        --it->second;
+    if (VxDbDatabase* database = mDrawing.database())
+        --database->documentLockDepth();
 }
 
 void VxAxDocLock::setLockHook(LockHook hook) { gHook.store(hook); }
 
 int VxAxDocLock::lockDepth(const VxDbDatabase* database)
 {
-    LockTable& table = lockTable();
-    std::lock_guard lock(table.mutex);
-    auto it = table.depth.find(database);
-    return it == table.depth.end() ? 0 : it->second;
+    return database ? const_cast<VxDbDatabase*>(database)->documentLockDepth().load() : 0;
 }
 
-void VxAxDocLock::forgetDatabase(const VxDbDatabase* database)
-{
-    LockTable& table = lockTable();
-    std::lock_guard lock(table.mutex);
-    table.depth.erase(database);
-}
+// The depth goes with its database.
+void VxAxDocLock::forgetDatabase(const VxDbDatabase*) {}
 
 }  // namespace kx

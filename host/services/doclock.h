@@ -33,7 +33,7 @@ public:
 
 private:
     void acquire(VxDbDatabase* database, int lockType);
-    VxDbDatabase* mDatabase = nullptr;
+    VxDbObjectId mDrawing;  // the locked drawing; resolves to nothing once it is gone
     Velt::ErrorStatus mStatus = Velt::eOk;
 };
 

@@ -33,16 +33,20 @@ void record(Map& map, const Key& key, void* value)
 
 void* VxAxOleLinkManager::getIUnknown(VxDbObjectId id) const
 {
-    std::lock_guard lock(mMutex);
-    return lookUp(mObjects, id);
+    const detail::Stub* stub = detail::stubOf(id);
+    return stub ? stub->wrapper : nullptr;
 }
 
 void VxAxOleLinkManager::setIUnknown(VxDbObjectId id, void* wrapper)
 {
-    if (id.isNull())
-        return;
-    std::lock_guard lock(mMutex);
-    record(mObjects, id, wrapper);
+    detail::Stub* stub = detail::stubOf(id);
+    if (!stub)
+        return;  // a null id, or one whose database is gone
+    if (!stub->wrapper && wrapper)
+        ++mObjectRecords;
+    else if (stub->wrapper && !wrapper)
+        --mObjectRecords;
+    stub->wrapper = wrapper;
 }
 
 void* VxAxOleLinkManager::getIUnknown(const VxDbObject* object) const
@@ -84,25 +88,16 @@ void VxAxOleLinkManager::setDocument(const VxDbDatabase* database, void* documen
     record(mDocuments, database, document);
 }
 
-size_t VxAxOleLinkManager::objectRecordCount() const
-{
-    std::lock_guard lock(mMutex);
-    return mObjects.size();
-}
+size_t VxAxOleLinkManager::objectRecordCount() const { return mObjectRecords; }
 
 void VxAxOleLinkManager::forgetDatabase(const VxDbDatabase* database)
 {
+    if (!database)
+        return;
+    mObjectRecords -= const_cast<VxDbDatabase*>(database)->clearWrapperRecords();
     std::lock_guard lock(mMutex);
     mDatabases.erase(database);
     mDocuments.erase(database);
-    for (auto it = mObjects.begin(); it != mObjects.end();) {
-        // Records of ids that no longer resolve go as well.
-        const VxDbDatabase* owner = detail::databaseOf(it->first.value());
-        if (!owner || owner == database)
-            it = mObjects.erase(it);
-        else
-            ++it;
-    }
 }
 
 }  // namespace kx

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <mutex>
 #include <unordered_map>
@@ -31,8 +32,10 @@ public:
     void forgetDatabase(const VxDbDatabase* database);
 
 private:
-    mutable std::mutex mMutex;
-    std::unordered_map<VxDbObjectId, void*> mObjects;
+    mutable std::mutex mMutex;  // for the database and document records
+    // Object records live beside each object's id (every lookup reads one), so they are
+    // neither locked nor hashed: the automation layer works in one apartment.
+    std::atomic<size_t> mObjectRecords{0};
     std::unordered_map<const VxDbDatabase*, void*> mDatabases;
     std::unordered_map<const VxDbDatabase*, void*> mDocuments;
 };
