@@ -9,6 +9,7 @@
 #include "core/call.h"
 #include "core/lookup.h"
 #include "core/object_ops.h"
+#include "core/enum_iterator.h"
 #include "db/blocks.h"
 #include "db/database.h"
 #include "db/entities.h"
@@ -34,38 +35,6 @@ Entities entitiesOf(const VxDbBlockTableRecord& block)
     if (block.newIterator(entities) != kx::Velt::eOk || !entities) throw kx::Velt::eNoIterator;
     return entities;
 }
-
-// The enumerator of a block's entities: each item is the entity's wrapper as IDispatch.
-class CEnumObjectIterator final : public EnumVariantBase {
-public:
-    CEnumObjectIterator(IDispatch* owner, Entities entities) : owner_(owner), entities_(std::move(entities)) {}
-
-protected:
-    bool done() override
-    {
-        // Entities erased since the walk reached them are passed over.
-        while (!entities_->done() && entities_->currentId().isErased()) entities_->step();
-        return entities_->done();
-    }
-    HRESULT current(VARIANT* item) override
-    {
-        ComPtr<IUnknown> wrapper;
-        VxAxGetIUnknownOfObject(wrapper.put(), entities_->currentId(), owner_.get());
-        if (!wrapper) return E_FAIL;
-        IDispatch* dispatch = nullptr;
-        HRESULT hr = wrapper->QueryInterface(IID_IDispatch, reinterpret_cast<void**>(&dispatch));
-        if (FAILED(hr) && hr != E_NOINTERFACE) return RaiseVxAXException(IID_IEnumVARIANT, hr, 0);
-        V_VT(item) = VT_DISPATCH;
-        V_DISPATCH(item) = dispatch;
-        return S_OK;
-    }
-    void advance() override { entities_->step(); }
-    void restart() override { entities_->start(); }
-
-private:
-    ComPtr<IDispatch> owner_;
-    Entities entities_;
-};
 
 }  // namespace
 
@@ -240,6 +209,15 @@ HRESULT readFlag(VxAxObjectRef& block, VARIANT_BOOL* out, bool (VxDbBlockTableRe
     });
 }
 
+template <class Enum, class HostValue>
+HRESULT readEnum(VxAxObjectRef& block, Enum* out, HostValue (VxDbBlockTableRecord::*get)() const)
+{
+    return readRecord(block, out, [&](const VxDbBlockTableRecord& record, Enum& value) {
+        value = static_cast<Enum>((record.*get)());
+        return S_OK;
+    });
+}
+
 // Changes the record under the document lock; the host judges the value.
 template <class Write>
 HRESULT writeRecord(VxAxObjectRef& block, Write write)
@@ -385,10 +363,7 @@ HRESULT putComments(VxAxObjectRef& block, BSTR comments)
 }
 HRESULT getUnits(VxAxObjectRef& block, VxInsertUnits* units)
 {
-    return readRecord(block, units, [](const VxDbBlockTableRecord& record, VxInsertUnits& value) {
-        value = static_cast<VxInsertUnits>(record.blockInsertUnits());
-        return S_OK;
-    });
+    return readEnum(block, units, &VxDbBlockTableRecord::blockInsertUnits);
 }
 HRESULT putUnits(VxAxObjectRef& block, VxInsertUnits units)
 {
@@ -406,10 +381,7 @@ HRESULT putExplodable(VxAxObjectRef& block, VARIANT_BOOL value)
 }
 HRESULT getBlockScaling(VxAxObjectRef& block, VxBlockScaling* scaling)
 {
-    return readRecord(block, scaling, [](const VxDbBlockTableRecord& record, VxBlockScaling& value) {
-        value = static_cast<VxBlockScaling>(record.blockScaling());
-        return S_OK;
-    });
+    return readEnum(block, scaling, &VxDbBlockTableRecord::blockScaling);
 }
 HRESULT putBlockScaling(VxAxObjectRef& block, VxBlockScaling scaling)
 {

@@ -7,6 +7,7 @@
 #include "axsupport/errors.h"
 #include "core/call.h"
 #include "core/lookup.h"
+#include "core/enum_iterator.h"
 #include "db/database.h"
 #include "db/symtables.h"
 #include "frame/com.h"
@@ -50,36 +51,6 @@ HRESULT wrapperOf(VxDbObjectId id, IDispatch* owner, const Kind& kind, void** re
     if (!wrapper) return E_FAIL;
     return wrapper->QueryInterface(kind.record, record);
 }
-
-class CEnumTableIterator final : public EnumVariantBase {
-public:
-    CEnumTableIterator(IDispatch* owner, Records records) : owner_(owner), records_(std::move(records)) {}
-
-protected:
-    bool done() override
-    {
-        while (!records_->done() && records_->currentId().isErased()) records_->step();
-        return records_->done();
-    }
-    HRESULT current(VARIANT* item) override
-    {
-        ComPtr<IUnknown> wrapper;
-        VxAxGetIUnknownOfObject(wrapper.put(), records_->currentId(), owner_.get());
-        if (!wrapper) return E_FAIL;
-        IDispatch* dispatch = nullptr;
-        HRESULT hr = wrapper->QueryInterface(IID_IDispatch, reinterpret_cast<void**>(&dispatch));
-        if (FAILED(hr)) return hr;
-        V_VT(item) = VT_DISPATCH;
-        V_DISPATCH(item) = dispatch;
-        return S_OK;
-    }
-    void advance() override { records_->step(); }
-    void restart() override { records_->start(); }
-
-private:
-    ComPtr<IDispatch> owner_;
-    Records records_;
-};
 
 }  // namespace
 

@@ -1,0 +1,56 @@
+// The enumerator of a container's objects (a block's entities, a table's records): a walk
+// over the container's ids that hands out each object's wrapper as IDispatch.
+#pragma once
+
+#include <windows.h>
+#include <oaidl.h>
+
+#include <memory>
+#include <utility>
+
+#include "axsupport/errors.h"
+#include "core/lookup.h"
+#include "db/symtables.h"
+#include "frame/com.h"
+#include "frame/enum_variant.h"
+
+namespace nk {
+
+class CEnumObjectIterator final : public EnumVariantBase {
+public:
+    CEnumObjectIterator(IDispatch* owner, std::unique_ptr<kx::VxDbIdListIterator> ids)
+        : owner_(owner), ids_(std::move(ids))
+    {
+    }
+
+protected:
+    bool done() override
+    {
+        // Objects erased since the walk began are passed over.
+        while (!ids_->done() && ids_->currentId().isErased()) ids_->step();
+        return ids_->done();
+    }
+    HRESULT current(VARIANT* item) override
+    {
+        ComPtr<IUnknown> wrapper;
+        VxAxGetIUnknownOfObject(wrapper.put(), ids_->currentId(), owner_.get());
+        if (!wrapper) return E_FAIL;
+        IDispatch* dispatch = nullptr;
+        HRESULT hr = wrapper->QueryInterface(IID_IDispatch, reinterpret_cast<void**>(&dispatch));
+        if (FAILED(hr) && hr != E_NOINTERFACE) return RaiseVxAXException(IID_IEnumVARIANT, hr, 0);
+        V_VT(item) = VT_DISPATCH;
+        V_DISPATCH(item) = dispatch;
+        return S_OK;
+    }
+    void advance() override { ids_->step(); }
+    void restart() override { ids_->start(); }
+
+private:
+    ComPtr<IDispatch> owner_;
+    std::unique_ptr<kx::VxDbIdListIterator> ids_;
+};
+
+// A table's records walk the same way.
+using CEnumTableIterator = CEnumObjectIterator;
+
+}  // namespace nk
