@@ -79,6 +79,7 @@ protected:
     // every property, after the database object was changed and closed.
     void fireChanged()
     {
+        if (!hasSinks()) return;  // the common case: nobody listens
         fireModified(static_cast<Itf*>(this));
         firePropertyChanged(DISPID_UNKNOWN);
     }

@@ -190,6 +190,14 @@ HRESULT EventSource::EnumConnectionPoints(IEnumConnectionPoints** out)
     return makeEnum(std::move(points), out);
 }
 
+bool EventSource::hasSinks() const
+{
+    for (const ConnectionPoint* point : {&propertySink_, &events_})
+        for (IUnknown* sink : point->sinks())
+            if (sink) return true;
+    return false;
+}
+
 void EventSource::firePropertyChanged(DISPID id)
 {
     for (IUnknown* sink : propertySink_.sinks())

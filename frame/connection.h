@@ -45,6 +45,8 @@ public:
     HRESULT STDMETHODCALLTYPE EnumConnectionPoints(IEnumConnectionPoints** out) override;
     HRESULT STDMETHODCALLTYPE FindConnectionPoint(REFIID iid, IConnectionPoint** out) override;
 
+    // Whether any sink is connected to either source.
+    bool hasSinks() const;
     // Calls IPropertyNotifySink::OnChanged on every sink.
     void firePropertyChanged(DISPID id);
     // Calls the object-events Modified on every sink.
