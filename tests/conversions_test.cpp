@@ -9,6 +9,7 @@
 #include "db/blocks.h"
 #include "db/database.h"
 #include "db/entities.h"
+#include "drawing_fixture.h"
 #include "frame/com.h"
 #include "kxauto.h"
 #include "services/hostservices.h"
@@ -18,19 +19,7 @@ using nk::ComPtr;
 
 namespace {
 
-// A VARIANT the test owns; unlike the toolkit's it can be returned from a helper.
-class Value {
-public:
-    Value() { VariantInit(&v_); }
-    Value(Value&& other) noexcept : v_(other.v_) { VariantInit(&other.v_); }
-    Value& operator=(Value&&) = delete;
-    ~Value() { VariantClear(&v_); }
-    VARIANT* get() { return &v_; }
-    VARTYPE type() const { return V_VT(&v_); }
-
-private:
-    VARIANT v_;
-};
+using drawing::Value;
 
 // Runs a conversion and answers the HRESULT it threw, or S_OK.
 template <class Body>
