@@ -59,6 +59,10 @@ void registerHostClasses()
         VxDbLinearBase::desc(),
         VxDbRay::desc(),
         VxDbXline::desc(),
+        VxDbFace::desc(),
+        VxDbQuadBase::desc(),
+        VxDbSolid::desc(),
+        VxDbTrace::desc(),
         VxDbBlockReference::desc(),
     };
     (void)classes;

@@ -1,6 +1,7 @@
 #include "db/entities.h"
 
 #include <cmath>
+#include <cstring>
 
 #include "db/internal.h"
 #include "ge/angle.h"
@@ -8,9 +9,6 @@
 namespace kx {
 
 namespace {
-
-bool finite(const VxGePoint3d& p) { return std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z); }
-bool finite(const VxGeVector3d& v) { return std::isfinite(v.x) && std::isfinite(v.y) && std::isfinite(v.z); }
 
 // The normal after a transformation; the old one when the result is degenerate.
 VxGeVector3d transformedNormal(const VxGeMatrix3d& xform, const VxGeVector3d& normal)
@@ -44,58 +42,40 @@ T* cloneOf(const T* entity)
 
 // ---- line ----
 
-VX_RX_DEFINE_MEMBERS(VxDbLine, VxDbCurve, L"KxDbLine", &vxrxCreateInstance<VxDbLine>, L"LINE")
+KX_DB_DEFINE_KIND(VxDbLine, VxDbCurve, L"KxDbLine", &vxrxCreateInstance<VxDbLine>, L"LINE", "AcDbLine")
 
-Velt::ErrorStatus VxDbLine::setStartPoint(const VxGePoint3d& point)
+VxDbLine::VxDbLine(const VxGePoint3d& start, const VxGePoint3d& end)
 {
-    if (!finite(point))
-        return Velt::eInvalidInput;
-    return setField(mStart, point);
+    setStartPoint(start);
+    setEndPoint(end);
 }
 
-Velt::ErrorStatus VxDbLine::setEndPoint(const VxGePoint3d& point)
+std::unique_ptr<VxGeCurve3d> VxDbLine::geCurve() const
 {
-    if (!finite(point))
-        return Velt::eInvalidInput;
-    return setField(mEnd, point);
+    return std::make_unique<VxGeLineSeg3d>(mFields.startPoint, mFields.endPoint);
 }
-
-Velt::ErrorStatus VxDbLine::setNormal(const VxGeVector3d& normal)
-{
-    if (!finite(normal) || normal.isZeroLength())
-        return Velt::eInvalidInput;
-    return setField(mNormal, normal.normal());
-}
-
-Velt::ErrorStatus VxDbLine::setThickness(double thickness)
-{
-    if (!std::isfinite(thickness))
-        return Velt::eInvalidInput;
-    return setField(mThickness, thickness);
-}
-
-std::unique_ptr<VxGeCurve3d> VxDbLine::geCurve() const { return std::make_unique<VxGeLineSeg3d>(mStart, mEnd); }
 
 std::unique_ptr<VxGeCurve3d> VxDbLine::geCurveExtended() const
 {
-    return std::make_unique<VxGeLine3d>(VxGeLine3d::through(mStart, mEnd));
+    return std::make_unique<VxGeLine3d>(VxGeLine3d::through(mFields.startPoint, mFields.endPoint));
 }
 
 Velt::ErrorStatus VxDbLine::transformBy(const VxGeMatrix3d& xform)
 {
     if (Velt::ErrorStatus es = assertWriteEnabled())
         return es;
-    mStart = xform.transform(mStart);
-    mEnd = xform.transform(mEnd);
-    mNormal = transformedNormal(xform, mNormal);
-    mThickness = transformedThickness(xform, mThickness);
+    Fields& f = mFields;
+    f.startPoint = xform.transform(f.startPoint);
+    f.endPoint = xform.transform(f.endPoint);
+    f.normal = transformedNormal(xform, f.normal);
+    f.thickness = transformedThickness(xform, f.thickness);
     return Velt::eOk;
 }
 
 Velt::ErrorStatus VxDbLine::getGeomExtents(VxGeExtents3d& extents) const
 {
-    extents.set(mStart, mEnd);
-    addThickness(extents, mNormal, mThickness);
+    extents.set(mFields.startPoint, mFields.endPoint);
+    addThickness(extents, mFields.normal, mFields.thickness);
     return Velt::eOk;
 }
 
@@ -104,28 +84,18 @@ Velt::ErrorStatus VxDbLine::getOffsetCurves(double distance, std::vector<VxDbEnt
     if (!std::isfinite(distance))
         return Velt::eInvalidInput;
     VxGeLineSeg3d offset;
-    if (!VxGeLineSeg3d(mStart, mEnd).getOffset(distance, mNormal, offset))
+    if (!VxGeLineSeg3d(mFields.startPoint, mFields.endPoint).getOffset(distance, mFields.normal, offset))
         return Velt::eDegenerateGeometry;
     VxDbLine* line = cloneOf(this);
-    line->mStart = offset.startPoint();
-    line->mEnd = offset.endPoint();
+    line->mFields.startPoint = offset.startPoint();
+    line->mFields.endPoint = offset.endPoint();
     curves.push_back(line);
     return Velt::eOk;
 }
 
-void VxDbLine::copyDataFrom(const VxDbObject& other)
-{
-    VxDbCurve::copyDataFrom(other);
-    const auto& line = static_cast<const VxDbLine&>(other);
-    mStart = line.mStart;
-    mEnd = line.mEnd;
-    mNormal = line.mNormal;
-    mThickness = line.mThickness;
-}
-
 // ---- circle ----
 
-VX_RX_DEFINE_MEMBERS(VxDbCircle, VxDbCurve, L"KxDbCircle", &vxrxCreateInstance<VxDbCircle>, L"CIRCLE")
+KX_DB_DEFINE_KIND(VxDbCircle, VxDbCurve, L"KxDbCircle", &vxrxCreateInstance<VxDbCircle>, L"CIRCLE", "AcDbCircle")
 
 VxDbCircle::VxDbCircle(const VxGePoint3d& center, const VxGeVector3d& normal, double radius)
 {
@@ -134,39 +104,11 @@ VxDbCircle::VxDbCircle(const VxGePoint3d& center, const VxGeVector3d& normal, do
     setRadius(radius);
 }
 
-Velt::ErrorStatus VxDbCircle::setCenter(const VxGePoint3d& center)
-{
-    if (!finite(center))
-        return Velt::eInvalidInput;
-    return setField(mCenter, center);
-}
-
-Velt::ErrorStatus VxDbCircle::setRadius(double radius)
-{
-    if (!std::isfinite(radius) || radius <= 0.0)
-        return Velt::eInvalidInput;
-    return setField(mRadius, radius);
-}
-
-Velt::ErrorStatus VxDbCircle::setNormal(const VxGeVector3d& normal)
-{
-    if (!finite(normal) || normal.isZeroLength())
-        return Velt::eInvalidInput;
-    return setField(mNormal, normal.normal());
-}
-
-Velt::ErrorStatus VxDbCircle::setThickness(double thickness)
-{
-    if (!std::isfinite(thickness))
-        return Velt::eInvalidInput;
-    return setField(mThickness, thickness);
-}
-
-double VxDbCircle::circumference() const { return kTwoPi * mRadius; }
+double VxDbCircle::circumference() const { return kTwoPi * mFields.radius; }
 
 std::unique_ptr<VxGeCurve3d> VxDbCircle::geCurve() const
 {
-    return std::make_unique<VxGeCircArc3d>(mCenter, mNormal, mRadius);
+    return std::make_unique<VxGeCircArc3d>(mFields.center, mFields.normal, mFields.radius);
 }
 
 Velt::ErrorStatus VxDbCircle::transformBy(const VxGeMatrix3d& xform)
@@ -175,13 +117,13 @@ Velt::ErrorStatus VxDbCircle::transformBy(const VxGeMatrix3d& xform)
         return es;
     if (!xform.isUniScaledOrtho())
         return Velt::eCannotScaleNonUniformly;
-    VxGeCircArc3d circle(mCenter, mNormal, mRadius);
+    VxGeCircArc3d circle(mFields.center, mFields.normal, mFields.radius);
     if (!circle.transformBy(xform) || !(circle.radius() > 0.0))
         return Velt::eInvalidInput;
-    mCenter = circle.center();
-    mNormal = circle.normal();
-    mRadius = circle.radius();
-    mThickness = transformedThickness(xform, mThickness);
+    mFields.center = circle.center();
+    mFields.normal = circle.normal();
+    mFields.radius = circle.radius();
+    mFields.thickness = transformedThickness(xform, mFields.thickness);
     return Velt::eOk;
 }
 
@@ -191,7 +133,7 @@ Velt::ErrorStatus VxDbCircle::getTransformedCopy(const VxGeMatrix3d& xform, VxDb
     if (xform.isUniScaledOrtho())
         return VxDbCurve::getTransformedCopy(xform, copy);
     // Scaled unevenly a circle becomes an ellipse.
-    VxGeEllipArc3d ellipse(VxGeCircArc3d(mCenter, mNormal, mRadius));
+    VxGeEllipArc3d ellipse(VxGeCircArc3d(mFields.center, mFields.normal, mFields.radius));
     if (!ellipse.transformBy(xform))
         return Velt::eInvalidInput;
     auto* result = new VxDbEllipse();
@@ -206,7 +148,7 @@ Velt::ErrorStatus VxDbCircle::getTransformedCopy(const VxGeMatrix3d& xform, VxDb
 
 Velt::ErrorStatus VxDbCircle::getArea(double& area) const
 {
-    area = kPi * mRadius * mRadius;
+    area = kPi * mFields.radius * mFields.radius;
     return Velt::eOk;
 }
 
@@ -215,27 +157,17 @@ Velt::ErrorStatus VxDbCircle::getOffsetCurves(double distance, std::vector<VxDbE
     if (!std::isfinite(distance))
         return Velt::eInvalidInput;
     VxGeCircArc3d offset;
-    if (!VxGeCircArc3d(mCenter, mNormal, mRadius).getOffset(distance, offset))
+    if (!VxGeCircArc3d(mFields.center, mFields.normal, mFields.radius).getOffset(distance, offset))
         return Velt::eDegenerateGeometry;
     VxDbCircle* circle = cloneOf(this);
-    circle->mRadius = offset.radius();
+    circle->mFields.radius = offset.radius();
     curves.push_back(circle);
     return Velt::eOk;
 }
 
-void VxDbCircle::copyDataFrom(const VxDbObject& other)
-{
-    VxDbCurve::copyDataFrom(other);
-    const auto& circle = static_cast<const VxDbCircle&>(other);
-    mCenter = circle.mCenter;
-    mNormal = circle.mNormal;
-    mRadius = circle.mRadius;
-    mThickness = circle.mThickness;
-}
-
 // ---- arc ----
 
-VX_RX_DEFINE_MEMBERS(VxDbArc, VxDbCurve, L"KxDbArc", &vxrxCreateInstance<VxDbArc>, L"ARC")
+KX_DB_DEFINE_KIND(VxDbArc, VxDbCurve, L"KxDbArc", &vxrxCreateInstance<VxDbArc>, L"ARC", "AcDbArc")
 
 VxDbArc::VxDbArc(const VxGePoint3d& center, double radius, double startAngle, double endAngle)
     : VxDbArc(center, VxGeVector3d::kZAxis, radius, startAngle, endAngle)
@@ -252,60 +184,19 @@ VxDbArc::VxDbArc(const VxGePoint3d& center, const VxGeVector3d& normal, double r
     setEndAngle(endAngle);
 }
 
-Velt::ErrorStatus VxDbArc::setCenter(const VxGePoint3d& center)
-{
-    if (!finite(center))
-        return Velt::eInvalidInput;
-    return setField(mCenter, center);
-}
-
-Velt::ErrorStatus VxDbArc::setRadius(double radius)
-{
-    if (!std::isfinite(radius) || radius <= 0.0)
-        return Velt::eInvalidInput;
-    return setField(mRadius, radius);
-}
-
-Velt::ErrorStatus VxDbArc::setNormal(const VxGeVector3d& normal)
-{
-    if (!finite(normal) || normal.isZeroLength())
-        return Velt::eInvalidInput;
-    return setField(mNormal, normal.normal());
-}
-
-Velt::ErrorStatus VxDbArc::setStartAngle(double angle)
-{
-    if (!std::isfinite(angle))
-        return Velt::eInvalidInput;
-    return setField(mStartAngle, vxgeNormalizeAngle(angle));
-}
-
-Velt::ErrorStatus VxDbArc::setEndAngle(double angle)
-{
-    if (!std::isfinite(angle))
-        return Velt::eInvalidInput;
-    return setField(mEndAngle, vxgeNormalizeAngle(angle));
-}
-
-Velt::ErrorStatus VxDbArc::setThickness(double thickness)
-{
-    if (!std::isfinite(thickness))
-        return Velt::eInvalidInput;
-    return setField(mThickness, thickness);
-}
-
-double VxDbArc::totalAngle() const { return vxgeSweep(mStartAngle, mEndAngle); }
+double VxDbArc::totalAngle() const { return vxgeSweep(mFields.startAngle, mFields.endAngle); }
 
 VxGeCircArc3d VxDbArc::geArc() const
 {
-    return VxGeCircArc3d(mCenter, mNormal, VxGeVector3d{}, mRadius, mStartAngle, mStartAngle + totalAngle());
+    const Fields& f = mFields;
+    return VxGeCircArc3d(f.center, f.normal, VxGeVector3d{}, f.radius, f.startAngle, f.startAngle + totalAngle());
 }
 
 std::unique_ptr<VxGeCurve3d> VxDbArc::geCurve() const { return std::make_unique<VxGeCircArc3d>(geArc()); }
 
 std::unique_ptr<VxGeCurve3d> VxDbArc::geCurveExtended() const
 {
-    return std::make_unique<VxGeCircArc3d>(mCenter, mNormal, mRadius);
+    return std::make_unique<VxGeCircArc3d>(mFields.center, mFields.normal, mFields.radius);
 }
 
 Velt::ErrorStatus VxDbArc::transformBy(const VxGeMatrix3d& xform)
@@ -319,12 +210,13 @@ Velt::ErrorStatus VxDbArc::transformBy(const VxGeMatrix3d& xform)
         return Velt::eInvalidInput;
     // Angles are stored against the new normal's arbitrary-axis x axis.
     arc.rebaseAngles(VxGeVector3d{});
-    mCenter = arc.center();
-    mNormal = arc.normal();
-    mRadius = arc.radius();
-    mStartAngle = vxgeNormalizeAngle(arc.startAng());
-    mEndAngle = vxgeNormalizeAngle(arc.endAng());
-    mThickness = transformedThickness(xform, mThickness);
+    Fields& f = mFields;
+    f.center = arc.center();
+    f.normal = arc.normal();
+    f.radius = arc.radius();
+    f.startAngle = vxgeNormalizeAngle(arc.startAng());
+    f.endAngle = vxgeNormalizeAngle(arc.endAng());
+    f.thickness = transformedThickness(xform, f.thickness);
     return Velt::eOk;
 }
 
@@ -360,32 +252,19 @@ Velt::ErrorStatus VxDbArc::getOffsetCurves(double distance, std::vector<VxDbEnti
     if (!geArc().getOffset(distance, offset))
         return Velt::eDegenerateGeometry;
     VxDbArc* arc = cloneOf(this);
-    arc->mRadius = offset.radius();
+    arc->mFields.radius = offset.radius();
     curves.push_back(arc);
     return Velt::eOk;
 }
 
-void VxDbArc::copyDataFrom(const VxDbObject& other)
-{
-    VxDbCurve::copyDataFrom(other);
-    const auto& arc = static_cast<const VxDbArc&>(other);
-    mCenter = arc.mCenter;
-    mNormal = arc.mNormal;
-    mRadius = arc.mRadius;
-    mStartAngle = arc.mStartAngle;
-    mEndAngle = arc.mEndAngle;
-    mThickness = arc.mThickness;
-}
-
 // ---- ellipse ----
 
-VX_RX_DEFINE_MEMBERS(VxDbEllipse, VxDbCurve, L"KxDbEllipse", &vxrxCreateInstance<VxDbEllipse>, L"ELLIPSE")
+KX_DB_DEFINE_KIND(VxDbEllipse, VxDbCurve, L"KxDbEllipse", &vxrxCreateInstance<VxDbEllipse>, L"ELLIPSE",
+                  "AcDbEllipse")
 
 namespace {
 
-constexpr double kMinRatio = 1e-6;
-
-bool isRatio(double ratio) { return std::isfinite(ratio) && ratio >= kMinRatio && ratio <= 1.0; }
+bool isRatio(double ratio) { return fieldcheck::ratio(ratio) == Velt::eOk; }
 
 // Start in [0, 2pi), end in (0, 2pi]: the form drawings store.
 void normalizeParams(double& start, double& end)
@@ -399,6 +278,11 @@ void normalizeParams(double& start, double& end)
         end = kTwoPi;
 }
 
+bool perpendicular(const VxGeVector3d& axis, const VxGeVector3d& unitNormal)
+{
+    return std::fabs(axis.normal().dotProduct(unitNormal)) <= 1e-9;
+}
+
 }  // namespace
 
 VxDbEllipse::VxDbEllipse(const VxGePoint3d& center, const VxGeVector3d& unitNormal, const VxGeVector3d& majorAxis,
@@ -409,30 +293,32 @@ VxDbEllipse::VxDbEllipse(const VxGePoint3d& center, const VxGeVector3d& unitNorm
 
 VxGeEllipArc3d VxDbEllipse::geEllipse() const
 {
-    double end = mEndParam;
-    if (end <= mStartParam)
+    const Fields& f = mFields;
+    double end = f.endParam;
+    if (end <= f.startParam)
         end += kTwoPi;
-    return VxGeEllipArc3d::fromAxisRatio(mCenter, mNormal, mMajorAxis, mRadiusRatio, mStartParam, end);
+    return VxGeEllipArc3d::fromAxisRatio(f.center, f.normal, f.majorAxis, f.radiusRatio, f.startParam, end);
 }
 
 Velt::ErrorStatus VxDbEllipse::set(const VxGePoint3d& center, const VxGeVector3d& unitNormal,
                                    const VxGeVector3d& majorAxis, double radiusRatio, double startAngle,
                                    double endAngle)
 {
-    if (!finite(center) || !finite(unitNormal) || !finite(majorAxis) || !std::isfinite(startAngle) ||
-        !std::isfinite(endAngle))
+    if (!fieldcheck::isFinite(center) || !fieldcheck::isFinite(unitNormal) || !fieldcheck::isFinite(majorAxis) ||
+        !std::isfinite(startAngle) || !std::isfinite(endAngle))
         return Velt::eInvalidInput;
     if (unitNormal.isZeroLength() || majorAxis.isZeroLength() || !isRatio(radiusRatio))
         return Velt::eInvalidInput;
     const VxGeVector3d normal = unitNormal.normal();
-    if (std::fabs(majorAxis.normal().dotProduct(normal)) > 1e-9)
+    if (!perpendicular(majorAxis, normal))
         return Velt::eInvalidInput;
     if (Velt::ErrorStatus es = assertWriteEnabled())
         return es;
-    mCenter = center;
-    mNormal = normal;
-    mMajorAxis = majorAxis;
-    mRadiusRatio = radiusRatio;
+    Fields& f = mFields;
+    f.center = center;
+    f.normal = normal;
+    f.majorAxis = majorAxis;
+    f.radiusRatio = radiusRatio;
     const VxGeEllipArc3d full = VxGeEllipArc3d::fromAxisRatio(center, normal, majorAxis, radiusRatio);
     double start = full.paramFromAngle(vxgeNormalizeAngle(startAngle));
     const double sweepAngle = vxgeSweep(startAngle, endAngle);
@@ -440,36 +326,25 @@ Velt::ErrorStatus VxDbEllipse::set(const VxGePoint3d& center, const VxGeVector3d
     double end = sweepAngle >= kTwoPi ? start + kTwoPi
                                       : full.paramFromAngle(vxgeNormalizeAngle(startAngle) + sweepAngle);
     normalizeParams(start, end);
-    mStartParam = start;
-    mEndParam = end;
+    f.startParam = start;
+    f.endParam = end;
     return Velt::eOk;
 }
 
 void VxDbEllipse::get(VxGePoint3d& center, VxGeVector3d& unitNormal, VxGeVector3d& majorAxis, double& radiusRatio,
                       double& startAngle, double& endAngle) const
 {
-    center = mCenter;
-    unitNormal = mNormal;
-    majorAxis = mMajorAxis;
-    radiusRatio = mRadiusRatio;
+    center = mFields.center;
+    unitNormal = mFields.normal;
+    majorAxis = mFields.majorAxis;
+    radiusRatio = mFields.radiusRatio;
     startAngle = this->startAngle();
     endAngle = this->endAngle();
 }
 
-Velt::ErrorStatus VxDbEllipse::setCenter(const VxGePoint3d& center)
+VxGeVector3d VxDbEllipse::minorAxis() const
 {
-    if (!finite(center))
-        return Velt::eInvalidInput;
-    return setField(mCenter, center);
-}
-
-VxGeVector3d VxDbEllipse::minorAxis() const { return mNormal.crossProduct(mMajorAxis) * mRadiusRatio; }
-
-Velt::ErrorStatus VxDbEllipse::setRadiusRatio(double ratio)
-{
-    if (!isRatio(ratio))
-        return Velt::eInvalidInput;
-    return setField(mRadiusRatio, ratio);
+    return mFields.normal.crossProduct(mFields.majorAxis) * mFields.radiusRatio;
 }
 
 Velt::ErrorStatus VxDbEllipse::setMajorRadius(double radius)
@@ -481,8 +356,8 @@ Velt::ErrorStatus VxDbEllipse::setMajorRadius(double radius)
         return Velt::eInvalidInput;
     if (Velt::ErrorStatus es = assertWriteEnabled())
         return es;
-    mMajorAxis = mMajorAxis.normal() * radius;
-    mRadiusRatio = ratio;
+    mFields.majorAxis = mFields.majorAxis.normal() * radius;
+    mFields.radiusRatio = ratio;
     return Velt::eOk;
 }
 
@@ -493,6 +368,40 @@ Velt::ErrorStatus VxDbEllipse::setMinorRadius(double radius)
     return setRadiusRatio(radius / majorRadius());
 }
 
+Velt::ErrorStatus VxDbEllipse::setMajorAxis(const VxGeVector3d& axis)
+{
+    VxGeVector3d checked = axis;
+    if (fieldcheck::nonZero(checked) != Velt::eOk || !perpendicular(axis, mFields.normal))
+        return Velt::eInvalidInput;
+    // The minor radius stays; the ratio follows the new major radius.
+    const double ratio = minorRadius() / axis.length();
+    if (!isRatio(ratio))
+        return Velt::eInvalidInput;
+    if (Velt::ErrorStatus es = assertWriteEnabled())
+        return es;
+    mFields.majorAxis = axis;
+    mFields.radiusRatio = ratio;
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDbEllipse::setNormal(const VxGeVector3d& normal)
+{
+    VxGeVector3d unit = normal;
+    if (fieldcheck::unitVector(unit) != Velt::eOk)
+        return Velt::eInvalidInput;
+    // The major axis keeps its length, projected into the new plane; one along the new
+    // normal takes the plane's own x axis.
+    VxGeVector3d axis = mFields.majorAxis - unit * mFields.majorAxis.dotProduct(unit);
+    if (axis.isZeroLength())
+        axis = unit.perpVector();
+    axis = axis.normal() * majorRadius();
+    if (Velt::ErrorStatus es = assertWriteEnabled())
+        return es;
+    mFields.normal = unit;
+    mFields.majorAxis = axis;
+    return Velt::eOk;
+}
+
 Velt::ErrorStatus VxDbEllipse::setStartParam(double param)
 {
     if (!std::isfinite(param))
@@ -500,10 +409,10 @@ Velt::ErrorStatus VxDbEllipse::setStartParam(double param)
     if (Velt::ErrorStatus es = assertWriteEnabled())
         return es;
     double start = param;
-    double end = mEndParam;
+    double end = mFields.endParam;
     normalizeParams(start, end);
-    mStartParam = start;
-    mEndParam = end;
+    mFields.startParam = start;
+    mFields.endParam = end;
     return Velt::eOk;
 }
 
@@ -513,19 +422,22 @@ Velt::ErrorStatus VxDbEllipse::setEndParam(double param)
         return Velt::eInvalidInput;
     if (Velt::ErrorStatus es = assertWriteEnabled())
         return es;
-    double start = mStartParam;
+    double start = mFields.startParam;
     double end = param;
     normalizeParams(start, end);
-    mStartParam = start;
-    mEndParam = end;
+    mFields.startParam = start;
+    mFields.endParam = end;
     return Velt::eOk;
 }
 
-double VxDbEllipse::startAngle() const { return vxgeNormalizeAngle(geEllipse().angleFromParam(mStartParam)); }
+double VxDbEllipse::startAngle() const
+{
+    return vxgeNormalizeAngle(geEllipse().angleFromParam(mFields.startParam));
+}
 
 double VxDbEllipse::endAngle() const
 {
-    const double angle = geEllipse().angleFromParam(mEndParam);
+    const double angle = geEllipse().angleFromParam(mFields.endParam);
     return angle >= kTwoPi ? kTwoPi : vxgeNormalizeAngle(angle);
 }
 
@@ -543,14 +455,23 @@ Velt::ErrorStatus VxDbEllipse::setEndAngle(double angle)
     return setEndParam(geEllipse().paramFromAngle(vxgeNormalizeAngle(angle)));
 }
 
-bool VxDbEllipse::isFullEllipse() const { return vxgeSweep(mStartParam, mEndParam) >= kTwoPi; }
+bool VxDbEllipse::isFullEllipse() const { return vxgeSweep(mFields.startParam, mFields.endParam) >= kTwoPi; }
+
+Velt::ErrorStatus VxDbEllipse::checkFields(uint64_t)
+{
+    if (!perpendicular(mFields.majorAxis, mFields.normal))
+        return Velt::eInvalidInput;
+    normalizeParams(mFields.startParam, mFields.endParam);
+    return Velt::eOk;
+}
 
 std::unique_ptr<VxGeCurve3d> VxDbEllipse::geCurve() const { return std::make_unique<VxGeEllipArc3d>(geEllipse()); }
 
 std::unique_ptr<VxGeCurve3d> VxDbEllipse::geCurveExtended() const
 {
+    const Fields& f = mFields;
     return std::make_unique<VxGeEllipArc3d>(
-        VxGeEllipArc3d::fromAxisRatio(mCenter, mNormal, mMajorAxis, mRadiusRatio));
+        VxGeEllipArc3d::fromAxisRatio(f.center, f.normal, f.majorAxis, f.radiusRatio));
 }
 
 Velt::ErrorStatus VxDbEllipse::setFrom(const VxGeEllipArc3d& ellipse)
@@ -562,10 +483,11 @@ Velt::ErrorStatus VxDbEllipse::setFrom(const VxGeEllipArc3d& ellipse)
         return Velt::eDegenerateGeometry;
     if (Velt::ErrorStatus es = assertWriteEnabled())
         return es;
-    mCenter = ellipse.center();
-    mNormal = ellipse.normal().normal();
-    mMajorAxis = ellipse.majorAxisVector();
-    mRadiusRatio = ratio;
+    Fields& f = mFields;
+    f.center = ellipse.center();
+    f.normal = ellipse.normal().normal();
+    f.majorAxis = ellipse.majorAxisVector();
+    f.radiusRatio = ratio;
     double start = ellipse.startParam();
     double end = ellipse.endParam();
     if (ellipse.isFullEllipse()) {
@@ -574,8 +496,8 @@ Velt::ErrorStatus VxDbEllipse::setFrom(const VxGeEllipArc3d& ellipse)
     } else {
         normalizeParams(start, end);
     }
-    mStartParam = start;
-    mEndParam = end;
+    f.startParam = start;
+    f.endParam = end;
     return Velt::eOk;
 }
 
@@ -595,80 +517,33 @@ Velt::ErrorStatus VxDbEllipse::getArea(double& area) const
     return Velt::eOk;
 }
 
-void VxDbEllipse::copyDataFrom(const VxDbObject& other)
-{
-    VxDbCurve::copyDataFrom(other);
-    const auto& ellipse = static_cast<const VxDbEllipse&>(other);
-    mCenter = ellipse.mCenter;
-    mNormal = ellipse.mNormal;
-    mMajorAxis = ellipse.mMajorAxis;
-    mRadiusRatio = ellipse.mRadiusRatio;
-    mStartParam = ellipse.mStartParam;
-    mEndParam = ellipse.mEndParam;
-}
-
 // ---- point ----
 
-VX_RX_DEFINE_MEMBERS(VxDbPoint, VxDbEntity, L"KxDbPoint", &vxrxCreateInstance<VxDbPoint>, L"POINT")
+KX_DB_DEFINE_KIND(VxDbPoint, VxDbEntity, L"KxDbPoint", &vxrxCreateInstance<VxDbPoint>, L"POINT", "AcDbPoint")
 
-Velt::ErrorStatus VxDbPoint::setPosition(const VxGePoint3d& position)
-{
-    if (!finite(position))
-        return Velt::eInvalidInput;
-    return setField(mPosition, position);
-}
-
-Velt::ErrorStatus VxDbPoint::setNormal(const VxGeVector3d& normal)
-{
-    if (!finite(normal) || normal.isZeroLength())
-        return Velt::eInvalidInput;
-    return setField(mNormal, normal.normal());
-}
-
-Velt::ErrorStatus VxDbPoint::setThickness(double thickness)
-{
-    if (!std::isfinite(thickness))
-        return Velt::eInvalidInput;
-    return setField(mThickness, thickness);
-}
-
-Velt::ErrorStatus VxDbPoint::setEcsRotation(double angle)
-{
-    if (!std::isfinite(angle))
-        return Velt::eInvalidInput;
-    return setField(mEcsRotation, vxgeNormalizeAngle(angle));
-}
+VxDbPoint::VxDbPoint(const VxGePoint3d& position) { setPosition(position); }
 
 Velt::ErrorStatus VxDbPoint::transformBy(const VxGeMatrix3d& xform)
 {
     if (Velt::ErrorStatus es = assertWriteEnabled())
         return es;
-    mPosition = xform.transform(mPosition);
-    mNormal = transformedNormal(xform, mNormal);
-    mThickness = transformedThickness(xform, mThickness);
+    Fields& f = mFields;
+    f.position = xform.transform(f.position);
+    f.normal = transformedNormal(xform, f.normal);
+    f.thickness = transformedThickness(xform, f.thickness);
     return Velt::eOk;
 }
 
 Velt::ErrorStatus VxDbPoint::getGeomExtents(VxGeExtents3d& extents) const
 {
-    extents.set(mPosition, mPosition);
-    addThickness(extents, mNormal, mThickness);
+    extents.set(mFields.position, mFields.position);
+    addThickness(extents, mFields.normal, mFields.thickness);
     return Velt::eOk;
-}
-
-void VxDbPoint::copyDataFrom(const VxDbObject& other)
-{
-    VxDbEntity::copyDataFrom(other);
-    const auto& point = static_cast<const VxDbPoint&>(other);
-    mPosition = point.mPosition;
-    mNormal = point.mNormal;
-    mThickness = point.mThickness;
-    mEcsRotation = point.mEcsRotation;
 }
 
 // ---- rays and construction lines ----
 
-VX_RX_DEFINE_MEMBERS(VxDbLinearBase, VxDbCurve, L"KxDbLinearBase", nullptr, nullptr)
+KX_DB_DEFINE_KIND(VxDbLinearBase, VxDbCurve, L"KxDbLinearBase", nullptr, nullptr, nullptr)
 
 VxDbLinearBase::VxDbLinearBase(const VxGePoint3d& basePoint, const VxGeVector3d& direction)
 {
@@ -676,30 +551,16 @@ VxDbLinearBase::VxDbLinearBase(const VxGePoint3d& basePoint, const VxGeVector3d&
     setUnitDir(direction);
 }
 
-Velt::ErrorStatus VxDbLinearBase::setBasePoint(const VxGePoint3d& point)
-{
-    if (!finite(point))
-        return Velt::eInvalidInput;
-    return setField(mBasePoint, point);
-}
-
-Velt::ErrorStatus VxDbLinearBase::setUnitDir(const VxGeVector3d& direction)
-{
-    if (!finite(direction) || direction.isZeroLength())
-        return Velt::eInvalidInput;
-    return setField(mUnitDir, direction.normal());
-}
-
 Velt::ErrorStatus VxDbLinearBase::transformBy(const VxGeMatrix3d& xform)
 {
     if (Velt::ErrorStatus es = assertWriteEnabled())
         return es;
-    const VxGePoint3d base = xform.transform(mBasePoint);
-    const VxGeVector3d direction = xform.transform(mUnitDir);
+    const VxGePoint3d base = xform.transform(mFields.basePoint);
+    const VxGeVector3d direction = xform.transform(mFields.unitDir);
     if (direction.isZeroLength())
         return Velt::eInvalidInput;
-    mBasePoint = base;
-    mUnitDir = direction.normal();
+    mFields.basePoint = base;
+    mFields.unitDir = direction.normal();
     return Velt::eOk;
 }
 
@@ -711,42 +572,219 @@ Velt::ErrorStatus VxDbLinearBase::getGeomExtents(VxGeExtents3d& extents) const
 
 VxGeVector3d VxDbLinearBase::offsetPlaneNormal() const
 {
-    return mUnitDir.isParallelTo(VxGeVector3d::kZAxis) ? VxGeVector3d::kYAxis : VxGeVector3d::kZAxis;
+    return mFields.unitDir.isParallelTo(VxGeVector3d::kZAxis) ? VxGeVector3d::kYAxis : VxGeVector3d::kZAxis;
 }
 
 Velt::ErrorStatus VxDbLinearBase::getOffsetCurves(double distance, std::vector<VxDbEntity*>& curves) const
 {
     if (!std::isfinite(distance))
         return Velt::eInvalidInput;
-    const VxGeLine3d line(mBasePoint, mUnitDir);
+    const VxGeLine3d line(mFields.basePoint, mFields.unitDir);
     const VxGeVector3d side = line.offsetDirection(offsetPlaneNormal());
     if (side.isZeroLength())
         return Velt::eDegenerateGeometry;
     auto* copy = static_cast<VxDbLinearBase*>(clone());
-    copy->mBasePoint = mBasePoint + side * distance;
+    copy->mFields.basePoint = mFields.basePoint + side * distance;
     curves.push_back(copy);
     return Velt::eOk;
 }
 
-void VxDbLinearBase::copyDataFrom(const VxDbObject& other)
+KX_DB_DEFINE_FIELDLESS_KIND(VxDbRay, VxDbLinearBase, L"KxDbRay", &vxrxCreateInstance<VxDbRay>, L"RAY", "AcDbRay")
+
+std::unique_ptr<VxGeCurve3d> VxDbRay::geCurve() const
 {
-    VxDbCurve::copyDataFrom(other);
-    const auto& linear = static_cast<const VxDbLinearBase&>(other);
-    mBasePoint = linear.mBasePoint;
-    mUnitDir = linear.mUnitDir;
+    return std::make_unique<VxGeRay3d>(basePoint(), unitDir());
 }
-
-VX_RX_DEFINE_MEMBERS(VxDbRay, VxDbLinearBase, L"KxDbRay", &vxrxCreateInstance<VxDbRay>, L"RAY")
-
-std::unique_ptr<VxGeCurve3d> VxDbRay::geCurve() const { return std::make_unique<VxGeRay3d>(mBasePoint, mUnitDir); }
 
 std::unique_ptr<VxGeCurve3d> VxDbRay::geCurveExtended() const
 {
-    return std::make_unique<VxGeLine3d>(mBasePoint, mUnitDir);
+    return std::make_unique<VxGeLine3d>(basePoint(), unitDir());
 }
 
-VX_RX_DEFINE_MEMBERS(VxDbXline, VxDbLinearBase, L"KxDbXline", &vxrxCreateInstance<VxDbXline>, L"XLINE")
+KX_DB_DEFINE_FIELDLESS_KIND(VxDbXline, VxDbLinearBase, L"KxDbXline", &vxrxCreateInstance<VxDbXline>, L"XLINE",
+                            "AcDbXline")
 
-std::unique_ptr<VxGeCurve3d> VxDbXline::geCurve() const { return std::make_unique<VxGeLine3d>(mBasePoint, mUnitDir); }
+std::unique_ptr<VxGeCurve3d> VxDbXline::geCurve() const
+{
+    return std::make_unique<VxGeLine3d>(basePoint(), unitDir());
+}
+
+// ---- faces ----
+
+KX_DB_DEFINE_KIND(VxDbFace, VxDbEntity, L"KxDbFace", &vxrxCreateInstance<VxDbFace>, L"3DFACE", "AcDbFace")
+
+namespace {
+
+// Bit i of the flags hides edge i.
+uint64_t readBit(const VxDbKind& kind, const char* field)
+{
+    const auto& fields = kind.fields();
+    for (size_t i = 0; i < fields.size(); ++i) {
+        if (std::strcmp(fields[i]->name, field) == 0)
+            return uint64_t(1) << i;
+    }
+    return 0;
+}
+
+}  // namespace
+
+VxDbFace::VxDbFace(const VxGePoint3d& p0, const VxGePoint3d& p1, const VxGePoint3d& p2, const VxGePoint3d& p3)
+{
+    setVertexAt(0, p0);
+    setVertexAt(1, p1);
+    setVertexAt(2, p2);
+    setVertexAt(3, p3);
+}
+
+VxGePoint3d* VxDbFace::vertex(int index)
+{
+    switch (index) {
+    case 0: return &mFields.vertex0;
+    case 1: return &mFields.vertex1;
+    case 2: return &mFields.vertex2;
+    case 3: return &mFields.vertex3;
+    default: return nullptr;
+    }
+}
+
+Velt::ErrorStatus VxDbFace::getVertexAt(int index, VxGePoint3d& point) const
+{
+    const VxGePoint3d* p = const_cast<VxDbFace*>(this)->vertex(index);
+    if (!p)
+        return Velt::eInvalidIndex;
+    point = *p;
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDbFace::setVertexAt(int index, const VxGePoint3d& point)
+{
+    VxGePoint3d* p = vertex(index);
+    if (!p)
+        return Velt::eInvalidIndex;
+    if (!fieldcheck::isFinite(point))
+        return Velt::eInvalidInput;
+    return setField(*p, point);
+}
+
+Velt::ErrorStatus VxDbFace::isEdgeVisibleAt(int index, bool& visible) const
+{
+    if (index < 0 || index > 3)
+        return Velt::eInvalidIndex;
+    visible = (mFields.invisibleEdges & (1 << index)) == 0;
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDbFace::makeEdgeVisibleAt(int index)
+{
+    if (index < 0 || index > 3)
+        return Velt::eInvalidIndex;
+    return setField(mFields.invisibleEdges, int16_t(mFields.invisibleEdges & ~(1 << index)));
+}
+
+Velt::ErrorStatus VxDbFace::makeEdgeInvisibleAt(int index)
+{
+    if (index < 0 || index > 3)
+        return Velt::eInvalidIndex;
+    return setField(mFields.invisibleEdges, int16_t(mFields.invisibleEdges | (1 << index)));
+}
+
+Velt::ErrorStatus VxDbFace::transformBy(const VxGeMatrix3d& xform)
+{
+    if (Velt::ErrorStatus es = assertWriteEnabled())
+        return es;
+    for (int i = 0; i < 4; ++i)
+        *vertex(i) = xform.transform(*vertex(i));
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDbFace::getGeomExtents(VxGeExtents3d& extents) const
+{
+    extents.set(mFields.vertex0, mFields.vertex1);
+    extents.addPoint(mFields.vertex2);
+    extents.addPoint(mFields.vertex3);
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDbFace::checkFields(uint64_t readMask)
+{
+    if (!(readMask & readBit(kind(), "vertex3")))
+        mFields.vertex3 = mFields.vertex2;
+    return Velt::eOk;
+}
+
+// ---- solids and traces ----
+
+KX_DB_DEFINE_KIND(VxDbQuadBase, VxDbEntity, L"KxDbQuadBase", nullptr, nullptr, nullptr)
+
+VxDbQuadBase::VxDbQuadBase(const VxGePoint3d& p0, const VxGePoint3d& p1, const VxGePoint3d& p2,
+                           const VxGePoint3d& p3)
+{
+    setPointAt(0, p0);
+    setPointAt(1, p1);
+    setPointAt(2, p2);
+    setPointAt(3, p3);
+}
+
+VxGePoint3d* VxDbQuadBase::point(int index)
+{
+    switch (index) {
+    case 0: return &mFields.point0;
+    case 1: return &mFields.point1;
+    case 2: return &mFields.point2;
+    case 3: return &mFields.point3;
+    default: return nullptr;
+    }
+}
+
+Velt::ErrorStatus VxDbQuadBase::getPointAt(int index, VxGePoint3d& p) const
+{
+    const VxGePoint3d* at = const_cast<VxDbQuadBase*>(this)->point(index);
+    if (!at)
+        return Velt::eInvalidIndex;
+    p = *at;
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDbQuadBase::setPointAt(int index, const VxGePoint3d& p)
+{
+    VxGePoint3d* at = point(index);
+    if (!at)
+        return Velt::eInvalidIndex;
+    if (!fieldcheck::isFinite(p))
+        return Velt::eInvalidInput;
+    return setField(*at, p);
+}
+
+Velt::ErrorStatus VxDbQuadBase::transformBy(const VxGeMatrix3d& xform)
+{
+    if (Velt::ErrorStatus es = assertWriteEnabled())
+        return es;
+    for (int i = 0; i < 4; ++i)
+        *point(i) = xform.transform(*point(i));
+    mFields.normal = transformedNormal(xform, mFields.normal);
+    mFields.thickness = transformedThickness(xform, mFields.thickness);
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDbQuadBase::getGeomExtents(VxGeExtents3d& extents) const
+{
+    extents.set(mFields.point0, mFields.point1);
+    extents.addPoint(mFields.point2);
+    extents.addPoint(mFields.point3);
+    addThickness(extents, mFields.normal, mFields.thickness);
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDbQuadBase::checkFields(uint64_t readMask)
+{
+    if (!(readMask & readBit(kind(), "point3")))
+        mFields.point3 = mFields.point2;
+    return Velt::eOk;
+}
+
+KX_DB_DEFINE_FIELDLESS_KIND(VxDbSolid, VxDbQuadBase, L"KxDbSolid", &vxrxCreateInstance<VxDbSolid>, L"SOLID",
+                            "AcDbTrace")
+KX_DB_DEFINE_FIELDLESS_KIND(VxDbTrace, VxDbQuadBase, L"KxDbTrace", &vxrxCreateInstance<VxDbTrace>, L"TRACE",
+                            "AcDbTrace")
 
 }  // namespace kx

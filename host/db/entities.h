@@ -1,24 +1,27 @@
 #pragma once
 
+// The entity kinds of the drawing database. Each declares its data once, in its field list
+// (db/fields.h): storage, accessors, copying and drawing files follow from it; what is
+// written here by hand is geometry.
+
 #include "db/entity.h"
+#include "db/fields.h"
 
 namespace kx {
 
+// Normals are kept as unit vectors (a zero vector is refused); positions must be finite.
+#define KX_FIELDS_VxDbLine(F)                                                                      \
+    F(GetSet, double, thickness, setThickness, 0.0, finite, kOwn, 39, kxdxf::kOptional)             \
+    F(GetSet, VxGePoint3d, startPoint, setStartPoint, VxGePoint3d::kOrigin, finite, kOwn, 10, 0)    \
+    F(GetSet, VxGePoint3d, endPoint, setEndPoint, VxGePoint3d::kOrigin, finite, kOwn, 11, 0)        \
+    F(GetSet, VxGeVector3d, normal, setNormal, VxGeVector3d::kZAxis, unitVector, kOwn, 210, kxdxf::kOptional)
+
 class VxDbLine : public VxDbCurve {
     VX_RX_DECLARE_MEMBERS(VxDbLine)
+    KX_DB_FIELDS(VxDbLine, VxDbCurve)
 public:
     VxDbLine() = default;
-    VxDbLine(const VxGePoint3d& start, const VxGePoint3d& end) : mStart(start), mEnd(end) {}
-
-    VxGePoint3d startPoint() const { return mStart; }
-    Velt::ErrorStatus setStartPoint(const VxGePoint3d& point);
-    VxGePoint3d endPoint() const { return mEnd; }
-    Velt::ErrorStatus setEndPoint(const VxGePoint3d& point);
-    VxGeVector3d normal() const { return mNormal; }
-    // Stored as a unit vector; a zero vector is refused.
-    Velt::ErrorStatus setNormal(const VxGeVector3d& normal);
-    double thickness() const { return mThickness; }
-    Velt::ErrorStatus setThickness(double thickness);
+    VxDbLine(const VxGePoint3d& start, const VxGePoint3d& end);
 
     std::unique_ptr<VxGeCurve3d> geCurve() const override;
     Velt::ErrorStatus transformBy(const VxGeMatrix3d& xform) override;
@@ -29,32 +32,24 @@ public:
 
 protected:
     std::unique_ptr<VxGeCurve3d> geCurveExtended() const override;
-    void copyDataFrom(const VxDbObject& other) override;
-
-private:
-    VxGePoint3d mStart;
-    VxGePoint3d mEnd;
-    VxGeVector3d mNormal{0.0, 0.0, 1.0};
-    double mThickness = 0.0;
 };
+
+// The centre is held in world coordinates and written in the circle's own.
+#define KX_FIELDS_VxDbCircle(F)                                                                    \
+    F(GetSet, double, thickness, setThickness, 0.0, finite, kOwn, 39, kxdxf::kOptional)             \
+    F(GetSet, VxGePoint3d, center, setCenter, VxGePoint3d::kOrigin, finite, kOwn, 10, kxdxf::kOcs)  \
+    F(GetSet, double, radius, setRadius, 1.0, positive, kOwn, 40, 0)                                \
+    F(GetSet, VxGeVector3d, normal, setNormal, VxGeVector3d::kZAxis, unitVector, kOwn, 210, kxdxf::kOptional)
 
 class VxDbCircle : public VxDbCurve {
     VX_RX_DECLARE_MEMBERS(VxDbCircle)
+    KX_DB_FIELDS(VxDbCircle, VxDbCurve)
 public:
     VxDbCircle() = default;
     VxDbCircle(const VxGePoint3d& center, const VxGeVector3d& normal, double radius);
 
-    VxGePoint3d center() const { return mCenter; }
-    Velt::ErrorStatus setCenter(const VxGePoint3d& center);
-    double radius() const { return mRadius; }
-    // Above zero.
-    Velt::ErrorStatus setRadius(double radius);
-    VxGeVector3d normal() const { return mNormal; }
-    Velt::ErrorStatus setNormal(const VxGeVector3d& normal);
-    double thickness() const { return mThickness; }
-    Velt::ErrorStatus setThickness(double thickness);
     double circumference() const;
-    double diameter() const { return 2.0 * mRadius; }
+    double diameter() const { return 2.0 * mFields.radius; }
 
     bool isPeriodic() const override { return true; }
     std::unique_ptr<VxGeCurve3d> geCurve() const override;
@@ -65,41 +60,30 @@ public:
     Velt::ErrorStatus getArea(double& area) const override;
     // A concentric circle; positive distances grow it.
     Velt::ErrorStatus getOffsetCurves(double distance, std::vector<VxDbEntity*>& curves) const override;
-
-protected:
-    void copyDataFrom(const VxDbObject& other) override;
-
-private:
-    VxGePoint3d mCenter;
-    VxGeVector3d mNormal{0.0, 0.0, 1.0};
-    double mRadius = 1.0;
-    double mThickness = 0.0;
 };
 
 // A counter-clockwise arc about its normal; angles are measured from the x
-// axis of the normal's arbitrary-axis coordinate system.
+// axis of the normal's arbitrary-axis coordinate system, kept in [0, 2pi).
+#define KX_FIELDS_VxDbArc(F)                                                                           \
+    F(GetSet, double, thickness, setThickness, 0.0, finite, "AcDbCircle", 39, kxdxf::kOptional)         \
+    F(GetSet, VxGePoint3d, center, setCenter, VxGePoint3d::kOrigin, finite, "AcDbCircle", 10, kxdxf::kOcs) \
+    F(GetSet, double, radius, setRadius, 1.0, positive, "AcDbCircle", 40, 0)                            \
+    F(GetSet, VxGeVector3d, normal, setNormal, VxGeVector3d::kZAxis, unitVector, "AcDbCircle", 210,     \
+      kxdxf::kOptional)                                                                                 \
+    F(GetSet, double, startAngle, setStartAngle, 0.0, angle, kOwn, 50, kxdxf::kDegrees)                 \
+    F(GetSet, double, endAngle, setEndAngle, kPi, angle, kOwn, 51, kxdxf::kDegrees)
+
 class VxDbArc : public VxDbCurve {
     VX_RX_DECLARE_MEMBERS(VxDbArc)
+    KX_DB_FIELDS(VxDbArc, VxDbCurve)
 public:
     VxDbArc() = default;
     VxDbArc(const VxGePoint3d& center, double radius, double startAngle, double endAngle);
     VxDbArc(const VxGePoint3d& center, const VxGeVector3d& normal, double radius, double startAngle, double endAngle);
 
-    VxGePoint3d center() const { return mCenter; }
-    Velt::ErrorStatus setCenter(const VxGePoint3d& center);
-    double radius() const { return mRadius; }
-    Velt::ErrorStatus setRadius(double radius);
-    VxGeVector3d normal() const { return mNormal; }
-    Velt::ErrorStatus setNormal(const VxGeVector3d& normal);
-    double startAngle() const { return mStartAngle; }
-    Velt::ErrorStatus setStartAngle(double angle);
-    double endAngle() const { return mEndAngle; }
-    Velt::ErrorStatus setEndAngle(double angle);
-    double thickness() const { return mThickness; }
-    Velt::ErrorStatus setThickness(double thickness);
     // End minus start, in (0, 2pi].
     double totalAngle() const;
-    double arcLength() const { return mRadius * totalAngle(); }
+    double arcLength() const { return mFields.radius * totalAngle(); }
 
     std::unique_ptr<VxGeCurve3d> geCurve() const override;
     Velt::ErrorStatus transformBy(const VxGeMatrix3d& xform) override;
@@ -110,23 +94,26 @@ public:
 
 protected:
     std::unique_ptr<VxGeCurve3d> geCurveExtended() const override;
-    void copyDataFrom(const VxDbObject& other) override;
 
 private:
     VxGeCircArc3d geArc() const;
-    VxGePoint3d mCenter;
-    VxGeVector3d mNormal{0.0, 0.0, 1.0};
-    double mRadius = 1.0;
-    double mStartAngle = 0.0;
-    double mEndAngle = kPi;
-    double mThickness = 0.0;
 };
 
 // An ellipse or elliptical arc: centre, unit normal, major axis (its length
 // the major radius), ratio of minor to major radius (1e-6 ... 1) and the
-// start and end parameters.
+// start and end parameters (start in [0, 2pi), end in (0, 2pi]). The axis,
+// normal and parameters change only together (their setters are below).
+#define KX_FIELDS_VxDbEllipse(F)                                                                   \
+    F(GetSet, VxGePoint3d, center, setCenter, VxGePoint3d::kOrigin, finite, kOwn, 10, 0)            \
+    F(Get, VxGeVector3d, majorAxis, -, VxGeVector3d::kXAxis, nonZero, kOwn, 11, 0)                 \
+    F(Get, VxGeVector3d, normal, -, VxGeVector3d::kZAxis, unitVector, kOwn, 210, 0)                \
+    F(GetSet, double, radiusRatio, setRadiusRatio, 1.0, ratio, kOwn, 40, 0)                         \
+    F(Get, double, startParam, -, 0.0, finite, kOwn, 41, 0)                                         \
+    F(Get, double, endParam, -, kTwoPi, finite, kOwn, 42, 0)
+
 class VxDbEllipse : public VxDbCurve {
     VX_RX_DECLARE_MEMBERS(VxDbEllipse)
+    KX_DB_FIELDS(VxDbEllipse, VxDbCurve)
 public:
     VxDbEllipse() = default;
     VxDbEllipse(const VxGePoint3d& center, const VxGeVector3d& unitNormal, const VxGeVector3d& majorAxis,
@@ -137,19 +124,15 @@ public:
                           double radiusRatio, double startAngle = 0.0, double endAngle = kTwoPi);
     void get(VxGePoint3d& center, VxGeVector3d& unitNormal, VxGeVector3d& majorAxis, double& radiusRatio,
              double& startAngle, double& endAngle) const;
-    VxGePoint3d center() const { return mCenter; }
-    Velt::ErrorStatus setCenter(const VxGePoint3d& center);
-    VxGeVector3d normal() const { return mNormal; }
-    VxGeVector3d majorAxis() const { return mMajorAxis; }
     VxGeVector3d minorAxis() const;
-    double majorRadius() const { return mMajorAxis.length(); }
-    double minorRadius() const { return majorRadius() * mRadiusRatio; }
-    double radiusRatio() const { return mRadiusRatio; }
-    Velt::ErrorStatus setRadiusRatio(double ratio);
+    double majorRadius() const { return mFields.majorAxis.length(); }
+    double minorRadius() const { return majorRadius() * mFields.radiusRatio; }
     Velt::ErrorStatus setMajorRadius(double radius);
     Velt::ErrorStatus setMinorRadius(double radius);
-    double startParam() const { return mStartParam; }
-    double endParam() const { return mEndParam; }
+    // The axis in the ellipse's plane: its direction and length are the major radius's.
+    Velt::ErrorStatus setMajorAxis(const VxGeVector3d& axis);
+    // Turns the ellipse into the plane of the new normal, its major axis projected there.
+    Velt::ErrorStatus setNormal(const VxGeVector3d& normal);
     Velt::ErrorStatus setStartParam(double param);
     Velt::ErrorStatus setEndParam(double param);
     double startAngle() const;
@@ -162,64 +145,48 @@ public:
     Velt::ErrorStatus transformBy(const VxGeMatrix3d& xform) override;
     Velt::ErrorStatus getArea(double& area) const override;
 
+    // After a file was read: the axis in the plane, the parameters in their ranges.
+    Velt::ErrorStatus checkFields(uint64_t readMask);
+
 protected:
     std::unique_ptr<VxGeCurve3d> geCurveExtended() const override;
-    void copyDataFrom(const VxDbObject& other) override;
 
 private:
     friend class VxDbCircle;
     friend class VxDbArc;
     Velt::ErrorStatus setFrom(const VxGeEllipArc3d& ellipse);
     VxGeEllipArc3d geEllipse() const;
-
-    VxGePoint3d mCenter;
-    VxGeVector3d mNormal{0.0, 0.0, 1.0};
-    VxGeVector3d mMajorAxis{1.0, 0.0, 0.0};
-    double mRadiusRatio = 1.0;
-    double mStartParam = 0.0;
-    double mEndParam = kTwoPi;
 };
+
+// The symbol's rotation about the normal is kept in [0, 2pi).
+#define KX_FIELDS_VxDbPoint(F)                                                                     \
+    F(GetSet, VxGePoint3d, position, setPosition, VxGePoint3d::kOrigin, finite, kOwn, 10, 0)        \
+    F(GetSet, double, thickness, setThickness, 0.0, finite, kOwn, 39, kxdxf::kOptional)             \
+    F(GetSet, VxGeVector3d, normal, setNormal, VxGeVector3d::kZAxis, unitVector, kOwn, 210, kxdxf::kOptional) \
+    F(GetSet, double, ecsRotation, setEcsRotation, 0.0, angle, kOwn, 50, kxdxf::kOptional | kxdxf::kDegrees)
 
 class VxDbPoint : public VxDbEntity {
     VX_RX_DECLARE_MEMBERS(VxDbPoint)
+    KX_DB_FIELDS(VxDbPoint, VxDbEntity)
 public:
     VxDbPoint() = default;
-    explicit VxDbPoint(const VxGePoint3d& position) : mPosition(position) {}
-
-    VxGePoint3d position() const { return mPosition; }
-    Velt::ErrorStatus setPosition(const VxGePoint3d& position);
-    VxGeVector3d normal() const { return mNormal; }
-    Velt::ErrorStatus setNormal(const VxGeVector3d& normal);
-    double thickness() const { return mThickness; }
-    Velt::ErrorStatus setThickness(double thickness);
-    // Rotation of the point's symbol about the normal.
-    double ecsRotation() const { return mEcsRotation; }
-    Velt::ErrorStatus setEcsRotation(double angle);
+    explicit VxDbPoint(const VxGePoint3d& position);
 
     Velt::ErrorStatus transformBy(const VxGeMatrix3d& xform) override;
     Velt::ErrorStatus getGeomExtents(VxGeExtents3d& extents) const override;
-
-protected:
-    void copyDataFrom(const VxDbObject& other) override;
-
-private:
-    VxGePoint3d mPosition;
-    VxGeVector3d mNormal{0.0, 0.0, 1.0};
-    double mThickness = 0.0;
-    double mEcsRotation = 0.0;
 };
 
 // Shared by rays and construction lines: a base point and a unit direction.
+#define KX_FIELDS_VxDbLinearBase(F)                                                                \
+    F(GetSet, VxGePoint3d, basePoint, setBasePoint, VxGePoint3d::kOrigin, finite, kOwn, 10, 0)      \
+    F(GetSet, VxGeVector3d, unitDir, setUnitDir, VxGeVector3d::kXAxis, unitVector, kOwn, 11, 0)
+
 class VxDbLinearBase : public VxDbCurve {
     VX_RX_DECLARE_MEMBERS(VxDbLinearBase)
+    KX_DB_FIELDS(VxDbLinearBase, VxDbCurve)
 public:
-    VxGePoint3d basePoint() const { return mBasePoint; }
-    Velt::ErrorStatus setBasePoint(const VxGePoint3d& point);
-    VxGeVector3d unitDir() const { return mUnitDir; }
-    // Normalised; a zero direction is refused.
-    Velt::ErrorStatus setUnitDir(const VxGeVector3d& direction);
     // Any point the line passes through but the base point.
-    VxGePoint3d secondPoint() const { return mBasePoint + mUnitDir; }
+    VxGePoint3d secondPoint() const { return mFields.basePoint + mFields.unitDir; }
 
     Velt::ErrorStatus transformBy(const VxGeMatrix3d& xform) override;
     // Unbounded: no extents.
@@ -231,15 +198,12 @@ public:
 protected:
     VxDbLinearBase() = default;
     VxDbLinearBase(const VxGePoint3d& basePoint, const VxGeVector3d& direction);
-    void copyDataFrom(const VxDbObject& other) override;
     VxGeVector3d offsetPlaneNormal() const;
-
-    VxGePoint3d mBasePoint;
-    VxGeVector3d mUnitDir{1.0, 0.0, 0.0};
 };
 
 class VxDbRay : public VxDbLinearBase {
     VX_RX_DECLARE_MEMBERS(VxDbRay)
+    KX_DB_KIND(VxDbRay)
 public:
     VxDbRay() = default;
     VxDbRay(const VxGePoint3d& basePoint, const VxGeVector3d& direction) : VxDbLinearBase(basePoint, direction) {}
@@ -251,10 +215,100 @@ protected:
 
 class VxDbXline : public VxDbLinearBase {
     VX_RX_DECLARE_MEMBERS(VxDbXline)
+    KX_DB_KIND(VxDbXline)
 public:
     VxDbXline() = default;
     VxDbXline(const VxGePoint3d& basePoint, const VxGeVector3d& direction) : VxDbLinearBase(basePoint, direction) {}
     std::unique_ptr<VxGeCurve3d> geCurve() const override;
+};
+
+// A face of three or four corners in space; each of its four edges may be hidden. A face of
+// three corners repeats the third as the fourth.
+#define KX_FIELDS_VxDbFace(F)                                                                      \
+    F(Get, VxGePoint3d, vertex0, -, VxGePoint3d::kOrigin, finite, kOwn, 10, 0)                     \
+    F(Get, VxGePoint3d, vertex1, -, VxGePoint3d::kOrigin, finite, kOwn, 11, 0)                     \
+    F(Get, VxGePoint3d, vertex2, -, VxGePoint3d::kOrigin, finite, kOwn, 12, 0)                     \
+    F(Get, VxGePoint3d, vertex3, -, VxGePoint3d::kOrigin, finite, kOwn, 13, 0)                     \
+    F(Get, int16_t, invisibleEdges, -, 0, edgeFlags, kOwn, 70, 0)
+
+class VxDbFace : public VxDbEntity {
+    VX_RX_DECLARE_MEMBERS(VxDbFace)
+    KX_DB_FIELDS(VxDbFace, VxDbEntity)
+public:
+    VxDbFace() = default;
+    VxDbFace(const VxGePoint3d& p0, const VxGePoint3d& p1, const VxGePoint3d& p2, const VxGePoint3d& p3);
+
+    // Corners 0 ... 3; eInvalidIndex for any other.
+    Velt::ErrorStatus getVertexAt(int index, VxGePoint3d& point) const;
+    Velt::ErrorStatus setVertexAt(int index, const VxGePoint3d& point);
+    // Edge i runs from corner i to corner i + 1 (the last back to corner 0).
+    Velt::ErrorStatus isEdgeVisibleAt(int index, bool& visible) const;
+    Velt::ErrorStatus makeEdgeVisibleAt(int index);
+    Velt::ErrorStatus makeEdgeInvisibleAt(int index);
+
+    Velt::ErrorStatus transformBy(const VxGeMatrix3d& xform) override;
+    Velt::ErrorStatus getGeomExtents(VxGeExtents3d& extents) const override;
+    // After a file was read: a face of three corners gets its fourth.
+    Velt::ErrorStatus checkFields(uint64_t readMask);
+
+private:
+    VxGePoint3d* vertex(int index);
+};
+
+// What solids and traces share: four corners in the plane of the normal (held in world
+// coordinates, written in the object's own), an extrusion thickness. Corners are kept in
+// the order of the drawing file, where the fourth sits opposite the first across the band.
+#define KX_FIELDS_VxDbQuadBase(F)                                                                  \
+    F(Get, VxGePoint3d, point0, -, VxGePoint3d::kOrigin, finite, kOwn, 10, kxdxf::kOcs)            \
+    F(Get, VxGePoint3d, point1, -, VxGePoint3d::kOrigin, finite, kOwn, 11, kxdxf::kOcs)            \
+    F(Get, VxGePoint3d, point2, -, VxGePoint3d::kOrigin, finite, kOwn, 12, kxdxf::kOcs)            \
+    F(Get, VxGePoint3d, point3, -, VxGePoint3d::kOrigin, finite, kOwn, 13, kxdxf::kOcs)            \
+    F(GetSet, double, thickness, setThickness, 0.0, finite, kOwn, 39, kxdxf::kOptional)             \
+    F(GetSet, VxGeVector3d, normal, setNormal, VxGeVector3d::kZAxis, unitVector, kOwn, 210, kxdxf::kOptional)
+
+class VxDbQuadBase : public VxDbEntity {
+    VX_RX_DECLARE_MEMBERS(VxDbQuadBase)
+    KX_DB_FIELDS(VxDbQuadBase, VxDbEntity)
+public:
+    // Corners 0 ... 3; eInvalidIndex for any other.
+    Velt::ErrorStatus getPointAt(int index, VxGePoint3d& point) const;
+    Velt::ErrorStatus setPointAt(int index, const VxGePoint3d& point);
+
+    Velt::ErrorStatus transformBy(const VxGeMatrix3d& xform) override;
+    Velt::ErrorStatus getGeomExtents(VxGeExtents3d& extents) const override;
+    // After a file was read: a band of three corners gets its fourth.
+    Velt::ErrorStatus checkFields(uint64_t readMask);
+
+protected:
+    VxDbQuadBase() = default;
+    VxDbQuadBase(const VxGePoint3d& p0, const VxGePoint3d& p1, const VxGePoint3d& p2, const VxGePoint3d& p3);
+
+private:
+    VxGePoint3d* point(int index);
+};
+
+// A filled area of three or four corners.
+class VxDbSolid : public VxDbQuadBase {
+    VX_RX_DECLARE_MEMBERS(VxDbSolid)
+    KX_DB_KIND(VxDbSolid)
+public:
+    VxDbSolid() = default;
+    VxDbSolid(const VxGePoint3d& p0, const VxGePoint3d& p1, const VxGePoint3d& p2, const VxGePoint3d& p3)
+        : VxDbQuadBase(p0, p1, p2, p3)
+    {
+    }
+};
+
+// A filled band of four corners, from older drawings.
+class VxDbTrace : public VxDbQuadBase {
+    VX_RX_DECLARE_MEMBERS(VxDbTrace)
+    KX_DB_KIND(VxDbTrace)
+public:
+    VxDbTrace() = default;
+    VxDbTrace(const VxGePoint3d& p0, const VxGePoint3d& p1, const VxGePoint3d& p2, const VxGePoint3d& p3)
+        : VxDbQuadBase(p0, p1, p2, p3)
+    {
+    }
 };
 
 }  // namespace kx

@@ -26,6 +26,7 @@
 #include "db/objects.h"
 #include "db/strings.h"
 #include "db/symtables.h"
+#include "dxf/dxffields.h"
 #include "dxf/dxfinternal.h"
 #include "dxf/dxfstream.h"
 #include "ge/angle.h"
@@ -323,6 +324,7 @@ private:
     VxDbDxfReadInfo& mInfo;
     VxDbDxfVersion mVersion = VxDbDxfVersion::kR12;
     bool mUtf8 = false;
+    std::vector<FieldGroup> mFieldGroups;  // reused for each described record
     uint64_t mFileHandseed = 0;
     uint64_t mMaxHandle = 0;
 
@@ -1483,16 +1485,32 @@ VxDbEntity* Reader::makeKnownEntity(const Record& record, const std::vector<size
 {
     keepOpaque = false;
     const std::string& type = record.type;
-    Vec3Reader p10, p11;
+    if (const VxRxClass* cls = describedClassOfDxfName(type)) {
+        std::unique_ptr<VxDbEntity> made(VxDbEntity::cast(cls->create()));
+        std::vector<FieldGroup>& groups = mFieldGroups;
+        groups.clear();
+        for (size_t i : body)
+            groups.push_back({record.code(i), record.value(i)});
+        if (!made || !readFields(*made, *vxdbKindOf(cls), groups, mUtf8)) {
+            keepOpaque = true;  // something this kind does not hold, or refuses
+            return nullptr;
+        }
+        return made.release();
+    }
+    if (type != "INSERT") {
+        keepOpaque = true;
+        return nullptr;
+    }
+    // Insertions of one block; multiple insertions stay as they are.
+    Vec3Reader p10;
     Vec3Reader normal;
     normal.value = VxGePoint3d{0, 0, 1};
-    double r40 = 0, r41 = 0, r42 = 0, r43 = 1, a50 = 0, a51 = 0, thickness = 0;
-    bool has41 = false, has42 = false, has43 = false;
+    double r41 = 1, r42 = 1, r43 = 1, a50 = 0;
     int64_t columns = 1, rows = 1;
     std::string_view blockName;
     for (size_t i : body) {
         const int code = record.code(i);
-        if (code == 100)
+        if (code == 100 || code == 66)
             continue;
         if (code == 2) {
             blockName = record.value(i);
@@ -1502,82 +1520,33 @@ VxDbEntity* Reader::makeKnownEntity(const Record& record, const std::vector<size
             (code == 70 ? columns : rows) = record.integer(i);
             continue;
         }
-        if (code == 66)
-            continue;
         const double v = record.real(i);
-        if (p10.apply(code, 10, v) || p11.apply(code, 11, v) || normal.apply(code, 210, v))
+        if (p10.apply(code, 10, v) || normal.apply(code, 210, v))
             continue;
         switch (code) {
-        case 39: thickness = v; break;
-        case 40: r40 = v; break;
-        case 41: r41 = v; has41 = true; break;
-        case 42: r42 = v; has42 = true; break;
-        case 43: r43 = v; has43 = true; break;
+        case 41: r41 = v; break;
+        case 42: r42 = v; break;
+        case 43: r43 = v; break;
         case 44: case 45: break;
         case 50: a50 = v; break;
-        case 51: a51 = v; break;
         default:
-            // Something this kind does not hold: keep the record as it is.
             keepOpaque = true;
             return nullptr;
         }
+    }
+    if (columns > 1 || rows > 1 || blockName.empty()) {
+        keepOpaque = true;
+        return nullptr;
     }
     const VxGeVector3d n = normal.value.asVector();
-    auto ok = [&](Velt::ErrorStatus es) {
-        if (es != Velt::eOk)
-            keepOpaque = true;
-        return es == Velt::eOk;
-    };
-    std::unique_ptr<VxDbEntity> made;
-    if (type == "LINE") {
-        auto* line = new VxDbLine(p10.value, p11.value);
-        made.reset(line);
-        ok(line->setNormal(n)) && ok(line->setThickness(thickness));
-    } else if (type == "CIRCLE") {
-        auto* circle = new VxDbCircle();
-        made.reset(circle);
-        ok(circle->setNormal(n)) && ok(circle->setCenter(ocsToWcs(p10.value, n.normal()))) &&
-            ok(circle->setRadius(r40)) && ok(circle->setThickness(thickness));
-    } else if (type == "ARC") {
-        auto* arc = new VxDbArc();
-        made.reset(arc);
-        ok(arc->setNormal(n)) && ok(arc->setCenter(ocsToWcs(p10.value, n.normal()))) && ok(arc->setRadius(r40)) &&
-            ok(arc->setStartAngle(radians(a50))) && ok(arc->setEndAngle(radians(a51))) &&
-            ok(arc->setThickness(thickness));
-    } else if (type == "ELLIPSE") {
-        auto* ellipse = new VxDbEllipse();
-        made.reset(ellipse);
-        if (!has41)
-            r41 = 0.0;
-        if (!has42)
-            r42 = kTwoPi;
-        ok(ellipse->set(p10.value, n, p11.value.asVector(), r40)) && ok(ellipse->setStartParam(r41)) &&
-            ok(ellipse->setEndParam(r42));
-    } else if (type == "POINT") {
-        auto* point = new VxDbPoint(p10.value);
-        made.reset(point);
-        ok(point->setNormal(n)) && ok(point->setThickness(thickness)) && ok(point->setEcsRotation(radians(a50)));
-    } else if (type == "RAY" || type == "XLINE") {
-        VxDbLinearBase* linear = type == "RAY" ? static_cast<VxDbLinearBase*>(new VxDbRay())
-                                               : static_cast<VxDbLinearBase*>(new VxDbXline());
-        made.reset(linear);
-        ok(linear->setBasePoint(p10.value)) && ok(linear->setUnitDir(p11.value.asVector()));
-    } else if (type == "INSERT") {
-        if (columns > 1 || rows > 1 || blockName.empty()) {
-            keepOpaque = true;
-            return nullptr;
-        }
-        auto* insert = new VxDbBlockReference();
-        made.reset(insert);
-        ok(insert->setNormal(n)) && ok(insert->setPosition(ocsToWcs(p10.value, n.normal()))) &&
-            ok(insert->setScaleFactors(VxGeVector3d{has41 ? r41 : 1.0, has42 ? r42 : 1.0, has43 ? r43 : 1.0})) &&
-            ok(insert->setRotation(radians(a50)));
-    } else {
+    auto insert = std::make_unique<VxDbBlockReference>();
+    if (insert->setNormal(n) != Velt::eOk || insert->setPosition(ocsToWcs(p10.value, n.normal())) != Velt::eOk ||
+        insert->setScaleFactors(VxGeVector3d{r41, r42, r43}) != Velt::eOk ||
+        insert->setRotation(radians(a50)) != Velt::eOk) {
         keepOpaque = true;
-    }
-    if (keepOpaque)
         return nullptr;
-    return made.release();
+    }
+    return insert.release();
 }
 
 void Reader::parseEntity(Record& record, uint32_t block, std::vector<Record>* subRecords)
@@ -1594,10 +1563,8 @@ void Reader::parseEntity(Record& record, uint32_t block, std::vector<Record>* su
     Part part = Part::kHead;
     // Kinds the host models use none of the common codes themselves, and some
     // writers put those after the kind's subclass marker.
-    static const char* const kKnown[] = {"LINE", "CIRCLE", "ARC", "ELLIPSE", "POINT", "RAY", "XLINE", "INSERT"};
-    const bool knownKind = subRecords == nullptr && std::find_if(std::begin(kKnown), std::end(kKnown), [&](const char* k) {
-                                                        return record.type == k;
-                                                    }) != std::end(kKnown);
+    const bool knownKind =
+        subRecords == nullptr && (record.type == "INSERT" || describedClassOfDxfName(record.type) != nullptr);
     size_t layer = SIZE_MAX, linetype = SIZE_MAX, color = SIZE_MAX, trueColor = SIZE_MAX, weight = SIZE_MAX,
            scale = SIZE_MAX, invisible = SIZE_MAX, alpha = SIZE_MAX;
     uint64_t material = 0, plotStyle = 0;

@@ -15,6 +15,7 @@
 #include "db/objects.h"
 #include "db/strings.h"
 #include "db/symtables.h"
+#include "dxf/dxffields.h"
 #include "dxf/dxffile.h"
 #include "dxf/dxfinternal.h"
 #include "dxf/dxfstream.h"
@@ -82,6 +83,7 @@ private:
     uint64_t handleValue(VxDbObjectId id) const;
     uint64_t newHandle() { return mNextHandle++; }
     const std::string& nameOf(VxDbObjectId recordId);
+    const std::string& dxfNameOf(const VxRxClass* cls);
     void head(const char* type, VxDbObject* object, VxDbObjectId owner, int handleCode = 5);
     void xdata(const VxDbObject* object);
     void xdataChain(const VxResBuf* chain);
@@ -110,6 +112,7 @@ private:
     uint64_t mNextHandle = 0;
     std::string mText;
     std::unordered_map<uint64_t, std::string> mNames;  // encoded record names by id
+    std::unordered_map<const VxRxClass*, std::string> mDxfNames;
     std::vector<std::pair<std::wstring, uint64_t>> mExtraApps;  // application records the writer adds
     VxDbObjectId mModelSpace, mPaperSpace, mByLayerLinetype, mByLayerMaterial;
 };
@@ -146,6 +149,16 @@ const std::string& Writer::nameOf(VxDbObjectId recordId)
     if (auto* record = VxDbSymbolTableRecord::cast(detail::objectOf(recordId)))
         appendEncoded(encoded, record->name(), mUtf8);
     return mNames.emplace(recordId.value(), std::move(encoded)).first->second;
+}
+
+const std::string& Writer::dxfNameOf(const VxRxClass* cls)
+{
+    std::string& name = mDxfNames[cls];
+    if (name.empty()) {
+        for (const wchar_t* c = cls->dxfName(); *c; ++c)
+            name += char(*c);
+    }
+    return name;
 }
 
 void Writer::head(const char* type, VxDbObject* object, VxDbObjectId owner, int handleCode)
@@ -779,72 +792,10 @@ void Writer::entity(VxDbEntity* entity, VxDbObjectId owner, bool paperSpace)
         }
         return;
     }
-    if (auto* line = VxDbLine::cast(entity)) {
-        head("LINE", entity, owner);
+    if (const VxDbKind* kind = vxdbKindOf(entity); kind && *entity->isA()->dxfName()) {
+        head(dxfNameOf(entity->isA()).c_str(), entity, owner);
         entityCommon(entity, paperSpace);
-        mOut.text(100, "AcDbLine");
-        if (line->thickness() != 0.0)
-            mOut.real(39, line->thickness());
-        mOut.point(10, line->startPoint());
-        mOut.point(11, line->endPoint());
-        if (!isZAxis(line->normal()))
-            mOut.point(210, VxGePoint3d::kOrigin + line->normal());
-    } else if (auto* arc = VxDbArc::cast(entity)) {
-        head("ARC", entity, owner);
-        entityCommon(entity, paperSpace);
-        mOut.text(100, "AcDbCircle");
-        if (arc->thickness() != 0.0)
-            mOut.real(39, arc->thickness());
-        mOut.point(10, wcsToOcs(arc->center(), arc->normal()));
-        mOut.real(40, arc->radius());
-        if (!isZAxis(arc->normal()))
-            mOut.point(210, VxGePoint3d::kOrigin + arc->normal());
-        mOut.text(100, "AcDbArc");
-        mOut.real(50, degrees(arc->startAngle()));
-        mOut.real(51, degrees(arc->endAngle()));
-    } else if (auto* circle = VxDbCircle::cast(entity)) {
-        head("CIRCLE", entity, owner);
-        entityCommon(entity, paperSpace);
-        mOut.text(100, "AcDbCircle");
-        if (circle->thickness() != 0.0)
-            mOut.real(39, circle->thickness());
-        mOut.point(10, wcsToOcs(circle->center(), circle->normal()));
-        mOut.real(40, circle->radius());
-        if (!isZAxis(circle->normal()))
-            mOut.point(210, VxGePoint3d::kOrigin + circle->normal());
-    } else if (auto* ellipse = VxDbEllipse::cast(entity)) {
-        head("ELLIPSE", entity, owner);
-        entityCommon(entity, paperSpace);
-        mOut.text(100, "AcDbEllipse");
-        mOut.point(10, ellipse->center());
-        mOut.point(11, VxGePoint3d::kOrigin + ellipse->majorAxis());
-        mOut.point(210, VxGePoint3d::kOrigin + ellipse->normal());
-        mOut.real(40, ellipse->radiusRatio());
-        mOut.real(41, ellipse->startParam());
-        mOut.real(42, ellipse->endParam());
-    } else if (auto* point = VxDbPoint::cast(entity)) {
-        head("POINT", entity, owner);
-        entityCommon(entity, paperSpace);
-        mOut.text(100, "AcDbPoint");
-        mOut.point(10, point->position());
-        if (point->thickness() != 0.0)
-            mOut.real(39, point->thickness());
-        if (!isZAxis(point->normal()))
-            mOut.point(210, VxGePoint3d::kOrigin + point->normal());
-        if (point->ecsRotation() != 0.0)
-            mOut.real(50, degrees(point->ecsRotation()));
-    } else if (auto* ray = VxDbRay::cast(entity)) {
-        head("RAY", entity, owner);
-        entityCommon(entity, paperSpace);
-        mOut.text(100, "AcDbRay");
-        mOut.point(10, ray->basePoint());
-        mOut.point(11, VxGePoint3d::kOrigin + ray->unitDir());
-    } else if (auto* xline = VxDbXline::cast(entity)) {
-        head("XLINE", entity, owner);
-        entityCommon(entity, paperSpace);
-        mOut.text(100, "AcDbXline");
-        mOut.point(10, xline->basePoint());
-        mOut.point(11, VxGePoint3d::kOrigin + xline->unitDir());
+        writeFields(mOut, *entity, *kind, mVersion, mUtf8);
     } else if (auto* insert = VxDbBlockReference::cast(entity)) {
         if (!handleValue(insert->blockTableRecord()))
             return;  // an insertion of nothing cannot be written

@@ -9,6 +9,7 @@
 namespace kx {
 
 class VxRxClass;
+class VxDbKind;
 
 // A COM class id in its usual 16-byte layout. The host stores one per
 // runtime class for the automation layer and never interprets it.
@@ -77,6 +78,10 @@ public:
     void setClassId(const VxClsid& clsid) { mClassId = clsid; }
     const VxClsid& classId() const { return mClassId; }
 
+    // The description of the class's data, for classes the database describes (db/fields.h).
+    void setKind(const VxDbKind* kind) { mKind = kind; }
+    const VxDbKind* kind() const { return mKind; }
+
 private:
     friend VxRxClass* newVxRxClass(const wchar_t*, const wchar_t*, VxRxPseudoConstructor, const wchar_t*,
                                    const wchar_t*);
@@ -89,6 +94,7 @@ private:
     std::wstring mAppName;
     std::vector<std::pair<const VxRxClass*, VxRxObject*>> mExtensions;
     VxClsid mClassId;
+    const VxDbKind* mKind = nullptr;
     bool mDynamic = false;
 };
 

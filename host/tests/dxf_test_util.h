@@ -201,6 +201,15 @@ inline Sample buildSample(VxDbDatabase& db)
     auto* xline = new VxDbXline({0, 1, 0}, VxGeVector3d{0, 0, 1});
     xline->setDatabaseDefaults(&db);
     s.xline = append(db, ms, xline);
+    auto* face = new VxDbFace({0, 0, 0}, {4, 0, 1}, {4, 3, 2}, {0, 3, 1});
+    face->setDatabaseDefaults(&db);
+    face->makeEdgeInvisibleAt(1);
+    append(db, ms, face);
+    auto* solid = new VxDbSolid({0, 0, 2}, {2, 0, 2}, {0, 2, 2}, {2, 2, 2});
+    solid->setNormal(VxGeVector3d{0.6, 0, 0.8});
+    solid->setThickness(0.25);
+    append(db, ms, solid);
+    append(db, ms, new VxDbTrace({5, 0, 0}, {6, 0, 0}, {5, 1, 0}, {6, 1, 0}));
     auto* insert = new VxDbBlockReference({20, 10, 0}, s.block);
     insert->setDatabaseDefaults(&db);
     insert->setScaleFactors({2, 2, 1});

@@ -1,0 +1,273 @@
+#pragma once
+
+// One description per kind of database object. A kind lists its fields once, a line each,
+// in a macro named after the class:
+//
+//   #define KX_FIELDS_VxDbCircle(F)                                                     \
+//       F(GetSet, double,      radius, setRadius, 1.0,                  positive, kOwn, 40, 0)  \
+//       F(GetSet, VxGePoint3d, center, setCenter, VxGePoint3d::kOrigin, finite,   kOwn, 10, kOcs)
+//
+// The columns: access (GetSet: a getter and a checked setter; Get: a getter only, the kind
+// writes the setter that keeps its geometry whole), type, getter, setter, default, check (a
+// function of kx::fieldcheck), the exchange-file subclass of the field (kOwn: the kind's
+// own), its group code (points take code, code + 10, code + 20) and its file flags (kxdxf).
+//
+// The class says KX_DB_FIELDS(Class, Parent) in its body, its source file
+// KX_DB_DEFINE_KIND(...). From the one line follow the field's storage, get and set (a
+// refused value returns the check's status and changes nothing), copying and cloning,
+// reading and writing exchange files (dxf/dxffields.cpp) and the check of an object read
+// from a file. A kind may add `Velt::ErrorStatus checkFields(uint64_t readMask)`, run after a
+// file was read into it, for rules between fields.
+
+#include <cmath>
+#include <cstdint>
+#include <string>
+#include <variant>
+#include <vector>
+
+#include "db/object.h"
+#include "dxf/dxffile.h"
+#include "ge/angle.h"
+#include "ge/point.h"
+
+namespace kx {
+
+// The values fields hold, as the engine sees them.
+using VxDbFieldValue = std::variant<double, int16_t, int32_t, bool, VxGePoint3d, VxGeVector3d, std::wstring>;
+
+// Exact equality of field values: a field is written only when it differs from its default
+// by any bit, not by a tolerance.
+bool vxdbSameFieldValue(const VxDbFieldValue& a, const VxDbFieldValue& b);
+
+// Flags of a field's exchange-file groups.
+namespace kxdxf {
+enum : uint32_t {
+    kOptional = 1,  // written only when it is not the default
+    kDegrees = 2,   // an angle held in radians, written in degrees
+    kOcs = 4,       // a world point written in the object's coordinates (by the kind's normal)
+};
+// Fields that older files do not carry.
+constexpr uint32_t since(VxDbDxfVersion version) { return uint32_t(version) << 8; }
+constexpr VxDbDxfVersion sinceOf(uint32_t flags) { return VxDbDxfVersion(flags >> 8); }
+}  // namespace kxdxf
+
+// The field of the kind's own exchange-file subclass.
+inline constexpr const char* kOwn = nullptr;
+
+struct VxDbField {
+    const char* name;
+    const char* subclass;  // null: the kind's own
+    int16_t code;
+    uint32_t flags;
+    VxDbFieldValue defaultValue;
+    VxDbFieldValue (*get)(const VxDbObject& object);
+    // Checked; needs the object open for write (or not yet resident). A Get field is set
+    // directly: the kind's checkFields keeps the whole consistent after a read.
+    Velt::ErrorStatus (*set)(VxDbObject& object, const VxDbFieldValue& value);
+};
+
+// The description of one kind: its fields after those of its described ancestors.
+class VxDbKind {
+public:
+    using Check = Velt::ErrorStatus (*)(VxDbObject& object, uint64_t readMask);
+
+    VxDbKind(const VxDbKind* parent, const char* subclass, std::vector<VxDbField> own, Check check);
+    VxDbKind(const VxDbKind&) = delete;
+    VxDbKind& operator=(const VxDbKind&) = delete;
+
+    const char* subclass() const { return mSubclass; }
+    const std::vector<const VxDbField*>& fields() const { return mAll; }
+    const VxDbField* find(const char* name) const;
+    // Index of the field named "normal" (the kind's object coordinate system), or -1.
+    int normalIndex() const { return mNormal; }
+    Velt::ErrorStatus checkRead(VxDbObject& object, uint64_t readMask) const;
+
+private:
+    const char* mSubclass;
+    std::vector<VxDbField> mOwn;
+    std::vector<const VxDbField*> mAll;
+    std::vector<Check> mChecks;  // ancestors' first
+    int mNormal = -1;
+};
+
+// The description of an object's class, or of its nearest described ancestor; null when
+// none is.
+const VxDbKind* vxdbKindOf(const VxDbObject* object);
+const VxDbKind* vxdbKindOf(const VxRxClass* cls);
+
+// The checks of new values. Each may refuse the value (eInvalidInput) or bring it to the
+// form the kind keeps (unit vectors, angles in [0, 2pi)).
+namespace fieldcheck {
+
+inline bool isFinite(const VxGePoint3d& p) { return std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z); }
+inline bool isFinite(const VxGeVector3d& v) { return std::isfinite(v.x) && std::isfinite(v.y) && std::isfinite(v.z); }
+
+template <class T>
+Velt::ErrorStatus any(T&)
+{
+    return Velt::eOk;
+}
+inline Velt::ErrorStatus finite(double& v) { return std::isfinite(v) ? Velt::eOk : Velt::eInvalidInput; }
+inline Velt::ErrorStatus finite(VxGePoint3d& p) { return isFinite(p) ? Velt::eOk : Velt::eInvalidInput; }
+inline Velt::ErrorStatus finite(VxGeVector3d& v) { return isFinite(v) ? Velt::eOk : Velt::eInvalidInput; }
+inline Velt::ErrorStatus positive(double& v) { return std::isfinite(v) && v > 0.0 ? Velt::eOk : Velt::eInvalidInput; }
+inline Velt::ErrorStatus nonNegative(double& v)
+{
+    return std::isfinite(v) && v >= 0.0 ? Velt::eOk : Velt::eInvalidInput;
+}
+// A direction: finite and not zero, kept as a unit vector.
+inline Velt::ErrorStatus unitVector(VxGeVector3d& v)
+{
+    if (!isFinite(v) || v.isZeroLength())
+        return Velt::eInvalidInput;
+    v = v.normal();
+    return Velt::eOk;
+}
+// A vector whose length counts (an axis): finite and not zero.
+inline Velt::ErrorStatus nonZero(VxGeVector3d& v)
+{
+    return isFinite(v) && !v.isZeroLength() ? Velt::eOk : Velt::eInvalidInput;
+}
+// Any finite angle, kept in [0, 2pi).
+inline Velt::ErrorStatus angle(double& v)
+{
+    if (!std::isfinite(v))
+        return Velt::eInvalidInput;
+    v = vxgeNormalizeAngle(v);
+    return Velt::eOk;
+}
+// The ratio of an ellipse's minor radius to its major radius.
+inline Velt::ErrorStatus ratio(double& v)
+{
+    return std::isfinite(v) && v >= 1e-6 && v <= 1.0 ? Velt::eOk : Velt::eInvalidInput;
+}
+// Four bits, one per edge of a face.
+inline Velt::ErrorStatus edgeFlags(int16_t& v) { return v >= 0 && v <= 15 ? Velt::eOk : Velt::eInvalidInput; }
+
+}  // namespace fieldcheck
+
+namespace detail {
+
+// Checks and stores a value into an object's field; the object must be writable.
+class FieldAccess {
+public:
+    template <class Owner, class T, class Check>
+    static Velt::ErrorStatus setChecked(Owner& owner, T& field, T value, Check check)
+    {
+        if (Velt::ErrorStatus es = check(value))
+            return es;
+        return owner.setField(field, std::move(value));
+    }
+};
+
+}  // namespace detail
+
+}  // namespace kx
+
+// ---- the expansion of a kind's field list ----
+
+#define KX_FIELD_STORAGE(access, type, name, setter, def, check, subclass, code, flags) type name = def;
+
+#define KX_FIELD_ACCESS_GetSet(type, name, setter, check)                                        \
+    const type& name() const { return mFields.name; }                                            \
+    ::kx::Velt::ErrorStatus setter(const type& value)                                            \
+    {                                                                                            \
+        return ::kx::detail::FieldAccess::setChecked(*this, mFields.name, value,                 \
+                                                     [](type& v) { return ::kx::fieldcheck::check(v); }); \
+    }
+#define KX_FIELD_ACCESS_Get(type, name, setter, check) \
+    const type& name() const { return mFields.name; }
+#define KX_FIELD_ACCESS(access, type, name, setter, def, check, subclass, code, flags) \
+    KX_FIELD_ACCESS_##access(type, name, setter, check)
+
+// Declares the kind's fields, accessors and description inside the class body.
+#define KX_DB_FIELDS(CLASS, PARENT)                                                      \
+public:                                                                                  \
+    struct Fields {                                                                      \
+        KX_FIELDS_##CLASS(KX_FIELD_STORAGE)                                              \
+    };                                                                                   \
+    KX_FIELDS_##CLASS(KX_FIELD_ACCESS)                                                   \
+    static const ::kx::VxDbKind& kind();                                                 \
+                                                                                         \
+protected:                                                                               \
+    void copyDataFrom(const ::kx::VxDbObject& other) override                            \
+    {                                                                                    \
+        PARENT::copyDataFrom(other);                                                     \
+        mFields = static_cast<const CLASS&>(other).mFields;                              \
+    }                                                                                    \
+    Fields mFields;                                                                      \
+    friend class ::kx::detail::FieldAccess;                                              \
+                                                                                         \
+private:
+
+// A kind that adds no fields of its own to its parent's but has its own subclass.
+#define KX_DB_KIND(CLASS) \
+public:                   \
+    static const ::kx::VxDbKind& kind();
+
+// One field's entry of the description.
+#define KX_FIELD_ENTRY(access, type, name, setter, def, check, subclass, code, flags)                    \
+    ::kx::VxDbField{#name, subclass, code, flags, ::kx::VxDbFieldValue(type(def)),                          \
+                    [](const ::kx::VxDbObject& o) -> ::kx::VxDbFieldValue {                                 \
+                        return static_cast<const Self&>(o).mFields.name;                                    \
+                    },                                                                                      \
+                    [](::kx::VxDbObject& o, const ::kx::VxDbFieldValue& v) -> ::kx::Velt::ErrorStatus {    \
+                        const type* value = std::get_if<type>(&v);                                          \
+                        if (!value)                                                                         \
+                            return ::kx::Velt::eInvalidInput;                                               \
+                        return ::kx::detail::FieldAccess::setChecked(                                       \
+                            static_cast<Self&>(o), static_cast<Self&>(o).mFields.name, *value,              \
+                            [](type& x) { return ::kx::fieldcheck::check(x); });                            \
+                    }},
+
+namespace kx::detail {
+template <class Parent>
+const VxDbKind* parentKind()
+{
+    if constexpr (requires { Parent::kind(); })
+        return &Parent::kind();
+    else
+        return nullptr;
+}
+template <class Self>
+VxDbKind::Check kindCheck()
+{
+    if constexpr (requires(Self& s) { s.checkFields(uint64_t()); })
+        return [](VxDbObject& o, uint64_t mask) { return static_cast<Self&>(o).checkFields(mask); };
+    else
+        return nullptr;
+}
+}  // namespace kx::detail
+
+// Defines the runtime class of a described kind (as VX_RX_DEFINE_MEMBERS does) and its
+// description: its fields with the DXF subclass of its own.
+#define KX_DB_DEFINE_KIND(CLASS, PARENT, NAME, CREATE, DXFNAME, SUBCLASS)                     \
+    const ::kx::VxDbKind& CLASS::kind()                                                        \
+    {                                                                                          \
+        using Self = CLASS;                                                                    \
+        static const ::kx::VxDbKind description(::kx::detail::parentKind<PARENT>(), SUBCLASS,  \
+                                                 {KX_FIELDS_##CLASS(KX_FIELD_ENTRY)},          \
+                                                 ::kx::detail::kindCheck<Self>());             \
+        return description;                                                                    \
+    }                                                                                          \
+    KX_DB_DEFINE_CLASS(CLASS, PARENT, NAME, CREATE, DXFNAME)
+
+// The same for a kind without fields of its own.
+#define KX_DB_DEFINE_FIELDLESS_KIND(CLASS, PARENT, NAME, CREATE, DXFNAME, SUBCLASS)                       \
+    const ::kx::VxDbKind& CLASS::kind()                                                                    \
+    {                                                                                                      \
+        static const ::kx::VxDbKind description(::kx::detail::parentKind<PARENT>(), SUBCLASS, {},          \
+                                                 ::kx::detail::kindCheck<CLASS>());                        \
+        return description;                                                                                \
+    }                                                                                                      \
+    KX_DB_DEFINE_CLASS(CLASS, PARENT, NAME, CREATE, DXFNAME)
+
+#define KX_DB_DEFINE_CLASS(CLASS, PARENT, NAME, CREATE, DXFNAME)                 \
+    ::kx::VxRxClass* CLASS::desc()                                              \
+    {                                                                           \
+        static ::kx::VxRxClass cls(NAME, PARENT::desc(), CREATE, DXFNAME);      \
+        static const bool described = (cls.setKind(&CLASS::kind()), true);      \
+        (void)described;                                                        \
+        return &cls;                                                            \
+    }                                                                           \
+    ::kx::VxRxClass* CLASS::isA() const { return desc(); }

@@ -1,0 +1,181 @@
+#include "dxf/dxffields.h"
+
+#include <cstring>
+#include <limits>
+#include <string>
+#include <unordered_map>
+
+#include "dxf/dxfinternal.h"
+#include "dxf/dxfstream.h"
+#include "ge/matrix.h"
+#include "rx/rxobject.h"
+
+namespace kx::dxf {
+
+namespace {
+
+// The object coordinate system of a normal (the arbitrary-axis rule), both ways.
+VxGePoint3d toOcs(const VxGePoint3d& p, const VxGeVector3d& normal)
+{
+    if (normal.x == 0.0 && normal.y == 0.0 && normal.z > 0.0)
+        return p;
+    VxGeMatrix3d m;
+    m.setToWorldToPlane(normal);
+    VxGePoint3d out = p;
+    return out.transformBy(m);
+}
+
+VxGePoint3d fromOcs(const VxGePoint3d& p, const VxGeVector3d& normal)
+{
+    if (normal.x == 0.0 && normal.y == 0.0 && normal.z > 0.0)
+        return p;
+    VxGeMatrix3d m;
+    m.setToPlaneToWorld(normal);
+    VxGePoint3d out = p;
+    return out.transformBy(m);
+}
+
+VxGeVector3d normalOf(const VxDbKind& kind, const std::vector<VxDbFieldValue>& values)
+{
+    if (kind.normalIndex() < 0)
+        return VxGeVector3d::kZAxis;
+    const VxGeVector3d* n = std::get_if<VxGeVector3d>(&values[size_t(kind.normalIndex())]);
+    return n ? n->normal() : VxGeVector3d::kZAxis;
+}
+
+}  // namespace
+
+const VxRxClass* describedClassOfDxfName(std::string_view type)
+{
+    static const std::unordered_map<std::string, const VxRxClass*> classes = [] {
+        std::unordered_map<std::string, const VxRxClass*> byName;
+        VxRxDictionary* dictionary = vxrxClassDictionary();
+        for (const std::wstring& key : dictionary->keys()) {
+            const VxRxClass* cls = VxRxClass::cast(dictionary->at(key.c_str()));
+            if (!cls || !cls->kind() || !*cls->dxfName())
+                continue;
+            std::string name;
+            for (const wchar_t* c = cls->dxfName(); *c; ++c)
+                name += char(*c);
+            byName.emplace(std::move(name), cls);
+        }
+        return byName;
+    }();
+    auto it = classes.find(std::string(type));
+    return it == classes.end() ? nullptr : it->second;
+}
+
+void writeFields(GroupWriter& out, const VxDbObject& object, const VxDbKind& kind, VxDbDxfVersion version,
+                 bool utf8File)
+{
+    const auto& fields = kind.fields();
+    VxGeVector3d normal = VxGeVector3d::kZAxis;
+    if (kind.normalIndex() >= 0)
+        normal = std::get<VxGeVector3d>(fields[size_t(kind.normalIndex())]->get(object));
+    const char* subclass = nullptr;
+    std::string text;
+    for (const VxDbField* field : fields) {
+        if (version < kxdxf::sinceOf(field->flags))
+            continue;
+        const VxDbFieldValue value = field->get(object);
+        if ((field->flags & kxdxf::kOptional) && vxdbSameFieldValue(value, field->defaultValue))
+            continue;
+        const char* marker = field->subclass ? field->subclass : kind.subclass();
+        if (marker && (!subclass || std::strcmp(marker, subclass) != 0)) {
+            out.text(100, marker);
+            subclass = marker;
+        }
+        std::visit(
+            [&](const auto& v) {
+                using T = std::decay_t<decltype(v)>;
+                if constexpr (std::is_same_v<T, double>) {
+                    out.real(field->code, (field->flags & kxdxf::kDegrees) ? vxgeRadiansToDegrees(v) : v);
+                } else if constexpr (std::is_same_v<T, int16_t> || std::is_same_v<T, int32_t>) {
+                    out.integer(field->code, v);
+                } else if constexpr (std::is_same_v<T, bool>) {
+                    out.integer(field->code, v ? 1 : 0);
+                } else if constexpr (std::is_same_v<T, VxGePoint3d>) {
+                    out.point(field->code, (field->flags & kxdxf::kOcs) ? toOcs(v, normal) : v);
+                } else if constexpr (std::is_same_v<T, VxGeVector3d>) {
+                    out.point(field->code, VxGePoint3d::kOrigin + v);
+                } else {
+                    text.clear();
+                    appendEncoded(text, v, utf8File);
+                    out.text(field->code, text);
+                }
+            },
+            value);
+    }
+}
+
+bool readFields(VxDbObject& object, const VxDbKind& kind, const std::vector<FieldGroup>& groups, bool utf8File)
+{
+    const auto& fields = kind.fields();
+    if (fields.size() > 64)
+        return false;  // the read mask has a bit a field
+    std::vector<VxDbFieldValue> values;
+    values.reserve(fields.size());
+    for (const VxDbField* field : fields)
+        values.push_back(field->get(object));
+    uint64_t readMask = 0;
+
+    for (const FieldGroup& group : groups) {
+        if (group.code == 100)
+            continue;
+        bool taken = false;
+        for (size_t i = 0; i < fields.size() && !taken; ++i) {
+            const VxDbField& field = *fields[i];
+            VxDbFieldValue& value = values[i];
+            const int axis = (group.code - field.code) / 10;
+            const bool spatial =
+                std::holds_alternative<VxGePoint3d>(value) || std::holds_alternative<VxGeVector3d>(value);
+            if (group.code != field.code && !(spatial && group.code > field.code && (group.code - field.code) % 10 == 0 &&
+                                              axis <= 2))
+                continue;
+            taken = true;
+            readMask |= uint64_t(1) << i;
+            double real = 0.0;
+            int64_t integer = 0;
+            bool ok = true;
+            std::visit(
+                [&](auto& v) {
+                    using T = std::decay_t<decltype(v)>;
+                    if constexpr (std::is_same_v<T, double>) {
+                        ok = parseDouble(group.value, real);
+                        v = real;
+                    } else if constexpr (std::is_same_v<T, int16_t> || std::is_same_v<T, int32_t>) {
+                        ok = parseInt(group.value, integer) && integer >= std::numeric_limits<T>::min() &&
+                             integer <= std::numeric_limits<T>::max();
+                        v = T(integer);
+                    } else if constexpr (std::is_same_v<T, bool>) {
+                        ok = parseInt(group.value, integer);
+                        v = integer != 0;
+                    } else if constexpr (std::is_same_v<T, VxGePoint3d> || std::is_same_v<T, VxGeVector3d>) {
+                        ok = parseDouble(group.value, real);
+                        (axis == 0 ? v.x : axis == 1 ? v.y : v.z) = real;
+                    } else {
+                        v = decodeText(group.value, utf8File);
+                    }
+                },
+                value);
+            if (!ok)
+                return false;
+        }
+        if (!taken)
+            return false;  // a group this kind does not hold
+    }
+
+    const VxGeVector3d normal = normalOf(kind, values);
+    for (size_t i = 0; i < fields.size(); ++i) {
+        const VxDbField& field = *fields[i];
+        if (double* angle = std::get_if<double>(&values[i]); angle && (field.flags & kxdxf::kDegrees))
+            *angle = vxgeDegreesToRadians(*angle);
+        if (VxGePoint3d* p = std::get_if<VxGePoint3d>(&values[i]); p && (field.flags & kxdxf::kOcs))
+            *p = fromOcs(*p, normal);
+        if (field.set(object, values[i]) != Velt::eOk)
+            return false;
+    }
+    return kind.checkRead(object, readMask) == Velt::eOk;
+}
+
+}  // namespace kx::dxf

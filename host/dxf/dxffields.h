@@ -1,0 +1,38 @@
+#pragma once
+
+// Reading and writing the described fields of database objects (db/fields.h): one engine
+// for every kind that has a description.
+
+#include <string_view>
+#include <vector>
+
+#include "db/fields.h"
+#include "dxf/dxffile.h"
+
+namespace kx {
+class VxRxClass;
+}
+
+namespace kx::dxf {
+
+class GroupWriter;
+
+// The described class that a record type names ("LINE", "3DFACE" ...); null for any other.
+const VxRxClass* describedClassOfDxfName(std::string_view type);
+
+// Writes the object's fields in the kind's order, each subclass marker before its first
+// field; fields of later versions and optional fields at their default are left out.
+void writeFields(GroupWriter& out, const VxDbObject& object, const VxDbKind& kind, VxDbDxfVersion version,
+                 bool utf8File);
+
+struct FieldGroup {
+    int code;
+    std::string_view value;
+};
+
+// Reads the groups of a record's own part (subclass markers among them) into a new object
+// of the kind. False when a group is not one of the kind's, a number group holds no number,
+// or a value or the whole is refused: the record is then kept as it is, not modelled.
+bool readFields(VxDbObject& object, const VxDbKind& kind, const std::vector<FieldGroup>& groups, bool utf8File);
+
+}  // namespace kx::dxf
