@@ -9,7 +9,6 @@
 #include "core/object_members.h"
 #include "containers/block.h"
 #include "containers/tables.h"
-#include "entities/line.h"
 #include "frame/object.h"
 
 namespace nk {
@@ -39,11 +38,6 @@ struct Level<IVeltHyperlink, Self, Base> {
     using type = HyperlinkMembers<Self, Pending<IVeltHyperlink, Base>>;
 };
 
-template <class Self, class Base>
-struct Level<IVeltLine, Self, Base> {
-    using type = LineMembers<Self, Pending<IVeltLine, Base>>;
-};
-
 // Model space and paper space share the block's members.
 template <class Self, class Base>
 struct Level<IVeltBlock, Self, Base> {
@@ -67,6 +61,9 @@ struct Level<IVeltRegisteredApplications, Self, Base> {
 };
 
 }  // namespace nk
+
+// The levels declared member by member (*.members files).
+#include "members_gen.h"
 
 // Levels and classes written by hand, each with its own header.
 #include "objects/database.h"

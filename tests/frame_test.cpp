@@ -218,15 +218,15 @@ TEST_F(ServerFrame, PendingMembersAnswerNotImplementedThroughBothPaths)
 {
     ComPtr<ITypeLib> lib = loadTypeLib();
     auto classes = coclasses(lib.get());
-    auto line = std::find_if(classes.begin(), classes.end(), [](auto& c) { return c.name == L"VeltCircle"; });
-    ASSERT_NE(line, classes.end());
+    auto style = std::find_if(classes.begin(), classes.end(), [](auto& c) { return c.name == L"VeltMLeaderStyle"; });
+    ASSERT_NE(style, classes.end());
     ComPtr<IDispatch> object;
-    ASSERT_EQ(factory(line->clsid)->CreateInstance(nullptr, IID_IDispatch, object.putVoid()), S_OK);
+    ASSERT_EQ(factory(style->clsid)->CreateInstance(nullptr, IID_IDispatch, object.putVoid()), S_OK);
 
-    LPOLESTR name = const_cast<LPOLESTR>(L"Center");
+    LPOLESTR name = const_cast<LPOLESTR>(L"Description");
     DISPID id = 0;
     ASSERT_EQ(object->GetIDsOfNames(IID_NULL, &name, 1, LOCALE_USER_DEFAULT, &id), S_OK);
-    EXPECT_EQ(id, 0x1);
+    EXPECT_EQ(id, 0x2);
     DISPPARAMS none = {};
     nk::Variant result;
     EXCEPINFO info = {};

@@ -1,6 +1,7 @@
 #include "db/entities.h"
 
 #include <cmath>
+#include <algorithm>
 #include <cstring>
 
 #include "db/internal.h"
@@ -551,6 +552,13 @@ VxDbLinearBase::VxDbLinearBase(const VxGePoint3d& basePoint, const VxGeVector3d&
     setUnitDir(direction);
 }
 
+Velt::ErrorStatus VxDbLinearBase::setSecondPoint(const VxGePoint3d& point)
+{
+    if (!fieldcheck::isFinite(point))
+        return Velt::eInvalidInput;
+    return setUnitDir(point - mFields.basePoint);
+}
+
 Velt::ErrorStatus VxDbLinearBase::transformBy(const VxGeMatrix3d& xform)
 {
     if (Velt::ErrorStatus es = assertWriteEnabled())
@@ -666,6 +674,40 @@ Velt::ErrorStatus VxDbFace::setVertexAt(int index, const VxGePoint3d& point)
     return setField(*p, point);
 }
 
+namespace {
+
+// Three or four finite corners; three get the third again as the fourth.
+bool takeCorners(const std::vector<VxGePoint3d>& points, VxGePoint3d (&corners)[4])
+{
+    if (points.size() != 3 && points.size() != 4)
+        return false;
+    for (size_t i = 0; i < 4; ++i) {
+        corners[i] = points[std::min(i, points.size() - 1)];
+        if (!fieldcheck::isFinite(corners[i]))
+            return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+std::vector<VxGePoint3d> VxDbFace::vertices() const
+{
+    return {mFields.vertex0, mFields.vertex1, mFields.vertex2, mFields.vertex3};
+}
+
+Velt::ErrorStatus VxDbFace::setVertices(const std::vector<VxGePoint3d>& points)
+{
+    VxGePoint3d corners[4];
+    if (!takeCorners(points, corners))
+        return Velt::eInvalidInput;
+    if (Velt::ErrorStatus es = assertWriteEnabled())
+        return es;
+    for (int i = 0; i < 4; ++i)
+        *vertex(i) = corners[i];
+    return Velt::eOk;
+}
+
 Velt::ErrorStatus VxDbFace::isEdgeVisibleAt(int index, bool& visible) const
 {
     if (index < 0 || index > 3)
@@ -674,18 +716,12 @@ Velt::ErrorStatus VxDbFace::isEdgeVisibleAt(int index, bool& visible) const
     return Velt::eOk;
 }
 
-Velt::ErrorStatus VxDbFace::makeEdgeVisibleAt(int index)
+Velt::ErrorStatus VxDbFace::setEdgeVisibleAt(int index, bool visible)
 {
     if (index < 0 || index > 3)
         return Velt::eInvalidIndex;
-    return setField(mFields.invisibleEdges, int16_t(mFields.invisibleEdges & ~(1 << index)));
-}
-
-Velt::ErrorStatus VxDbFace::makeEdgeInvisibleAt(int index)
-{
-    if (index < 0 || index > 3)
-        return Velt::eInvalidIndex;
-    return setField(mFields.invisibleEdges, int16_t(mFields.invisibleEdges | (1 << index)));
+    const int bit = 1 << index;
+    return setField(mFields.invisibleEdges, int16_t(visible ? mFields.invisibleEdges & ~bit : mFields.invisibleEdges | bit));
 }
 
 Velt::ErrorStatus VxDbFace::transformBy(const VxGeMatrix3d& xform)
@@ -753,6 +789,23 @@ Velt::ErrorStatus VxDbQuadBase::setPointAt(int index, const VxGePoint3d& p)
     if (!fieldcheck::isFinite(p))
         return Velt::eInvalidInput;
     return setField(*at, p);
+}
+
+std::vector<VxGePoint3d> VxDbQuadBase::points() const
+{
+    return {mFields.point0, mFields.point1, mFields.point2, mFields.point3};
+}
+
+Velt::ErrorStatus VxDbQuadBase::setPoints(const std::vector<VxGePoint3d>& points)
+{
+    VxGePoint3d corners[4];
+    if (!takeCorners(points, corners))
+        return Velt::eInvalidInput;
+    if (Velt::ErrorStatus es = assertWriteEnabled())
+        return es;
+    for (int i = 0; i < 4; ++i)
+        *point(i) = corners[i];
+    return Velt::eOk;
 }
 
 Velt::ErrorStatus VxDbQuadBase::transformBy(const VxGeMatrix3d& xform)

@@ -23,6 +23,10 @@ public:
     VxDbLine() = default;
     VxDbLine(const VxGePoint3d& start, const VxGePoint3d& end);
 
+    // From the start point to the end point, and its length.
+    VxGeVector3d delta() const { return mFields.endPoint - mFields.startPoint; }
+    double length() const { return delta().length(); }
+
     std::unique_ptr<VxGeCurve3d> geCurve() const override;
     Velt::ErrorStatus transformBy(const VxGeMatrix3d& xform) override;
     Velt::ErrorStatus getGeomExtents(VxGeExtents3d& extents) const override;
@@ -187,6 +191,8 @@ class VxDbLinearBase : public VxDbCurve {
 public:
     // Any point the line passes through but the base point.
     VxGePoint3d secondPoint() const { return mFields.basePoint + mFields.unitDir; }
+    // Turns the line through the point; the base point itself is refused.
+    Velt::ErrorStatus setSecondPoint(const VxGePoint3d& point);
 
     Velt::ErrorStatus transformBy(const VxGeMatrix3d& xform) override;
     // Unbounded: no extents.
@@ -241,10 +247,14 @@ public:
     // Corners 0 ... 3; eInvalidIndex for any other.
     Velt::ErrorStatus getVertexAt(int index, VxGePoint3d& point) const;
     Velt::ErrorStatus setVertexAt(int index, const VxGePoint3d& point);
+    // All corners at once: three (the fourth repeats the third) or four.
+    std::vector<VxGePoint3d> vertices() const;
+    Velt::ErrorStatus setVertices(const std::vector<VxGePoint3d>& points);
     // Edge i runs from corner i to corner i + 1 (the last back to corner 0).
     Velt::ErrorStatus isEdgeVisibleAt(int index, bool& visible) const;
-    Velt::ErrorStatus makeEdgeVisibleAt(int index);
-    Velt::ErrorStatus makeEdgeInvisibleAt(int index);
+    Velt::ErrorStatus setEdgeVisibleAt(int index, bool visible);
+    Velt::ErrorStatus makeEdgeVisibleAt(int index) { return setEdgeVisibleAt(index, true); }
+    Velt::ErrorStatus makeEdgeInvisibleAt(int index) { return setEdgeVisibleAt(index, false); }
 
     Velt::ErrorStatus transformBy(const VxGeMatrix3d& xform) override;
     Velt::ErrorStatus getGeomExtents(VxGeExtents3d& extents) const override;
@@ -273,6 +283,9 @@ public:
     // Corners 0 ... 3; eInvalidIndex for any other.
     Velt::ErrorStatus getPointAt(int index, VxGePoint3d& point) const;
     Velt::ErrorStatus setPointAt(int index, const VxGePoint3d& point);
+    // All corners at once: three (the fourth repeats the third) or four.
+    std::vector<VxGePoint3d> points() const;
+    Velt::ErrorStatus setPoints(const std::vector<VxGePoint3d>& points);
 
     Velt::ErrorStatus transformBy(const VxGeMatrix3d& xform) override;
     Velt::ErrorStatus getGeomExtents(VxGeExtents3d& extents) const override;

@@ -21,9 +21,9 @@ Check TypeName(line) = "IVeltLine", "line type is " & TypeName(line)
 
 ' Members that are not written yet answer E_NOTIMPL, reached by name like any other.
 On Error Resume Next
-Dim circle : Set circle = CreateObject("NkAuto.Circle")
-Dim p : p = circle.Center
-Check Err.Number = NOT_SUPPORTED, "circle.Center answered " & Hex(Err.Number)
+Dim style : Set style = CreateObject("NkAuto.MLeaderStyle")
+Dim p : p = style.Description
+Check Err.Number = NOT_SUPPORTED, "style.Description answered " & Hex(Err.Number)
 Err.Clear
 line.NoSuchMember = 1
 Check Err.Number = NO_SUCH_MEMBER, "an unknown member answered " & Hex(Err.Number)

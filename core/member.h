@@ -1,0 +1,270 @@
+// The one way a member reads or changes its object. Declared members (the *.members files,
+// turned into code by tools/gen_members.py) and hand-written ones alike call
+//
+//   member::get<Access, Conv>(target, out, read)    a property's value, or a query's answer
+//   member::put<Access, Conv>(target, value, write) a new value
+//
+// where Access opens the object (how it is found, locked and opened, and what a failed open
+// answers) and Conv converts between the automation value and the host's.
+#pragma once
+
+#include <windows.h>
+#include <oaidl.h>
+
+#include <cstdint>
+#include <string>
+#include <type_traits>
+#include <vector>
+
+#include "axsupport/values.h"
+#include "core/call.h"
+#include "core/object_ref.h"
+#include "services/doclock.h"
+
+namespace nk {
+
+// ---- conversions: automation value <-> host value ----
+namespace conv {
+
+struct Double {
+    using Host = double;
+    static double in(double v) { return v; }
+    static void out(double v, double* o) { *o = v; }
+    static void clear(double* o) { *o = 0.0; }
+};
+
+// Whole numbers and enumerations passed on as they are.
+struct Long {
+    using Host = long;
+    template <class A>
+    static long in(A v)
+    {
+        return static_cast<long>(v);
+    }
+    template <class H, class A>
+    static void out(H v, A* o)
+    {
+        *o = static_cast<A>(v);
+    }
+    template <class A>
+    static void clear(A* o)
+    {
+        *o = A{};
+    }
+};
+
+// Into a 16-bit host value; one it cannot hold goes as a value the host refuses.
+struct Short : Long {
+    using Host = int16_t;
+    template <class A>
+    static int16_t in(A v)
+    {
+        const long n = static_cast<long>(v);
+        return n >= INT16_MIN && n <= INT16_MAX ? static_cast<int16_t>(n) : INT16_MIN;
+    }
+};
+
+// An enumeration whose values outside lo ... hi are refused before anything is opened.
+template <long Lo, long Hi>
+struct Enum : Long {
+    template <class A>
+    static long in(A v)
+    {
+        const long n = static_cast<long>(v);
+        if (n < Lo || n > Hi) throw E_INVALIDARG;
+        return n;
+    }
+};
+
+// A size that must be above 1e-10 (radii, diameters, areas): anything else, NaN included,
+// is refused with E_INVALIDARG before anything is locked or opened.
+struct Length : Double {
+    static double in(double v)
+    {
+        if (!(v > 1e-10)) throw E_INVALIDARG;
+        return v;
+    }
+};
+
+// The ratio of an ellipse's radii: 1e-6 ... 1.0, both ends included.
+struct Ratio : Double {
+    static double in(double v)
+    {
+        if (!(v >= 1e-6 && v <= 1.0)) throw E_INVALIDARG;
+        return v;
+    }
+};
+
+// True only for VARIANT_TRUE (-1).
+struct Bool {
+    using Host = bool;
+    static bool in(VARIANT_BOOL v) { return v == VARIANT_TRUE; }
+    static void out(bool v, VARIANT_BOOL* o) { *o = v ? VARIANT_TRUE : VARIANT_FALSE; }
+    static void clear(VARIANT_BOOL* o) { *o = VARIANT_FALSE; }
+};
+
+// A Boolean that says the opposite of the host's (an edge's invisibility, the host keeping
+// its visibility).
+struct Negated : Bool {
+    static bool in(VARIANT_BOOL v) { return v != VARIANT_TRUE; }
+    static void out(bool v, VARIANT_BOOL* o) { Bool::out(!v, o); }
+};
+
+// A null string is the empty text.
+struct Text {
+    using Host = std::wstring;
+    static const wchar_t* in(BSTR v) { return v ? v : L""; }
+    static void out(const wchar_t* v, BSTR* o)
+    {
+        *o = SysAllocString(v ? v : L"");
+        if (!*o) throw E_OUTOFMEMORY;
+    }
+    static void out(const std::wstring& v, BSTR* o)
+    {
+        *o = SysAllocStringLen(v.data(), static_cast<UINT>(v.size()));
+        if (!*o) throw E_OUTOFMEMORY;
+    }
+    static void clear(BSTR* o) { *o = nullptr; }
+};
+
+// Three doubles; a malformed array is refused with the conversion's code.
+struct Point {
+    using Host = kx::VxGePoint3d;
+    static kx::VxGePoint3d in(const VARIANT& v) { return VxAxPoint3d(v); }
+    static void out(const kx::VxGePoint3d& p, VARIANT* o) { VxAxPoint3d(p).setVariant(*o); }
+    static void clear(VARIANT* o) { VariantInit(o); }
+};
+
+struct Point2 {
+    using Host = kx::VxGePoint2d;
+    static kx::VxGePoint2d in(const VARIANT& v) { return VxAxPoint2d(v); }
+    static void out(const kx::VxGePoint2d& p, VARIANT* o) { VxAxPoint2d(p).setVariant(*o); }
+    static void clear(VARIANT* o) { VariantInit(o); }
+};
+
+// A list of points as one flat array of x, y, z triples.
+struct Points {
+    using Host = std::vector<kx::VxGePoint3d>;
+    static std::vector<kx::VxGePoint3d> in(const VARIANT& v)
+    {
+        VxAxPoint3dArray points;
+        points.append(v);
+        return std::vector<kx::VxGePoint3d>(points.begin(), points.end());
+    }
+    static void out(const std::vector<kx::VxGePoint3d>& points, VARIANT* o)
+    {
+        VxAxPoint3dArray array;
+        for (const kx::VxGePoint3d& p : points) array.append(p);
+        array.setVariant(*o);
+    }
+    static void clear(VARIANT* o) { VariantInit(o); }
+};
+
+// A direction or an axis: three doubles, passed on as they are (the host judges them).
+struct Vector {
+    using Host = kx::VxGeVector3d;
+    static kx::VxGeVector3d in(const VARIANT& v) { return VxAxPoint3d(v).asVector(); }
+    static void out(const kx::VxGeVector3d& d, VARIANT* o) { VxAxPoint3d(d.x, d.y, d.z).setVariant(*o); }
+    static void clear(VARIANT* o) { VariantInit(o); }
+};
+
+}  // namespace conv
+
+// The declared members of one interface level (generated from its declarations).
+template <class Itf, class Self, class Base>
+struct Declared;
+
+// ---- access: how a member reaches its object ----
+
+// The members of a database object's own interface: the object opened through the
+// wrapper's reference for the call; changes under the document lock. Open fails with
+// E_POINTER, not with the host's status: that is what these members answer.
+template <class Itf, class T>
+struct OwnAccess {
+    using Target = VxAxObjectRef;
+    using Object = T;
+    template <class Self>
+    static Target& target(Self& self)
+    {
+        return self.objectRef();
+    }
+    static const IID& iid() { return __uuidof(Itf); }
+
+    template <class Read>
+    static HRESULT read(Target& ref, Read&& read)
+    {
+        return guarded(iid(), [&]() -> HRESULT {
+            OpenedObject<T> object(ref, kx::VxDb::kForRead);
+            if (!object.isOpen()) return E_POINTER;
+            read(static_cast<const T&>(*object.get()));
+            return S_OK;
+        });
+    }
+    // convert runs first, before the lock: refused input changes nothing and locks nothing.
+    template <class Convert, class Write>
+    static HRESULT write(Target& ref, Convert&& convert, Write&& write)
+    {
+        return guarded(iid(), [&]() -> HRESULT {
+            const auto value = convert();
+            kx::VxAxDocLock lock(ref.objectId(), kx::VxAxDocLock::kWrite);
+            check(lock.lockStatus());
+            OpenedObject<T> object(ref, kx::VxDb::kForWrite);
+            if (!object.isOpen()) return E_POINTER;
+            check(write(*object.get(), value));
+            return S_OK;
+        });
+    }
+};
+
+// The same, but a failed open raises the host's status (the shared entity members).
+template <class Itf, class T>
+struct StatusAccess : OwnAccess<Itf, T> {
+    using Target = VxAxObjectRef;
+    using OwnAccess<Itf, T>::iid;
+
+    template <class Read>
+    static HRESULT read(Target& ref, Read&& read)
+    {
+        return guarded(iid(), [&]() -> HRESULT {
+            OpenedObject<T> object(ref, kx::VxDb::kForRead);
+            read(static_cast<const T&>(*object.orThrow()));
+            return S_OK;
+        });
+    }
+    template <class Convert, class Write>
+    static HRESULT write(Target& ref, Convert&& convert, Write&& write)
+    {
+        return guarded(iid(), [&]() -> HRESULT {
+            const auto value = convert();
+            kx::VxAxDocLock lock(ref.objectId(), kx::VxAxDocLock::kWrite);
+            check(lock.lockStatus());
+            OpenedObject<T> object(ref, kx::VxDb::kForWrite);
+            check(write(*object.orThrow(), value));
+            return S_OK;
+        });
+    }
+};
+
+// ---- the two patterns ----
+namespace member {
+
+// Null out pointer: E_POINTER; otherwise the output is cleared first.
+template <class Access, class Conv, class Out, class Read>
+HRESULT get(typename Access::Target& target, Out* out, Read&& read)
+{
+    if (!out) return E_POINTER;
+    Conv::clear(out);
+    return Access::read(target, [&](const typename Access::Object& object) { Conv::out(read(object), out); });
+}
+
+template <class Access, class Conv, class In, class Write>
+HRESULT put(typename Access::Target& target, const In& value, Write&& write)
+{
+    return Access::write(
+        target, [&] { return Conv::in(value); },
+        [&](typename Access::Object& object, const auto& converted) { return write(object, converted); });
+}
+
+}  // namespace member
+
+}  // namespace nk

@@ -1,0 +1,345 @@
+#!/usr/bin/env python3
+"""Generates the members of the object model from their declarations.
+
+A declaration file (*.members, beside the code of its family) lists interfaces, each with
+the host class its members open, the access that opens it, and one line per member:
+
+    [IVeltCircle]
+    object   kx::VxDbCircle
+    access   nk::OwnAccess
+    include  db/entities.h
+
+    Center      point    center / setCenter
+    Radius      hand     curves::circleRadius / curves::setCircleRadius
+    Offset      hand     curves::offset(app)
+
+A member line gives the member's name as the type library has it, then either
+  - a conversion (double, long, short, bool, text, point, point2, vector, enum(LO..HI)) and
+    the host accessors for reading and, for a property that can be set, writing. An accessor
+    is called on the open object: `center` reads as center() and writes as center(value);
+    one with parentheses is used as written, `value` being the converted new value, `&` an
+    out argument whose status is checked, and the member's other arguments by their names;
+  - or `hand` and the functions written by hand that implement it (one for a property's get,
+    one for its put), with `(app)` for those that also take the application object. One
+    accessor of a property may be written by hand alone: `radius / hand curves::setRadius`.
+A section marked `exported` implements each member as a pair of exported functions
+(VxAx... by object id and by reference); its plain members name them after `->`.
+
+Every member of a declared interface is declared or listed as pending (frame/pending.txt),
+never both. Signatures come from the type library; a declaration never repeats one.
+
+usage: gen_members.py HEADER FLAT_IDL PENDING OUT_HEADER OUT_SOURCE DECLARATION...
+"""
+import os
+import re
+import sys
+
+CONVERSIONS = {
+    'double': 'Double', 'long': 'Long', 'short': 'Short', 'bool': 'Bool', 'text': 'Text',
+    'point': 'Point', 'point2': 'Point2', 'vector': 'Vector', 'points': 'Points', 'length': 'Length',
+    'ratio': 'Ratio', 'negated': 'Negated',
+}
+
+
+def fail(where, message):
+    raise SystemExit(f'{where}: {message}')
+
+
+def interfaces(header_text):
+    """{name: [(method, [(type, name)])]} of the C++ part of widl's header."""
+    out = {}
+    for m in re.finditer(r'^(\w+) : public (\w+)\n\{\n(.*?)^\};', header_text, re.S | re.M):
+        name, _, body = m.groups()
+        methods = []
+        for mm in re.finditer(r'virtual HRESULT STDMETHODCALLTYPE (\w+)\((.*?)\) = 0;', body, re.S):
+            params = []
+            for p in (p.strip() for p in mm.group(2).replace('\n', ' ').split(',')):
+                if not p:
+                    continue
+                pname = re.search(r'(\w+)$', p).group(1)
+                ptype = re.sub(r'\s*\b\w+$', '', p).strip()
+                params.append((ptype.replace(' *', '*'), pname))
+            methods.append((mm.group(1), params))
+        out[name] = methods
+    return out
+
+
+def out_params(idl_text):
+    """{(interface, method): set of [out] parameter names} for the methods that are not properties."""
+    out = {}
+    for m in re.finditer(r'interface\s+(\w+)\s*:\s*\w+\s*\{(.*?)\};', idl_text, re.S):
+        itf, body = m.groups()
+        for mm in re.finditer(r'\[([^\]]*)\]\s*HRESULT\s+(\w+)\s*\((.*?)\)\s*;', body, re.S):
+            attrs, method, params = mm.groups()
+            if re.search(r'\bprop(get|put|putref)\b', attrs):
+                continue
+            names = set()
+            for pm in re.finditer(r'\[([^\]]*)\][^,\[]*?(\w+)\s*(?:,|$)', params.strip()):
+                if 'out' in pm.group(1):
+                    names.add(pm.group(2))
+            out[(itf, method)] = names
+    return out
+
+
+class Member:
+    def __init__(self, where, name, how, get, put, exports):
+        self.where, self.name, self.how, self.get, self.put, self.exports = where, name, how, get, put, exports
+
+
+class Section:
+    def __init__(self, where, itf):
+        self.where, self.itf = where, itf
+        self.object = None
+        self.access = None
+        self.includes = []
+        self.exported = False
+        self.members = []
+
+
+def parse_declarations(path):
+    sections = []
+    current = None
+    with open(path) as f:
+        for number, raw in enumerate(f, 1):
+            where = f'{path}:{number}'
+            line = raw.split('#', 1)[0].strip()
+            if not line:
+                continue
+            head = re.fullmatch(r'\[(\w+)\]', line)
+            if head:
+                current = Section(where, head.group(1))
+                sections.append(current)
+                continue
+            if current is None:
+                fail(where, 'a declaration outside an [Interface] section')
+            word, _, rest = line.partition(' ')
+            rest = rest.strip()
+            if word == 'object':
+                current.object = rest
+            elif word == 'access':
+                current.access = rest
+            elif word == 'include':
+                current.includes.append(rest)
+            elif word == 'exported':
+                current.exported = True
+            else:
+                m = re.fullmatch(r'(\w+)\s+(\S+)\s*(.*)', line)
+                if not m:
+                    fail(where, 'expected: Member conversion accessors')
+                name, how, spec = m.groups()
+                exports = None
+                if '->' in spec:
+                    spec, _, names = spec.partition('->')
+                    exports = [n.strip() for n in names.split(' / ')]
+                parts = split_accessors(spec)
+                if len(parts) > 2:
+                    fail(where, 'at most a reading and a writing accessor')
+                how_ok = how == 'hand' or how in CONVERSIONS or re.fullmatch(r'enum\((-?\d+)\.\.(-?\d+)\)', how)
+                if not how_ok:
+                    fail(where, f'unknown conversion {how!r}')
+                current.members.append(Member(where, name, how, parts[0] if parts else None,
+                                              parts[1] if len(parts) > 1 else None, exports))
+    for s in sections:
+        if not s.object or not s.access:
+            fail(s.where, 'a section needs its object and access')
+    return sections
+
+
+def split_accessors(spec):
+    """The accessors of a line, split at ' / ' outside parentheses."""
+    parts, depth, current = [], 0, ''
+    i = 0
+    while i < len(spec):
+        c = spec[i]
+        depth += c == '('
+        depth -= c == ')'
+        if depth == 0 and spec.startswith(' / ', i):
+            parts.append(current.strip())
+            current = ''
+            i += 3
+            continue
+        current += c
+        i += 1
+    if current.strip():
+        parts.append(current.strip())
+    return parts
+
+
+def conversion(how):
+    m = re.fullmatch(r'enum\((-?\d+)\.\.(-?\d+)\)', how)
+    if m:
+        return f'::nk::conv::Enum<{m.group(1)}, {m.group(2)}>'
+    return f'::nk::conv::{CONVERSIONS[how]}'
+
+
+def signature(params):
+    return ', '.join(f'{t} {n}' for t, n in params)
+
+
+def hand_call(spec):
+    """(function, takes the application)"""
+    app = spec.endswith('(app)')
+    return (spec[:-5] if app else spec), app
+
+
+def read_lambda(accessor, conv):
+    if '&' in accessor and '(' in accessor:
+        call = accessor.replace('&', 'v_')
+        return (f'[&](const Object& o) {{ typename {conv}::Host v_{{}}; ::nk::check(o.{call}); '
+                f'return v_; }}')
+    call = accessor if '(' in accessor else accessor + '()'
+    return f'[&](const Object& o) {{ return o.{call}; }}'
+
+
+def write_lambda(accessor):
+    call = accessor if '(' in accessor else accessor + '(value)'
+    return f'[&](Object& o, const auto& value) {{ return o.{call}; }}'
+
+
+def main():
+    header, flat_idl, pending_path, out_header, out_source = sys.argv[1:6]
+    declarations = sys.argv[6:]
+    itfs = interfaces(open(header).read())
+    outs = out_params(open(flat_idl).read())
+    pending = set()
+    with open(pending_path) as f:
+        for line in f:
+            line = line.split('#', 1)[0].strip()
+            if line:
+                pending.add(line)
+
+    sections = []
+    for path in declarations:
+        sections += parse_declarations(path)
+    seen_itfs = {}
+    for s in sections:
+        if s.itf not in itfs:
+            fail(s.where, f'{s.itf} is not an interface of the type library')
+        if s.itf in seen_itfs:
+            fail(s.where, f'{s.itf} is declared again (first at {seen_itfs[s.itf]})')
+        seen_itfs[s.itf] = s.where
+
+    preamble = ['// Generated from the *.members declarations by tools/gen_members.py; do not edit.',
+                '#pragma once', '', '#include "axsupport/export.h"', '#include "core/member.h"',
+                '#include "frame/object.h"']
+    includes = sorted({inc for s in sections for inc in s.includes})
+    preamble += [f'#include "{inc}"' for inc in includes] + ['']
+    h = []
+    cpp = ['// Generated from the *.members declarations by tools/gen_members.py; do not edit.',
+           '#include "members_gen.h"', '']
+    prototypes = []   # hand-written functions of the declared members, by namespace
+    exports = []      # exported pairs: declarations
+    export_defs = []  # and definitions
+
+    for s in sections:
+        methods = dict(itfs[s.itf])
+        access = f'{s.access}<{s.itf}, {s.object}>'
+        body = []
+        declared = set()
+        for m in s.members:
+            getter, putter = f'get_{m.name}', f'put_{m.name}'
+            if getter in methods or putter in methods:
+                forms = [(n, k) for n, k in ((getter, 'get'), (putter, 'put'), (f'putref_{m.name}', 'put'))
+                         if n in methods]
+            elif m.name in methods:
+                is_out = bool(methods[m.name]) and methods[m.name][-1][1] in outs.get((s.itf, m.name), set())
+                forms = [(m.name, 'get' if is_out else 'put')]
+            else:
+                fail(m.where, f'{s.itf} has no member {m.name}')
+            for method, kind in forms:
+                key = f'{s.itf}.{method}'
+                if key in pending:
+                    fail(m.where, f'{key} is declared here and listed as pending')
+                if key in declared:
+                    fail(m.where, f'{key} is declared twice')
+                declared.add(key)
+            for index, (method, kind) in enumerate(forms):
+                params = methods[method]
+                sig = signature(params)
+                args = ', '.join(n for _, n in params)
+                accessor = m.get if kind == 'get' else (m.put if m.put is not None else
+                                                        (m.get if len(forms) == 1 else None))
+                if accessor is None:
+                    fail(m.where, f'{s.itf}.{method} needs its {"reading" if kind == "get" else "writing"} accessor')
+                by_hand = m.how == 'hand' or accessor.startswith('hand ')
+                if by_hand or s.exported:
+                    if by_hand:
+                        function, app = hand_call(accessor[5:].strip() if accessor.startswith('hand ') else accessor)
+                    else:
+                        if not m.exports or len(m.exports) <= (1 if kind == 'put' and len(forms) > 1 else 0):
+                            fail(m.where, 'an exported member names its functions after ->')
+                        function, app = hand_call(m.exports[index if len(m.exports) > 1 else 0])
+                    call_args = ', '.join(['Access::target(self())'] + (['self().application()'] if app else [])
+                                          + ([args] if args else []))
+                    body.append(f'    HRESULT STDMETHODCALLTYPE {method}({sig}) override final\n'
+                                f'    {{\n        return {function}({call_args});\n    }}')
+                    target_params = ', '.join((['IDispatch* app'] if app else []) + ([sig] if sig else []))
+                    tail = f', {target_params}' if target_params else ''
+                    if s.exported:
+                        exports.append(f'NK_EXPORT HRESULT {function}(const kx::VxDbObjectId& id{tail});')
+                        exports.append(f'NK_EXPORT HRESULT {function}({access}::Target& target{tail});')
+                        forward = ', '.join(['ref'] + (['app'] if app else []) + ([args] if args else []))
+                        export_defs.append(f'HRESULT {function}(const kx::VxDbObjectId& id{tail})\n'
+                                           f'{{\n    VxAxObjectRef ref(id);\n    return {function}({forward});\n}}')
+                        if not by_hand:
+                            export_defs.append(
+                                f'HRESULT {function}({access}::Target& target{tail})\n{{\n'
+                                f'    using Access = {access};\n    using Object = Access::Object;\n'
+                                + plain_body(m, kind, params, 'target', access, conversion(m.how), accessor)
+                                + '}')
+                    else:
+                        ns, _, fname = function.rpartition('::')
+                        prototypes.append((ns, f'HRESULT {fname}({access}::Target& target{tail});'))
+                else:
+                    body.append(f'    HRESULT STDMETHODCALLTYPE {method}({sig}) override final\n    {{\n'
+                                + plain_body(m, kind, params, 'Access::target(self())', access,
+                                             conversion(m.how), accessor, indent='        ')
+                                + '    }')
+        # Completeness: every member of the interface is declared or pending.
+        for method, _ in itfs[s.itf]:
+            key = f'{s.itf}.{method}'
+            if key not in declared and key not in pending:
+                fail(s.where, f'{key} is neither declared nor pending')
+        h.append(f'namespace nk {{\ntemplate <class Self, class Base>\nstruct Declared<{s.itf}, Self, Base> : Base {{')
+        h.append(f'    using Access = {access};\n    using Object = Access::Object;\n')
+        h += body
+        h.append('\nprivate:\n    Self& self() { return *static_cast<Self*>(this); }\n};')
+        h.append(f'template <class Self, class Base>\nstruct Level<{s.itf}, Self, Base> {{\n'
+                 f'    using type = Declared<{s.itf}, Self, Pending<{s.itf}, Base>>;\n}};\n}}  // namespace nk\n')
+
+    # Functions written by hand: one prototype each, in the namespace its name gives.
+    by_ns = {}
+    for ns, proto in prototypes:
+        by_ns.setdefault(ns, []).append(proto)
+    protos = []
+    for ns in sorted(by_ns):
+        protos.append(f'namespace nk::{ns} {{' if ns else 'namespace nk {')
+        protos += by_ns[ns]
+        protos.append('}\n')
+    # The prototypes come before the members that call them.
+    h = (preamble + ['// Members written by hand.'] + protos + ['// Exported member functions.'] + exports + ['']
+         + h)
+    cpp += export_defs
+    write_if_changed(out_header, '\n'.join(h) + '\n')
+    write_if_changed(out_source, '\n'.join(cpp) + '\n')
+
+
+def plain_body(m, kind, params, target, access, conv, accessor, indent='    '):
+    if kind == 'get':
+        out = params[-1][1]
+        return (f'{indent}return ::nk::member::get<Access, {conv}>({target}, {out},\n'
+                f'{indent}    {read_lambda(accessor, conv)});\n')
+    value = params[-1][1]
+    return (f'{indent}return ::nk::member::put<Access, {conv}>({target}, {value},\n'
+            f'{indent}    {write_lambda(accessor)});\n')
+
+
+def write_if_changed(path, text):
+    if os.path.exists(path) and open(path).read() == text:
+        return
+    with open(path, 'w') as f:
+        f.write(text)
+
+
+if __name__ == '__main__':
+    main()
