@@ -1,4 +1,5 @@
 #include "core/entity_ops.h"
+#include "core/member.h"
 
 #include <cmath>
 #include <cwchar>
@@ -40,7 +41,6 @@ const IID& kEntityIid = __uuidof(IVeltEntity);
 using Entity = OpenedObject<VxDbEntity>;
 using Block = OpenedObject<kx::VxDbBlockTableRecord>;
 
-VxDbObjectId idOf(const VxDbObjectId& id) { return id; }
 VxDbObjectId idOf(const VxAxObjectRef& ref) { return ref.objectId(); }
 
 // Takes the document lock of the object's database; a refused lock is thrown.
@@ -55,48 +55,11 @@ private:
 // An entity made here and not yet handed to a block.
 using NewEntity = std::unique_ptr<VxDbEntity>;
 
-BSTR newText(const wchar_t* text)
-{
-    BSTR s = SysAllocString(text);
-    if (!s) throw E_OUTOFMEMORY;
-    return s;
-}
-
 const wchar_t* textOf(BSTR text) { return text ? text : L""; }
 bool equalNoCase(const wchar_t* a, const wchar_t* b) { return _wcsicmp(a, b) == 0; }
 
-// ---- the two patterns of the property members ----
-
-// Reads a property with the entity open for read. The output is cleared first.
-template <class Target, class Out, class Read>
-HRESULT readEntity(const Target& target, Out* out, Out cleared, Read&& read)
-{
-    if (!out) return E_POINTER;
-    *out = cleared;
-    return guarded(kEntityIid, [&] {
-        Entity entity(target, kForRead);
-        *out = read(*entity.orThrow());
-        return S_OK;
-    });
-}
-
-// Changes the entity under the document lock, open for write; a refusal of the host is raised.
-template <class Target, class Change>
-HRESULT changeEntity(const Target& target, Change&& change)
-{
-    return guarded(kEntityIid, [&] {
-        WriteLock lock(idOf(target));
-        Entity entity(target, kForWrite);
-        check(change(*entity.orThrow()));
-        return S_OK;
-    });
-}
-
-// A value the host's 16-bit field cannot hold goes as one the host refuses.
-int16_t narrow(long value)
-{
-    return value >= INT16_MIN && value <= INT16_MAX ? static_cast<int16_t>(value) : INT16_MIN;
-}
+// The entity opened for the call; a failed open raises the host's status.
+using EntityAccess = StatusAccess<IVeltEntity, VxDbEntity>;
 
 // ---- transparency ----
 
@@ -121,12 +84,11 @@ bool isSimpleNumber(const wchar_t* text)
     return digits;
 }
 
-HRESULT putTransparency(const VxDbObjectId& id, BSTR value)
+}  // namespace
+
+HRESULT VxAxPutTransparency(VxAxObjectRef& target, BSTR value)
 {
-    return guarded(kEntityIid, [&] {
-        WriteLock lock(id);
-        Entity entity(id, kForWrite);
-        VxDbEntity* e = entity.orThrow();
+    return member::call<EntityAccess>(target, [&](VxDbEntity& e) {
         const wchar_t* text = textOf(value);
         kx::VxCmTransparency transparency;
         if (equalNoCase(text, keyword(IDS_KEYWORD_BYLAYER, L"ByLayer").c_str())) {
@@ -140,21 +102,22 @@ HRESULT putTransparency(const VxDbObjectId& id, BSTR value)
             if (percent < 0 || percent > 90 || (percent == 0 && std::wcscmp(text, L"0") != 0)) throw kx::Velt::eOk;
             transparency.setAlpha(static_cast<uint8_t>(255.0 - percent * 255.0 / 100.0));
         }
-        check(e->setTransparency(transparency, true));
-        return S_OK;
+        return e.setTransparency(transparency, true);
     });
 }
 
-HRESULT getTransparency(const VxDbObjectId& id, BSTR* value)
+HRESULT VxAxGetTransparency(VxAxObjectRef& target, BSTR* value)
 {
-    return readEntity(id, value, BSTR{}, [](const VxDbEntity& e) {
+    return member::get<EntityAccess, conv::Text>(target, value, [](const VxDbEntity& e) {
         const kx::VxCmTransparency t = e.transparency();
-        if (t.isByLayer()) return newText(keyword(IDS_KEYWORD_BYLAYER, L"ByLayer").c_str());
-        if (t.isByBlock()) return newText(keyword(IDS_KEYWORD_BYBLOCK, L"ByBlock").c_str());
+        if (t.isByLayer()) return keyword(IDS_KEYWORD_BYLAYER, L"ByLayer");
+        if (t.isByBlock()) return keyword(IDS_KEYWORD_BYBLOCK, L"ByBlock");
         const long percent = std::lround((255 - t.alpha()) * 100.0 / 255.0);
-        return newText(std::to_wstring(percent).c_str());
+        return std::to_wstring(percent);
     });
 }
+
+namespace {
 
 // ---- plot style ----
 
@@ -248,10 +211,9 @@ VxGeVector3d spaceAxis(const kx::VxDbBlockTableRecord& block, const kx::VxDbData
 
 // ---- transformations ----
 
-template <class Target>
-HRESULT transformEntity(const Target& target, const VxGeMatrix3d& xform)
+HRESULT transformEntity(VxAxObjectRef& target, const VxGeMatrix3d& xform)
 {
-    return changeEntity(target, [&](VxDbEntity& e) { return e.transformBy(xform); });
+    return member::call<EntityAccess>(target, [&](VxDbEntity& e) { return e.transformBy(xform); });
 }
 
 // The matrix of TransformBy: a 4x4 array read as doubles in storage order, in which the
@@ -349,10 +311,11 @@ HRESULT copyIntoOwnBlock(const Target& target, const VxGeMatrix3d& xform, IDispa
     return entityObject(id, app, out);
 }
 
-// ---- the operations, for both kinds of target ----
+}  // namespace
 
-template <class Target>
-HRESULT getTrueColor(const Target& target, IVeltVxCmColor** out)
+// ---- the operations written by hand (the others are declared in core/entity.members) ----
+
+HRESULT VxAxGetTrueColor(VxAxObjectRef& target, IVeltVxCmColor** out)
 {
     if (!out) return E_POINTER;
     *out = nullptr;
@@ -367,8 +330,7 @@ HRESULT getTrueColor(const Target& target, IVeltVxCmColor** out)
     });
 }
 
-template <class Target>
-HRESULT putTrueColor(const Target& target, IVeltVxCmColor* value)
+HRESULT VxAxPutTrueColor(VxAxObjectRef& target, IVeltVxCmColor* value)
 {
     if (!value) return E_POINTER;
     return guarded(kEntityIid, [&] {
@@ -380,8 +342,7 @@ HRESULT putTrueColor(const Target& target, IVeltVxCmColor* value)
     });
 }
 
-template <class Target>
-HRESULT moveEntity(const Target& target, const VARIANT& from, const VARIANT& to)
+HRESULT VxAxMove(VxAxObjectRef& target, VARIANT from, VARIANT to)
 {
     return guarded(kEntityIid, [&] {
         const VxGePoint3d start = NkAuToPoint(from);
@@ -390,8 +351,7 @@ HRESULT moveEntity(const Target& target, const VARIANT& from, const VARIANT& to)
     });
 }
 
-template <class Target>
-HRESULT rotateEntity(const Target& target, const VARIANT& base, double angle)
+HRESULT VxAxRotate(VxAxObjectRef& target, VARIANT base, double angle)
 {
     return guarded(kEntityIid, [&] {
         const VxGePoint3d center = NkAuToPoint(base);
@@ -400,8 +360,7 @@ HRESULT rotateEntity(const Target& target, const VARIANT& base, double angle)
     });
 }
 
-template <class Target>
-HRESULT rotate3D(const Target& target, const VARIANT& point1, const VARIANT& point2, double angle)
+HRESULT VxAxRotate3D(VxAxObjectRef& target, VARIANT point1, VARIANT point2, double angle)
 {
     return guarded(kEntityIid, [&] {
         const VxGePoint3d p1 = NkAuToPoint(point1);
@@ -410,22 +369,19 @@ HRESULT rotate3D(const Target& target, const VARIANT& point1, const VARIANT& poi
     });
 }
 
-template <class Target>
-HRESULT scaleEntity(const Target& target, const VARIANT& base, double factor)
+HRESULT VxAxScaleEntity(VxAxObjectRef& target, VARIANT base, double factor)
 {
     return guarded(kEntityIid, [&] {
         return transformEntity(target, VxGeMatrix3d::scaling(factor, NkAuToPoint(base)));
     });
 }
 
-template <class Target>
-HRESULT transformBy(const Target& target, const VARIANT& matrix)
+HRESULT VxAxTransformBy(VxAxObjectRef& target, VARIANT matrix)
 {
     return guarded(kEntityIid, [&] { return transformEntity(target, readTransform(matrix)); });
 }
 
-template <class Target>
-HRESULT mirror(const Target& target, IDispatch* app, const VARIANT& point1, const VARIANT& point2, IDispatch** out)
+HRESULT VxAxMirror(VxAxObjectRef& target, IDispatch* app, VARIANT point1, VARIANT point2, IDispatch** out)
 {
     if (!out) return E_POINTER;
     *out = nullptr;
@@ -441,9 +397,8 @@ HRESULT mirror(const Target& target, IDispatch* app, const VARIANT& point1, cons
     });
 }
 
-template <class Target>
-HRESULT mirror3D(const Target& target, IDispatch* app, const VARIANT& point1, const VARIANT& point2,
-                 const VARIANT& point3, IDispatch** out)
+HRESULT VxAxMirror3D(VxAxObjectRef& target, IDispatch* app, VARIANT point1, VARIANT point2,
+                 VARIANT point3, IDispatch** out)
 {
     if (!out) return E_POINTER;
     *out = nullptr;
@@ -454,8 +409,7 @@ HRESULT mirror3D(const Target& target, IDispatch* app, const VARIANT& point1, co
     });
 }
 
-template <class Target>
-HRESULT copyEntity(const Target& target, IDispatch* app, IDispatch** out)
+HRESULT VxAxCopy(VxAxObjectRef& target, IDispatch* app, IDispatch** out)
 {
     if (!out) return E_POINTER;
     *out = nullptr;
@@ -478,8 +432,7 @@ HRESULT copyEntity(const Target& target, IDispatch* app, IDispatch** out)
     });
 }
 
-template <class Target>
-HRESULT arrayPolar(const Target& target, IDispatch* app, int count, double fillAngle, const VARIANT& center,
+HRESULT VxAxArrayPolar(VxAxObjectRef& target, IDispatch* app, int count, double fillAngle, VARIANT center,
                    VARIANT* out)
 {
     if (count < 1) return E_INVALIDARG;
@@ -510,8 +463,7 @@ HRESULT arrayPolar(const Target& target, IDispatch* app, int count, double fillA
     });
 }
 
-template <class Target>
-HRESULT arrayRectangular(const Target& target, IDispatch* app, int rows, int columns, int levels, double rowSpacing,
+HRESULT VxAxArrayRectangular(VxAxObjectRef& target, IDispatch* app, int rows, int columns, int levels, double rowSpacing,
                          double columnSpacing, double levelSpacing, VARIANT* out)
 {
     if (rows <= 0 || columns <= 0 || levels <= 0) return E_INVALIDARG;
@@ -547,8 +499,7 @@ HRESULT arrayRectangular(const Target& target, IDispatch* app, int rows, int col
     });
 }
 
-template <class Target>
-HRESULT intersectWith(const Target& target, IDispatch* other, VxExtendOption option, VARIANT* out)
+HRESULT VxAxIntersectWith(VxAxObjectRef& target, IDispatch* other, VxExtendOption option, VARIANT* out)
 {
     if (!other || !out) return E_POINTER;
     VariantClear(out);
@@ -574,8 +525,7 @@ HRESULT intersectWith(const Target& target, IDispatch* other, VxExtendOption opt
     });
 }
 
-template <class Target>
-HRESULT getBoundingBox(const Target& target, VARIANT* minPoint, VARIANT* maxPoint)
+HRESULT VxAxGetBoundingBox(VxAxObjectRef& target, VARIANT* minPoint, VARIANT* maxPoint)
 {
     if (!minPoint || !maxPoint) return E_POINTER;
     VariantClear(minPoint);
@@ -596,8 +546,7 @@ HRESULT getBoundingBox(const Target& target, VARIANT* minPoint, VARIANT* maxPoin
     });
 }
 
-template <class Target>
-HRESULT highlight(const Target& target, VARIANT_BOOL on)
+HRESULT VxAxHighlight(VxAxObjectRef& target, VARIANT_BOOL on)
 {
     return guarded(kEntityIid, [&] {
         Entity entity(target, kForRead);
@@ -607,8 +556,9 @@ HRESULT highlight(const Target& target, VARIANT_BOOL on)
     });
 }
 
-HRESULT update(const VxDbObjectId& id)
+HRESULT VxAxUpdate(VxAxObjectRef& target)
 {
+    const VxDbObjectId id = target.objectId();
     return guarded(kEntityIid, [&] {
         kx::VxDbVdsName name;
         check(kx::vxdbGetVdsName(name, id));
@@ -618,160 +568,24 @@ HRESULT update(const VxDbObjectId& id)
     });
 }
 
-// ---- property pairs ----
 
-template <class Target>
-HRESULT getColor(const Target& target, VxColor* color)
+HRESULT VxAxPutPlotStyleName(VxAxObjectRef& target, BSTR name)
 {
-    return readEntity(target, color, VxColor{}, [](const VxDbEntity& e) { return static_cast<VxColor>(e.colorIndex()); });
-}
-
-template <class Target>
-HRESULT putColor(const Target& target, VxColor color)
-{
-    return changeEntity(target, [&](VxDbEntity& e) { return e.setColorIndex(narrow(color), true); });
-}
-
-template <class Target>
-HRESULT getLayer(const Target& target, BSTR* layer)
-{
-    return readEntity(target, layer, BSTR{}, [](const VxDbEntity& e) { return newText(e.layer().c_str()); });
-}
-
-template <class Target>
-HRESULT putLayer(const Target& target, BSTR layer)
-{
-    return changeEntity(target, [&](VxDbEntity& e) { return e.setLayer(textOf(layer), true, false); });
-}
-
-template <class Target>
-HRESULT getLinetype(const Target& target, BSTR* linetype)
-{
-    return readEntity(target, linetype, BSTR{}, [](const VxDbEntity& e) { return newText(e.linetype().c_str()); });
-}
-
-template <class Target>
-HRESULT putLinetype(const Target& target, BSTR linetype)
-{
-    return changeEntity(target, [&](VxDbEntity& e) { return e.setLinetype(textOf(linetype), true); });
-}
-
-template <class Target>
-HRESULT getLinetypeScale(const Target& target, double* scale)
-{
-    return readEntity(target, scale, 0.0, [](const VxDbEntity& e) { return e.linetypeScale(); });
-}
-
-template <class Target>
-HRESULT putLinetypeScale(const Target& target, double scale)
-{
-    return changeEntity(target, [&](VxDbEntity& e) { return e.setLinetypeScale(scale, true); });
-}
-
-template <class Target>
-HRESULT getVisible(const Target& target, VARIANT_BOOL* visible)
-{
-    return readEntity(target, visible, VARIANT_FALSE, [](const VxDbEntity& e) {
-        return e.visibility() == kx::VxDb::kVisible ? VARIANT_TRUE : VARIANT_FALSE;
+    return member::put<EntityAccess, conv::Text>(target, name, [](VxDbEntity& e, const wchar_t* text) {
+        return setPlotStyle(e, text);
     });
 }
 
-template <class Target>
-HRESULT putVisible(const Target& target, VARIANT_BOOL visible)
+HRESULT VxAxGetEntityType(VxAxObjectRef& target, LONG* type)
 {
-    return changeEntity(target, [&](VxDbEntity& e) {
-        return e.setVisibility(visible == VARIANT_TRUE ? kx::VxDb::kVisible : kx::VxDb::kInvisible, true);
-    });
+    return member::get<EntityAccess, conv::Long>(target, type, [](const VxDbEntity& e) { return entityType(e); });
 }
 
-template <class Target>
-HRESULT getLineWeight(const Target& target, VxLineWeight* weight)
-{
-    return readEntity(target, weight, VxLineWeight{}, [](const VxDbEntity& e) { return static_cast<VxLineWeight>(e.lineWeight()); });
-}
-
-template <class Target>
-HRESULT putLineWeight(const Target& target, VxLineWeight weight)
-{
-    return changeEntity(target, [&](VxDbEntity& e) { return e.setLineWeight(static_cast<kx::VxDb::LineWeight>(narrow(weight)), true); });
-}
-
-template <class Target>
-HRESULT getPlotStyleName(const Target& target, BSTR* name)
-{
-    return readEntity(target, name, BSTR{}, [](const VxDbEntity& e) { return newText(e.plotStyleName().c_str()); });
-}
-
-template <class Target>
-HRESULT putPlotStyleName(const Target& target, BSTR name)
-{
-    return changeEntity(target, [&](VxDbEntity& e) { return setPlotStyle(e, textOf(name)); });
-}
-
-template <class Target>
-HRESULT getEntityName(const Target& target, BSTR* name)
-{
-    return readEntity(target, name, BSTR{}, [](const VxDbEntity& e) { return newText(e.isA()->name()); });
-}
-
-template <class Target>
-HRESULT getEntityType(const Target& target, LONG* type)
-{
-    return readEntity(target, type, LONG{}, [](const VxDbEntity& e) { return entityType(e); });
-}
-
-}  // namespace
-
-HRESULT VxAxGetColor(const kx::VxDbObjectId& id, VxColor* color) { return getColor(id, color); }
-HRESULT VxAxGetColor(VxAxObjectRef& ref, VxColor* color) { return getColor(ref, color); }
-HRESULT VxAxPutColor(const kx::VxDbObjectId& id, VxColor color) { return putColor(id, color); }
-HRESULT VxAxPutColor(VxAxObjectRef& ref, VxColor color) { return putColor(ref, color); }
-HRESULT VxAxGetTrueColor(const kx::VxDbObjectId& id, IVeltVxCmColor** color) { return getTrueColor(id, color); }
-HRESULT VxAxGetTrueColor(VxAxObjectRef& ref, IVeltVxCmColor** color) { return getTrueColor(ref, color); }
-HRESULT VxAxPutTrueColor(const kx::VxDbObjectId& id, IVeltVxCmColor* color) { return putTrueColor(id, color); }
-HRESULT VxAxPutTrueColor(VxAxObjectRef& ref, IVeltVxCmColor* color) { return putTrueColor(ref, color); }
-HRESULT VxAxGetLayer(const kx::VxDbObjectId& id, BSTR* layer) { return getLayer(id, layer); }
-HRESULT VxAxGetLayer(VxAxObjectRef& ref, BSTR* layer) { return getLayer(ref, layer); }
-HRESULT VxAxPutLayer(const kx::VxDbObjectId& id, BSTR layer) { return putLayer(id, layer); }
-HRESULT VxAxPutLayer(VxAxObjectRef& ref, BSTR layer) { return putLayer(ref, layer); }
-HRESULT VxAxGetLinetype(const kx::VxDbObjectId& id, BSTR* linetype) { return getLinetype(id, linetype); }
-HRESULT VxAxGetLinetype(VxAxObjectRef& ref, BSTR* linetype) { return getLinetype(ref, linetype); }
-HRESULT VxAxPutLinetype(const kx::VxDbObjectId& id, BSTR linetype) { return putLinetype(id, linetype); }
-HRESULT VxAxPutLinetype(VxAxObjectRef& ref, BSTR linetype) { return putLinetype(ref, linetype); }
-HRESULT VxAxGetLinetypeScale(const kx::VxDbObjectId& id, double* scale) { return getLinetypeScale(id, scale); }
-HRESULT VxAxGetLinetypeScale(VxAxObjectRef& ref, double* scale) { return getLinetypeScale(ref, scale); }
-HRESULT VxAxPutLinetypeScale(const kx::VxDbObjectId& id, double scale) { return putLinetypeScale(id, scale); }
-HRESULT VxAxPutLinetypeScale(VxAxObjectRef& ref, double scale) { return putLinetypeScale(ref, scale); }
-HRESULT VxAxGetVisible(const kx::VxDbObjectId& id, VARIANT_BOOL* visible) { return getVisible(id, visible); }
-HRESULT VxAxGetVisible(VxAxObjectRef& ref, VARIANT_BOOL* visible) { return getVisible(ref, visible); }
-HRESULT VxAxPutVisible(const kx::VxDbObjectId& id, VARIANT_BOOL visible) { return putVisible(id, visible); }
-HRESULT VxAxPutVisible(VxAxObjectRef& ref, VARIANT_BOOL visible) { return putVisible(ref, visible); }
-HRESULT VxAxGetLineWeight(const kx::VxDbObjectId& id, VxLineWeight* weight) { return getLineWeight(id, weight); }
-HRESULT VxAxGetLineWeight(VxAxObjectRef& ref, VxLineWeight* weight) { return getLineWeight(ref, weight); }
-HRESULT VxAxPutLineWeight(const kx::VxDbObjectId& id, VxLineWeight weight) { return putLineWeight(id, weight); }
-HRESULT VxAxPutLineWeight(VxAxObjectRef& ref, VxLineWeight weight) { return putLineWeight(ref, weight); }
-HRESULT VxAxGetPlotStyleName(const kx::VxDbObjectId& id, BSTR* name) { return getPlotStyleName(id, name); }
-HRESULT VxAxGetPlotStyleName(VxAxObjectRef& ref, BSTR* name) { return getPlotStyleName(ref, name); }
-HRESULT VxAxPutPlotStyleName(const kx::VxDbObjectId& id, BSTR name) { return putPlotStyleName(id, name); }
-HRESULT VxAxPutPlotStyleName(VxAxObjectRef& ref, BSTR name) { return putPlotStyleName(ref, name); }
-HRESULT VxAxGetTransparency(const kx::VxDbObjectId& id, BSTR* value) { return getTransparency(id, value); }
-HRESULT VxAxGetTransparency(VxAxObjectRef& ref, BSTR* value) { return getTransparency(ref.objectId(), value); }
-HRESULT VxAxPutTransparency(const kx::VxDbObjectId& id, BSTR value) { return putTransparency(id, value); }
-HRESULT VxAxPutTransparency(VxAxObjectRef& ref, BSTR value) { return putTransparency(ref.objectId(), value); }
-
-HRESULT VxAxGetMaterial(VxAxObjectRef& ref, BSTR* material)
-{
-    return readEntity(ref, material, BSTR{}, [](const VxDbEntity& e) { return newText(e.material().c_str()); });
-}
-HRESULT VxAxPutMaterial(VxAxObjectRef& ref, BSTR material)
-{
-    return changeEntity(ref, [&](VxDbEntity& e) { return e.setMaterial(textOf(material), true); });
-}
-
-HRESULT VxAxGetHyperlinks(const kx::VxDbObjectId& id, IDispatch* app, IVeltHyperlinks** hyperlinks)
+HRESULT VxAxGetHyperlinks(VxAxObjectRef& target, IDispatch* app, IVeltHyperlinks** hyperlinks)
 {
     if (!hyperlinks) return E_POINTER;
     *hyperlinks = nullptr;
+    const VxDbObjectId id = target.objectId();
     return guarded(kEntityIid, [&] {
         {
             Entity entity(id, kForRead);
@@ -780,88 +594,3 @@ HRESULT VxAxGetHyperlinks(const kx::VxDbObjectId& id, IDispatch* app, IVeltHyper
         return nk::makeHyperlinks(id, app, hyperlinks);
     });
 }
-HRESULT VxAxGetHyperlinks(VxAxObjectRef& ref, IDispatch* app, IVeltHyperlinks** hyperlinks)
-{
-    return VxAxGetHyperlinks(ref.objectId(), app, hyperlinks);
-}
-
-HRESULT VxAxGetEntityName(const kx::VxDbObjectId& id, BSTR* name) { return getEntityName(id, name); }
-HRESULT VxAxGetEntityName(VxAxObjectRef& ref, BSTR* name) { return getEntityName(ref, name); }
-HRESULT VxAxGetEntityType(const kx::VxDbObjectId& id, LONG* type) { return getEntityType(id, type); }
-HRESULT VxAxGetEntityType(VxAxObjectRef& ref, LONG* type) { return getEntityType(ref, type); }
-
-// ---- transformations ----
-
-HRESULT VxAxMove(const kx::VxDbObjectId& id, VARIANT from, VARIANT to) { return moveEntity(id, from, to); }
-HRESULT VxAxMove(VxAxObjectRef& ref, VARIANT from, VARIANT to) { return moveEntity(ref, from, to); }
-HRESULT VxAxRotate(const kx::VxDbObjectId& id, VARIANT base, double angle) { return rotateEntity(id, base, angle); }
-HRESULT VxAxRotate(VxAxObjectRef& ref, VARIANT base, double angle) { return rotateEntity(ref, base, angle); }
-HRESULT VxAxRotate3D(const kx::VxDbObjectId& id, VARIANT p1, VARIANT p2, double angle) { return rotate3D(id, p1, p2, angle); }
-HRESULT VxAxRotate3D(VxAxObjectRef& ref, VARIANT p1, VARIANT p2, double angle) { return rotate3D(ref, p1, p2, angle); }
-HRESULT VxAxScaleEntity(const kx::VxDbObjectId& id, VARIANT base, double factor) { return scaleEntity(id, base, factor); }
-HRESULT VxAxScaleEntity(VxAxObjectRef& ref, VARIANT base, double factor) { return scaleEntity(ref, base, factor); }
-HRESULT VxAxTransformBy(const kx::VxDbObjectId& id, VARIANT matrix) { return transformBy(id, matrix); }
-HRESULT VxAxTransformBy(VxAxObjectRef& ref, VARIANT matrix) { return transformBy(ref, matrix); }
-
-// ---- copies ----
-
-HRESULT VxAxMirror(const kx::VxDbObjectId& id, IDispatch* app, VARIANT p1, VARIANT p2, IDispatch** out)
-{
-    return mirror(id, app, p1, p2, out);
-}
-HRESULT VxAxMirror(VxAxObjectRef& ref, IDispatch* app, VARIANT p1, VARIANT p2, IDispatch** out)
-{
-    return mirror(ref, app, p1, p2, out);
-}
-HRESULT VxAxMirror3D(const kx::VxDbObjectId& id, IDispatch* app, VARIANT p1, VARIANT p2, VARIANT p3, IDispatch** out)
-{
-    return mirror3D(id, app, p1, p2, p3, out);
-}
-HRESULT VxAxMirror3D(VxAxObjectRef& ref, IDispatch* app, VARIANT p1, VARIANT p2, VARIANT p3, IDispatch** out)
-{
-    return mirror3D(ref, app, p1, p2, p3, out);
-}
-HRESULT VxAxCopy(const kx::VxDbObjectId& id, IDispatch* app, IDispatch** out) { return copyEntity(id, app, out); }
-HRESULT VxAxCopy(VxAxObjectRef& ref, IDispatch* app, IDispatch** out) { return copyEntity(ref, app, out); }
-HRESULT VxAxArrayPolar(const kx::VxDbObjectId& id, IDispatch* app, int count, double fillAngle, VARIANT center,
-                       VARIANT* out)
-{
-    return arrayPolar(id, app, count, fillAngle, center, out);
-}
-HRESULT VxAxArrayPolar(VxAxObjectRef& ref, IDispatch* app, int count, double fillAngle, VARIANT center, VARIANT* out)
-{
-    return arrayPolar(ref, app, count, fillAngle, center, out);
-}
-HRESULT VxAxArrayRectangular(const kx::VxDbObjectId& id, IDispatch* app, int rows, int columns, int levels,
-                             double rowSpacing, double columnSpacing, double levelSpacing, VARIANT* out)
-{
-    return arrayRectangular(id, app, rows, columns, levels, rowSpacing, columnSpacing, levelSpacing, out);
-}
-HRESULT VxAxArrayRectangular(VxAxObjectRef& ref, IDispatch* app, int rows, int columns, int levels, double rowSpacing,
-                             double columnSpacing, double levelSpacing, VARIANT* out)
-{
-    return arrayRectangular(ref, app, rows, columns, levels, rowSpacing, columnSpacing, levelSpacing, out);
-}
-
-// ---- queries and display ----
-
-HRESULT VxAxIntersectWith(const kx::VxDbObjectId& id, IDispatch* other, VxExtendOption option, VARIANT* points)
-{
-    return intersectWith(id, other, option, points);
-}
-HRESULT VxAxIntersectWith(VxAxObjectRef& ref, IDispatch* other, VxExtendOption option, VARIANT* points)
-{
-    return intersectWith(ref, other, option, points);
-}
-HRESULT VxAxGetBoundingBox(const kx::VxDbObjectId& id, VARIANT* minPoint, VARIANT* maxPoint)
-{
-    return getBoundingBox(id, minPoint, maxPoint);
-}
-HRESULT VxAxGetBoundingBox(VxAxObjectRef& ref, VARIANT* minPoint, VARIANT* maxPoint)
-{
-    return getBoundingBox(ref, minPoint, maxPoint);
-}
-HRESULT VxAxHighlight(const kx::VxDbObjectId& id, VARIANT_BOOL on) { return highlight(id, on); }
-HRESULT VxAxHighlight(VxAxObjectRef& ref, VARIANT_BOOL on) { return highlight(ref, on); }
-HRESULT VxAxUpdate(const kx::VxDbObjectId& id) { return update(id); }
-HRESULT VxAxUpdate(VxAxObjectRef& ref) { return update(ref.objectId()); }

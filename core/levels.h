@@ -4,7 +4,6 @@
 #pragma once
 
 #include "axsupport/conversions.h"
-#include "core/entity_members.h"
 #include "core/hyperlinks.h"
 #include "core/object_members.h"
 #include "containers/block.h"
@@ -16,11 +15,6 @@ namespace nk {
 template <class Self, class Base>
 struct Level<IVeltObject, Self, Base> {
     using type = ObjectMembers<Self, Pending<IVeltObject, Base>>;
-};
-
-template <class Self, class Base>
-struct Level<IVeltEntity, Self, Base> {
-    using type = EntityMembers<Self, Pending<IVeltEntity, Base>>;
 };
 
 template <class Self, class Base>

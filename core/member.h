@@ -265,6 +265,14 @@ HRESULT put(typename Access::Target& target, const In& value, Write&& write)
         [&](typename Access::Object& object, const auto& converted) { return write(object, converted); });
 }
 
+// A change with nothing to convert: the object open for write under the document lock.
+template <class Access, class Write>
+HRESULT call(typename Access::Target& target, Write&& write)
+{
+    return Access::write(
+        target, [] { return 0; }, [&](typename Access::Object& object, int) { return write(object); });
+}
+
 }  // namespace member
 
 }  // namespace nk

@@ -28,7 +28,7 @@ A section marked `exported` implements each member as a pair of exported functio
 Every member of a declared interface is declared or listed as pending (frame/pending.txt),
 never both. Signatures come from the type library; a declaration never repeats one.
 
-usage: gen_members.py HEADER FLAT_IDL PENDING OUT_HEADER OUT_SOURCE DECLARATION...
+usage: gen_members.py HEADER FLAT_IDL PENDING OUT_HEADER OUT_SOURCE OUT_EXPORTS DECLARATION...
 """
 import os
 import re
@@ -128,8 +128,8 @@ def parse_declarations(path):
                     fail(where, 'expected: Member conversion accessors')
                 name, how, spec = m.groups()
                 exports = None
-                if '->' in spec:
-                    spec, _, names = spec.partition('->')
+                if ' -> ' in spec:
+                    spec, _, names = spec.rpartition(' -> ')
                     exports = [n.strip() for n in names.split(' / ')]
                 parts = split_accessors(spec)
                 if len(parts) > 2:
@@ -197,8 +197,8 @@ def write_lambda(accessor):
 
 
 def main():
-    header, flat_idl, pending_path, out_header, out_source = sys.argv[1:6]
-    declarations = sys.argv[6:]
+    header, flat_idl, pending_path, out_header, out_source, out_exports = sys.argv[1:7]
+    declarations = sys.argv[7:]
     itfs = interfaces(open(header).read())
     outs = out_params(open(flat_idl).read())
     pending = set()
@@ -317,11 +317,16 @@ def main():
         protos += by_ns[ns]
         protos.append('}\n')
     # The prototypes come before the members that call them.
-    h = (preamble + ['// Members written by hand.'] + protos + ['// Exported member functions.'] + exports + ['']
-         + h)
+    h = preamble + ['#include "exports_gen.h"', '', '// Members written by hand.'] + protos + h
     cpp += export_defs
+    ex = ['// Generated from the *.members declarations by tools/gen_members.py; do not edit.',
+          '// The exported member functions, each by object id and by a wrapper\'s reference.',
+          '#pragma once', '', '#include <windows.h>', '#include <oaidl.h>', '',
+          '#include "axsupport/export.h"', '#include "core/member.h"', '#include "kxauto.h"', '']
+    ex += [f'#include "{inc}"' for s in sections if s.exported for inc in s.includes] + [''] + exports
     write_if_changed(out_header, '\n'.join(h) + '\n')
     write_if_changed(out_source, '\n'.join(cpp) + '\n')
+    write_if_changed(out_exports, '\n'.join(ex) + '\n')
 
 
 def plain_body(m, kind, params, target, access, conv, accessor, indent='    '):
