@@ -63,6 +63,4 @@ struct Level<IVeltRegisteredApplications, Self, Base> {
 #include "objects/database.h"
 #include "objects/document.h"
 #include "objects/id_pair.h"
-#include "objects/preferences.h"
 #include "objects/file_dependencies.h"
-#include "objects/summary_info.h"

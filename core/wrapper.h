@@ -15,11 +15,16 @@
 namespace nk {
 
 // Wrappers of database objects are bound to their object; the others (colours, preferences,
-// the database ...) hold what they stand for themselves.
+// the database ...) hold what they stand for themselves, through the binding of their
+// interface (BindingOf, specialised beside the class that needs one).
 template <class Itf>
 constexpr bool kBoundToObject = std::is_base_of_v<IVeltObject, Itf>;
 struct Unbound {
     explicit Unbound(const CLSID&) {}
+};
+template <class Itf>
+struct BindingOf {
+    using type = std::conditional_t<kBoundToObject<Itf>, BoundObject, Unbound>;
 };
 
 template <class Tag, class Itf, class Source>
@@ -27,8 +32,8 @@ class Wrapper : public ChainOf<Itf, Itf, Wrapper<Tag, Itf, Source>>::type,
                 public EventSource,
                 public ISupportErrorInfo,
                 public IProvideClassInfo2,
-                public std::conditional_t<kBoundToObject<Itf>, BoundObject, Unbound> {
-    using Binding = std::conditional_t<kBoundToObject<Itf>, BoundObject, Unbound>;
+                public BindingOf<Itf>::type {
+    using Binding = typename BindingOf<Itf>::type;
 
 public:
     Wrapper() : EventSource(sourceIid()), Binding(Tag::clsid()) {}

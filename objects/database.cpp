@@ -15,9 +15,8 @@
 #include "db/symtables.h"
 #include "frame/object.h"
 #include "objects/id_pair.h"
-#include "objects/preferences.h"
+#include "members_gen.h"
 #include "objects/file_dependencies.h"
-#include "objects/summary_info.h"
 #include "services/doclock.h"
 #include "services/linkmanager.h"
 

@@ -14,7 +14,8 @@ the host class its members open, the access that opens it, and one line per memb
     Offset      hand     curves::offset(app)
 
 A member line gives the member's name as the type library has it, then either
-  - a conversion (double, long, short, bool, text, point, point2, vector, enum(LO..HI)) and
+  - a conversion (double, long, short, bool, negated, text, point, point2, vector, points,
+    length, ratio, enum(LO..HI), or one of the family's own named with its namespace) and
     the host accessors for reading and, for a property that can be set, writing. An accessor
     is called on the open object: `center` reads as center() and writes as center(value);
     one with parentheses is used as written, `value` being the converted new value, `&` an
@@ -134,7 +135,8 @@ def parse_declarations(path):
                 parts = split_accessors(spec)
                 if len(parts) > 2:
                     fail(where, 'at most a reading and a writing accessor')
-                how_ok = how == 'hand' or how in CONVERSIONS or re.fullmatch(r'enum\((-?\d+)\.\.(-?\d+)\)', how)
+                how_ok = (how == 'hand' or how in CONVERSIONS or '::' in how
+                          or re.fullmatch(r'enum\((-?\d+)\.\.(-?\d+)\)', how))
                 if not how_ok:
                     fail(where, f'unknown conversion {how!r}')
                 current.members.append(Member(where, name, how, parts[0] if parts else None,
@@ -166,6 +168,8 @@ def split_accessors(spec):
 
 
 def conversion(how):
+    if '::' in how:
+        return how  # a conversion of the family's own
     m = re.fullmatch(r'enum\((-?\d+)\.\.(-?\d+)\)', how)
     if m:
         return f'::nk::conv::Enum<{m.group(1)}, {m.group(2)}>'

@@ -200,6 +200,12 @@ public:
     Velt::ErrorStatus setLineWeightDisplay(bool value) { return setHeaderInt(VxDbHeaderVar::kLwDisplay, value); }
     uint8_t sortEnts() const { return uint8_t(headerInt(VxDbHeaderVar::kSortEnts)); }
     Velt::ErrorStatus setSortEnts(uint8_t value) { return setHeaderInt(VxDbHeaderVar::kSortEnts, value); }
+    // One bit of the object-sort flags.
+    bool sortEntsFlag(uint8_t bit) const { return (sortEnts() & bit) != 0; }
+    Velt::ErrorStatus setSortEntsFlag(uint8_t bit, bool on)
+    {
+        return setSortEnts(on ? uint8_t(sortEnts() | bit) : uint8_t(sortEnts() & ~bit));
+    }
     bool xrefEditEnabled() const { return headerBool(VxDbHeaderVar::kXEdit); }
     Velt::ErrorStatus setXrefEditEnabled(bool value) { return setHeaderInt(VxDbHeaderVar::kXEdit, value); }
     bool visretain() const { return headerBool(VxDbHeaderVar::kVisRetain); }

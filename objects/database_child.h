@@ -1,0 +1,146 @@
+// The children a database wrapper hands out and caches (preferences, summary information):
+// bound to the database, not to an object of it, and reaching it the same way each call.
+#pragma once
+
+#include <windows.h>
+#include <oaidl.h>
+
+#include <memory>
+
+#include "core/member.h"
+#include "core/wrapper.h"
+#include "db/database.h"
+#include "db/summaryinfo.h"
+#include "frame/com.h"
+#include "objects/database.h"
+
+namespace nk {
+
+// What a child holds: its database and the application it was handed out with.
+class DatabaseChild {
+public:
+    explicit DatabaseChild(const CLSID&) {}
+    // Called once by the database wrapper that caches the child.
+    void bindTo(const DatabaseLink& link, IDispatch* application)
+    {
+        link_ = link;
+        app_ = application;
+    }
+    DatabaseLink& databaseLink() { return link_; }
+    IDispatch* application() const { return app_.get(); }
+
+private:
+    DatabaseLink link_;
+    ComPtr<IDispatch> app_;
+};
+
+template <>
+struct BindingOf<IVeltDatabasePreferences> {
+    using type = DatabaseChild;
+};
+template <>
+struct BindingOf<IVeltSummaryInfo> {
+    using type = DatabaseChild;
+};
+
+// The database itself for each call; changes under its document lock. A database that is
+// gone raises its status.
+template <class Itf, class T = kx::VxDbDatabase>
+struct DatabaseAccess {
+    using Target = DatabaseLink;
+    using Object = kx::VxDbDatabase;
+    template <class Self>
+    static Target& target(Self& self)
+    {
+        return self.databaseLink();
+    }
+    static const IID& iid() { return __uuidof(Itf); }
+
+    template <class Read>
+    static HRESULT read(Target& link, Read&& read)
+    {
+        return guarded(iid(), [&]() -> HRESULT {
+            kx::VxDbDatabase* db = link.get();
+            if (!db) throw kx::Velt::eNoDatabase;
+            read(static_cast<const kx::VxDbDatabase&>(*db));
+            return S_OK;
+        });
+    }
+    template <class Convert, class Write>
+    static HRESULT write(Target& link, Convert&& convert, Write&& write)
+    {
+        return guarded(iid(), [&]() -> HRESULT {
+            const auto value = convert();
+            kx::VxDbDatabase* db = link.get();
+            kx::VxAxDocLock lock(db, kx::VxAxDocLock::kWrite);
+            check(lock.lockStatus());
+            if (!db) throw kx::Velt::eNoDatabase;
+            check(write(*db, value));
+            return S_OK;
+        });
+    }
+};
+
+// The drawing's properties: each call works on a fresh copy of them, and a change is stored
+// back at once, so that no call shows or overwrites stale values.
+template <class Itf, class T = kx::VxDbDatabaseSummaryInfo>
+struct SummaryAccess {
+    using Target = DatabaseLink;
+    using Object = kx::VxDbDatabaseSummaryInfo;
+    template <class Self>
+    static Target& target(Self& self)
+    {
+        return self.databaseLink();
+    }
+    static const IID& iid() { return __uuidof(Itf); }
+
+    template <class Read>
+    static HRESULT read(Target& link, Read&& read)
+    {
+        return guarded(iid(), [&]() -> HRESULT {
+            read(static_cast<const Object&>(*fresh(link)));
+            return S_OK;
+        });
+    }
+    template <class Convert, class Write>
+    static HRESULT write(Target& link, Convert&& convert, Write&& write)
+    {
+        return guarded(iid(), [&]() -> HRESULT {
+            const auto value = convert();
+            kx::VxDbDatabase* db = link.get();
+            kx::VxAxDocLock lock(db, kx::VxAxDocLock::kWrite);
+            check(lock.lockStatus());
+            std::unique_ptr<Object> info = fresh(link);
+            check(write(*info, value));
+            check(kx::vxdbPutSummaryInfo(info.get(), db));
+            return S_OK;
+        });
+    }
+
+private:
+    static std::unique_ptr<Object> fresh(Target& link)
+    {
+        kx::VxDbDatabase* db = link.get();
+        if (!db) throw kx::Velt::eNoDatabase;
+        Object* made = nullptr;
+        const kx::Velt::ErrorStatus es = kx::vxdbGetSummaryInfo(db, made);
+        std::unique_ptr<Object> info(made);
+        check(es);
+        if (!info) throw kx::Velt::eNullObjectPointer;
+        return info;
+    }
+};
+
+namespace conv {
+// Text where nothing (a null or empty string) leaves the value as it is: the call ends at
+// once with S_OK.
+struct TextOrNothing : Text {
+    static const wchar_t* in(BSTR v)
+    {
+        if (!v || SysStringLen(v) == 0) throw kx::Velt::eOk;
+        return v;
+    }
+};
+}  // namespace conv
+
+}  // namespace nk
