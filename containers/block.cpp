@@ -1,4 +1,5 @@
 #include "containers/block.h"
+#include "members_gen.h"
 
 #include <memory>
 #include <utility>
@@ -40,7 +41,7 @@ Entities entitiesOf(const VxDbBlockTableRecord& block)
 
 namespace blocks {
 
-HRESULT item(VxAxObjectRef& block, IDispatch* app, const VARIANT& index, IVeltEntity** entity)
+HRESULT item(VxAxObjectRef& block, IDispatch* app, VARIANT index, IVeltEntity** entity)
 {
     if (!entity) return E_POINTER;
     *entity = nullptr;
@@ -92,19 +93,7 @@ HRESULT newEnum(VxAxObjectRef& block, IDispatch* app, IUnknown** enumerator)
     });
 }
 
-HRESULT getName(VxAxObjectRef& block, BSTR* name)
-{
-    if (!name) return E_POINTER;
-    *name = nullptr;
-    return guarded(kBlockIid, [&] {
-        OpenedObject<VxDbBlockTableRecord> record(block, kx::VxDb::kForRead);
-        const std::wstring& text = record.orThrow()->name();
-        *name = SysAllocStringLen(text.data(), static_cast<UINT>(text.size()));
-        return *name ? S_OK : E_OUTOFMEMORY;
-    });
-}
-
-HRESULT putName(VxAxObjectRef& block, BSTR name)
+HRESULT setName(VxAxObjectRef& block, BSTR name)
 {
     return guarded(kBlockIid, [&] {
         kx::VxAxDocLock lock(block.objectId(), kx::VxAxDocLock::kWrite);
@@ -113,49 +102,6 @@ HRESULT putName(VxAxObjectRef& block, BSTR name)
         if (!record.isOpen()) return E_POINTER;
         // The host judges the name; whatever it refuses is reported alike.
         return record->setName(name ? name : L"") == kx::Velt::eOk ? S_OK : E_FAIL;
-    });
-}
-
-HRESULT getOrigin(VxAxObjectRef& block, VARIANT* origin)
-{
-    if (!origin) return E_POINTER;
-    VariantInit(origin);
-    return guarded(kBlockIid, [&] {
-        OpenedObject<VxDbBlockTableRecord> record(block, kx::VxDb::kForRead);
-        VxAxPoint3d(record.orThrow()->origin()).setVariant(*origin);
-        return S_OK;
-    });
-}
-
-HRESULT putOrigin(VxAxObjectRef& block, const VARIANT& origin)
-{
-    return guarded(kBlockIid, [&] {
-        const VxAxPoint3d point(origin);
-        kx::VxAxDocLock lock(block.objectId(), kx::VxAxDocLock::kWrite);
-        check(lock.lockStatus());
-        OpenedObject<VxDbBlockTableRecord> record(block, kx::VxDb::kForWrite);
-        check(record.orThrow()->setOrigin(point));
-        return S_OK;
-    });
-}
-
-HRESULT addLine(VxAxObjectRef& block, IDispatch* app, const VARIANT& start, const VARIANT& end, IVeltLine** line)
-{
-    if (!line) return E_POINTER;
-    *line = nullptr;
-    VxAxPoint3d from, to;
-    HRESULT hr = guarded(kBlockIid, [&] {
-        from = start;
-        to = end;
-        return S_OK;
-    });
-    if (FAILED(hr)) return hr;
-    return appendEntity(block, app, line, [&](VxDbBlockTableRecord& record) {
-        auto made = std::make_unique<kx::VxDbLine>();
-        check(made->setDatabaseDefaults(record.database()));
-        check(made->setStartPoint(from));
-        check(made->setEndPoint(to));
-        return NewEntity(std::move(made));
     });
 }
 
@@ -180,56 +126,6 @@ namespace {
 
 using kx::VxDbObjectId;
 
-// Reads one property of the open block record.
-template <class Value, class Read>
-HRESULT readRecord(VxAxObjectRef& block, Value* out, Read read)
-{
-    if (!out) return E_POINTER;
-    return guarded(kBlockIid, [&] {
-        OpenedObject<VxDbBlockTableRecord> record(block, kx::VxDb::kForRead);
-        return read(*record.orThrow(), *out);
-    });
-}
-
-HRESULT readText(VxAxObjectRef& block, BSTR* out, const std::wstring& (VxDbBlockTableRecord::*get)() const)
-{
-    if (out) *out = nullptr;
-    return readRecord(block, out, [&](const VxDbBlockTableRecord& record, BSTR& text) {
-        const std::wstring& value = (record.*get)();
-        text = SysAllocStringLen(value.data(), static_cast<UINT>(value.size()));
-        return text ? S_OK : E_OUTOFMEMORY;
-    });
-}
-
-HRESULT readFlag(VxAxObjectRef& block, VARIANT_BOOL* out, bool (VxDbBlockTableRecord::*get)() const)
-{
-    return readRecord(block, out, [&](const VxDbBlockTableRecord& record, VARIANT_BOOL& flag) {
-        flag = (record.*get)() ? VARIANT_TRUE : VARIANT_FALSE;
-        return S_OK;
-    });
-}
-
-template <class Enum, class HostValue>
-HRESULT readEnum(VxAxObjectRef& block, Enum* out, HostValue (VxDbBlockTableRecord::*get)() const)
-{
-    return readRecord(block, out, [&](const VxDbBlockTableRecord& record, Enum& value) {
-        value = static_cast<Enum>((record.*get)());
-        return S_OK;
-    });
-}
-
-// Changes the record under the document lock; the host judges the value.
-template <class Write>
-HRESULT writeRecord(VxAxObjectRef& block, Write write)
-{
-    return guarded(kBlockIid, [&] {
-        kx::VxAxDocLock lock(block.objectId(), kx::VxAxDocLock::kWrite);
-        OpenedObject<VxDbBlockTableRecord> record(block, kx::VxDb::kForWrite);
-        check(write(*record.orThrow()));
-        return S_OK;
-    });
-}
-
 std::wstring nameOf(VxAxObjectRef& block)
 {
     OpenedObject<VxDbBlockTableRecord> record(block, kx::VxDb::kForRead);
@@ -250,8 +146,9 @@ void splitBlockName(const std::wstring& given, std::wstring& path, std::wstring&
 
 }  // namespace
 
-HRESULT insertBlock(VxAxObjectRef& block, IDispatch* app, const VARIANT& point, BSTR name, double xScale,
-                    double yScale, double zScale, double rotation, IVeltBlockReference** reference)
+HRESULT insertBlock(VxAxObjectRef& block, IDispatch* app, VARIANT point, BSTR name, double xScale, double yScale,
+                    double zScale, double rotation, VARIANT /*password: drawing files have none*/,
+                    IVeltBlockReference** reference)
 {
     if (!reference) return E_POINTER;
     *reference = nullptr;
@@ -284,9 +181,9 @@ HRESULT insertBlock(VxAxObjectRef& block, IDispatch* app, const VARIANT& point, 
     });
 }
 
-HRESULT attachExternalReference(VxAxObjectRef& block, IDispatch* app, BSTR path, BSTR name, const VARIANT& point,
+HRESULT attachExternalReference(VxAxObjectRef& block, IDispatch* app, BSTR path, BSTR name, VARIANT point,
                                 double xScale, double yScale, double zScale, double rotation, VARIANT_BOOL overlay,
-                                const VARIANT& password, IVeltExternalReference** reference)
+                                VARIANT password, IVeltExternalReference** reference)
 {
     if (!reference) return E_POINTER;
     *reference = nullptr;
@@ -335,6 +232,9 @@ HRESULT detach(VxAxObjectRef& block)
     });
 }
 
+HRESULT unload(VxAxObjectRef&) { return E_NOTIMPL; }
+HRESULT reload(VxAxObjectRef&) { return E_NOTIMPL; }
+
 HRESULT xrefDatabase(VxAxObjectRef& block, IDispatch* app, IVeltDatabase** database)
 {
     if (!database) return E_POINTER;
@@ -348,73 +248,21 @@ HRESULT xrefDatabase(VxAxObjectRef& block, IDispatch* app, IVeltDatabase** datab
     });
 }
 
-HRESULT getPath(VxAxObjectRef& block, BSTR* path) { return readText(block, path, &VxDbBlockTableRecord::pathName); }
-HRESULT putPath(VxAxObjectRef& block, BSTR path)
+HRESULT layout(VxAxObjectRef& block, IDispatch* app, IVeltLayout** layout)
 {
-    return writeRecord(block, [&](VxDbBlockTableRecord& record) { return record.setPathName(path ? path : L""); });
-}
-HRESULT getComments(VxAxObjectRef& block, BSTR* comments)
-{
-    return readText(block, comments, &VxDbBlockTableRecord::comments);
-}
-HRESULT putComments(VxAxObjectRef& block, BSTR comments)
-{
-    return writeRecord(block, [&](VxDbBlockTableRecord& record) { return record.setComments(comments ? comments : L""); });
-}
-HRESULT getUnits(VxAxObjectRef& block, VxInsertUnits* units)
-{
-    return readEnum(block, units, &VxDbBlockTableRecord::blockInsertUnits);
-}
-HRESULT putUnits(VxAxObjectRef& block, VxInsertUnits units)
-{
-    return writeRecord(block, [&](VxDbBlockTableRecord& record) {
-        return record.setBlockInsertUnits(static_cast<kx::VxDb::UnitsValue>(units));
-    });
-}
-HRESULT getExplodable(VxAxObjectRef& block, VARIANT_BOOL* value)
-{
-    return readFlag(block, value, &VxDbBlockTableRecord::explodable);
-}
-HRESULT putExplodable(VxAxObjectRef& block, VARIANT_BOOL value)
-{
-    return writeRecord(block, [&](VxDbBlockTableRecord& record) { return record.setExplodable(value != VARIANT_FALSE); });
-}
-HRESULT getBlockScaling(VxAxObjectRef& block, VxBlockScaling* scaling)
-{
-    return readEnum(block, scaling, &VxDbBlockTableRecord::blockScaling);
-}
-HRESULT putBlockScaling(VxAxObjectRef& block, VxBlockScaling scaling)
-{
-    return writeRecord(block, [&](VxDbBlockTableRecord& record) {
-        return record.setBlockScaling(static_cast<kx::VxDb::BlockScaling>(scaling));
-    });
-}
-HRESULT getIsLayout(VxAxObjectRef& block, VARIANT_BOOL* value)
-{
-    return readFlag(block, value, &VxDbBlockTableRecord::isLayout);
-}
-HRESULT getIsXRef(VxAxObjectRef& block, VARIANT_BOOL* value)
-{
-    return readFlag(block, value, &VxDbBlockTableRecord::isFromExternalReference);
-}
-HRESULT getIsDynamicBlock(VxAxObjectRef& block, VARIANT_BOOL* value)
-{
-    // The host has no dynamic blocks.
-    return readRecord(block, value, [](const VxDbBlockTableRecord&, VARIANT_BOOL& flag) {
-        flag = VARIANT_FALSE;
-        return S_OK;
-    });
-}
-HRESULT getLayout(VxAxObjectRef& block, IDispatch* app, IVeltLayout** layout)
-{
-    if (layout) *layout = nullptr;
-    return readRecord(block, layout, [&](const VxDbBlockTableRecord& record, IVeltLayout*& out) -> HRESULT {
-        const VxDbObjectId id = record.getLayoutId();
+    if (!layout) return E_POINTER;
+    *layout = nullptr;
+    return guarded(kBlockIid, [&]() -> HRESULT {
+        VxDbObjectId id;
+        {
+            OpenedObject<VxDbBlockTableRecord> record(block, kx::VxDb::kForRead);
+            id = record.orThrow()->getLayoutId();
+        }
         if (id.isNull()) return E_FAIL;  // not a layout's block
         ComPtr<IUnknown> wrapper;
         VxAxGetIUnknownOfObject(wrapper.put(), id, app);
         if (!wrapper) return E_FAIL;
-        return wrapper->QueryInterface(__uuidof(IVeltLayout), reinterpret_cast<void**>(&out));
+        return wrapper->QueryInterface(__uuidof(IVeltLayout), reinterpret_cast<void**>(layout));
     });
 }
 

@@ -32,12 +32,6 @@ struct Level<IVeltHyperlink, Self, Base> {
     using type = HyperlinkMembers<Self, Pending<IVeltHyperlink, Base>>;
 };
 
-// Model space and paper space share the block's members.
-template <class Self, class Base>
-struct Level<IVeltBlock, Self, Base> {
-    using type = BlockMembers<Self, Pending<IVeltBlock, Base>>;
-};
-
 template <class Self, class Base>
 struct Level<IVeltLayers, Self, Base> {
     using type = LayersMembers<Self, Pending<IVeltLayers, Base>>;

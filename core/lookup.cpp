@@ -116,24 +116,19 @@ void notifyWrapperOfChange(kx::VxDbObjectId id)
 
 }  // namespace
 
+void setWrapperClass(kx::VxRxClass* cls, const CLSID& clsid) { cls->setClassId(fromClsid(clsid)); }
+
 void registerWrapperClasses()
 {
     kx::vxdbSetObjectModifiedHook(&notifyWrapperOfChange);
+    registerDeclaredWrappers();
     struct Pair {
         const wchar_t* hostClass;
         const CLSID* wrapper;
     };
     const Pair pairs[] = {
-        {L"KxDbLine", &CLSID_VeltLine},
-        {L"KxDbCircle", &CLSID_VeltCircle},
-        {L"KxDbArc", &CLSID_VeltArc},
-        {L"KxDbEllipse", &CLSID_VeltEllipse},
-        {L"KxDbPoint", &CLSID_VeltPoint},
-        {L"KxDbRay", &CLSID_VeltRay},
-        {L"KxDbXline", &CLSID_VeltXline},
         {L"KxDbBlockReference", &CLSID_VeltBlockReference},
         {L"KxDbBlockTable", &CLSID_VeltBlocks},
-        {L"KxDbBlockTableRecord", &CLSID_VeltBlock},
         {L"KxDbDictionary", &CLSID_VeltDictionary},
         {L"KxDbXrecord", &CLSID_VeltXRecord},
         {L"KxDbGroup", &CLSID_VeltGroup},

@@ -6,13 +6,14 @@
 #include <oaidl.h>
 
 #include <cstdint>
+#include <type_traits>
 
 #include "axsupport/export.h"
+#include "db/object.h"
 #include "db/objectid.h"
 
 namespace kx {
 class VxDbDatabase;
-class VxDbObject;
 }  // namespace kx
 
 // The wrapper of the object with this id, with one reference for the caller.
@@ -31,6 +32,14 @@ namespace nk {
 
 // Tells the host which wrapper class stands for each of its database classes.
 void registerWrapperClasses();
+// For the classes whose interface is declared (generated from the *.members files).
+void registerDeclaredWrappers();
+void setWrapperClass(kx::VxRxClass* cls, const CLSID& clsid);
+template <class T>
+void bindWrapperClass(const CLSID& clsid)
+{
+    if constexpr (std::is_base_of_v<kx::VxDbObject, T>) setWrapperClass(T::desc(), clsid);
+}
 
 // Makes an instance of a class of this module's table, or failing that through COM.
 HRESULT createWrapper(REFCLSID clsid, IUnknown** out);

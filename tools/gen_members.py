@@ -23,7 +23,8 @@ A member line gives the member's name as the type library has it, then either
   - or `hand` and the functions written by hand that implement it (one for a property's get,
     one for its put), with `(app)` for those that also take the application object. One
     accessor of a property may be written by hand alone: `radius / hand curves::setRadius`.
-A section marked `exported` implements each member as a pair of exported functions
+A section may name a `mixin`, a class template <Self, Base> put below the declared members
+for what the wrapper needs besides them. A section marked `exported` implements each member as a pair of exported functions
 (VxAx... by object id and by reference); its plain members name them after `->`.
 
 Every member of a declared interface is declared or listed as pending (frame/pending.txt),
@@ -94,6 +95,7 @@ class Section:
         self.access = None
         self.includes = []
         self.exported = False
+        self.mixin = None
         self.members = []
 
 
@@ -123,6 +125,8 @@ def parse_declarations(path):
                 current.includes.append(rest)
             elif word == 'exported':
                 current.exported = True
+            elif word == 'mixin':
+                current.mixin = rest
             else:
                 m = re.fullmatch(r'(\w+)\s+(\S+)\s*(.*)', line)
                 if not m:
@@ -230,7 +234,7 @@ def main():
     preamble += [f'#include "{inc}"' for inc in includes] + ['']
     h = []
     cpp = ['// Generated from the *.members declarations by tools/gen_members.py; do not edit.',
-           '#include "members_gen.h"', '']
+           '#include "members_gen.h"', '', '#include "core/lookup.h"', '']
     prototypes = []   # hand-written functions of the declared members, by namespace
     exports = []      # exported pairs: declarations
     export_defs = []  # and definitions
@@ -308,8 +312,11 @@ def main():
         h.append(f'    using Access = {access};\n    using Object = Access::Object;\n')
         h += body
         h.append('\nprivate:\n    Self& self() { return *static_cast<Self*>(this); }\n};')
+        below = f'Pending<{s.itf}, Base>'
+        if s.mixin:
+            below = f'{s.mixin}<Self, {below}>'
         h.append(f'template <class Self, class Base>\nstruct Level<{s.itf}, Self, Base> {{\n'
-                 f'    using type = Declared<{s.itf}, Self, Pending<{s.itf}, Base>>;\n}};\n}}  // namespace nk\n')
+                 f'    using type = Declared<{s.itf}, Self, {below}>;\n}};\n}}  // namespace nk\n')
 
     # Functions written by hand: one prototype each, in the namespace its name gives.
     by_ns = {}
@@ -323,6 +330,18 @@ def main():
     # The prototypes come before the members that call them.
     h = preamble + ['#include "exports_gen.h"', '', '// Members written by hand.'] + protos + h
     cpp += export_defs
+    # Each host class whose interface is declared is wrapped by that interface's coclass.
+    coclass_of = {}
+    for m in re.finditer(r'coclass\s+(\w+)\s*\{(.*?)\};', open(flat_idl).read(), re.S):
+        d = re.search(r'\[default\]\s*interface\s+(\w+)', m.group(2))
+        if d:
+            coclass_of.setdefault(d.group(1), m.group(1))
+    cpp.append('namespace nk {\n\n// The wrapper class of each host class whose interface is declared.\n'
+               'void registerDeclaredWrappers()\n{')
+    for s in sections:
+        if s.itf in coclass_of:
+            cpp.append(f'    bindWrapperClass<{s.object}>(CLSID_{coclass_of[s.itf]});')
+    cpp.append('}\n\n}  // namespace nk')
     ex = ['// Generated from the *.members declarations by tools/gen_members.py; do not edit.',
           '// The exported member functions, each by object id and by a wrapper\'s reference.',
           '#pragma once', '', '#include <windows.h>', '#include <oaidl.h>', '',

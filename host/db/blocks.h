@@ -56,6 +56,8 @@ public:
     // "*U7" and the like; model space and paper spaces are not anonymous.
     bool isAnonymous() const { return !name().empty() && name()[0] == L'*' && !isModelSpace() && !isPaperSpace(); }
     bool isFromExternalReference() const { return !mPathName.empty(); }
+    // Blocks with parameters and actions are not modelled here.
+    bool isDynamicBlock() const { return false; }
     bool isFromOverlayReference() const { return mOverlay; }
     Velt::ErrorStatus setIsFromOverlayReference(bool value) { return setField(mOverlay, value); }
     bool isUnloaded() const { return mUnloaded; }

@@ -1,0 +1,234 @@
+// The Add methods of a block: each converts its arguments (a malformed one ends the call with
+// its conversion's code, before anything is locked), then makes the entity in the block
+// through the common append routine: the database's defaults first, then the arguments.
+// Values the host refuses are the caller's: E_INVALIDARG, and nothing is added.
+#include <memory>
+#include <vector>
+
+#include "containers/append.h"
+#include "db/entities.h"
+#include "members_gen.h"
+#include "rx/rxobject.h"
+
+namespace nk::blocks {
+namespace {
+
+using kx::VxDbBlockTableRecord;
+using kx::VxGePoint3d;
+using kx::VxGeVector3d;
+
+// Converts the arguments after the output was checked and cleared.
+template <class Out, class Convert>
+HRESULT takeArguments(Out** out, Convert&& convert)
+{
+    if (!out) return E_POINTER;
+    *out = nullptr;
+    return guarded(__uuidof(IVeltBlock), [&] {
+        convert();
+        return S_OK;
+    });
+}
+
+// A new entity of the kind with the defaults of the block's database.
+template <class T>
+std::unique_ptr<T> newEntity(VxDbBlockTableRecord& block)
+{
+    auto made = std::make_unique<T>();
+    check(made->setDatabaseDefaults(block.database()));
+    return made;
+}
+
+// An argument the host refuses.
+void accept(kx::Velt::ErrorStatus status)
+{
+    if (status != kx::Velt::eOk) throw E_INVALIDARG;
+}
+
+// The plane of a new ellipse holds its major axis and is the nearest such plane to the
+// block's own: the block's normal with its part along the axis taken away.
+VxGeVector3d ellipseNormal(const VxDbBlockTableRecord& block, const VxGeVector3d& majorAxis)
+{
+    const VxGeVector3d normal = blockNormal(block);
+    if (majorAxis.isZeroLength()) return normal;
+    const VxGeVector3d axis = majorAxis.normal();
+    const VxGeVector3d inPlane = normal - axis * normal.dotProduct(axis);
+    return inPlane.isZeroLength() ? axis.perpVector() : inPlane.normal();
+}
+
+}  // namespace
+
+HRESULT addLine(VxAxObjectRef& block, IDispatch* app, VARIANT StartPoint, VARIANT EndPoint, IVeltLine** line)
+{
+    VxGePoint3d from, to;
+    if (HRESULT hr = takeArguments(line, [&] {
+            from = conv::Point::in(StartPoint);
+            to = conv::Point::in(EndPoint);
+        });
+        FAILED(hr))
+        return hr;
+    return appendEntity(block, app, line, [&](VxDbBlockTableRecord& record) {
+        auto made = newEntity<kx::VxDbLine>(record);
+        accept(made->setStartPoint(from));
+        accept(made->setEndPoint(to));
+        return NewEntity(std::move(made));
+    });
+}
+
+HRESULT addCircle(VxAxObjectRef& block, IDispatch* app, VARIANT Center, double Radius, IVeltCircle** circle)
+{
+    VxGePoint3d center;
+    if (HRESULT hr = takeArguments(circle, [&] { center = conv::Point::in(Center); }); FAILED(hr)) return hr;
+    return appendEntity(block, app, circle, [&](VxDbBlockTableRecord& record) {
+        auto made = newEntity<kx::VxDbCircle>(record);
+        accept(made->setCenter(center));
+        accept(made->setRadius(Radius));
+        check(made->setNormal(blockNormal(record)));
+        return NewEntity(std::move(made));
+    });
+}
+
+HRESULT addArc(VxAxObjectRef& block, IDispatch* app, VARIANT Center, double Radius, VELT_ANGLE StartAngle,
+               VELT_ANGLE EndAngle, IVeltArc** arc)
+{
+    VxGePoint3d center;
+    if (HRESULT hr = takeArguments(arc, [&] { center = conv::Point::in(Center); }); FAILED(hr)) return hr;
+    return appendEntity(block, app, arc, [&](VxDbBlockTableRecord& record) {
+        auto made = newEntity<kx::VxDbArc>(record);
+        accept(made->setCenter(center));
+        accept(made->setRadius(Radius));
+        accept(made->setStartAngle(StartAngle));
+        accept(made->setEndAngle(EndAngle));
+        check(made->setNormal(blockNormal(record)));
+        return NewEntity(std::move(made));
+    });
+}
+
+HRESULT addEllipse(VxAxObjectRef& block, IDispatch* app, VARIANT Center, VARIANT MajorAxis, double RadiusRatio,
+                   IVeltEllipse** ellipse)
+{
+    VxGePoint3d center;
+    VxGeVector3d axis;
+    if (HRESULT hr = takeArguments(ellipse, [&] {
+            center = conv::Point::in(Center);
+            axis = conv::Vector::in(MajorAxis);
+        });
+        FAILED(hr))
+        return hr;
+    return appendEntity(block, app, ellipse, [&](VxDbBlockTableRecord& record) {
+        auto made = newEntity<kx::VxDbEllipse>(record);
+        accept(made->set(center, ellipseNormal(record, axis), axis, RadiusRatio));
+        return NewEntity(std::move(made));
+    });
+}
+
+HRESULT addPoint(VxAxObjectRef& block, IDispatch* app, VARIANT Point, IVeltPoint** point)
+{
+    VxGePoint3d position;
+    if (HRESULT hr = takeArguments(point, [&] { position = conv::Point::in(Point); }); FAILED(hr)) return hr;
+    return appendEntity(block, app, point, [&](VxDbBlockTableRecord& record) {
+        auto made = newEntity<kx::VxDbPoint>(record);
+        accept(made->setPosition(position));
+        return NewEntity(std::move(made));
+    });
+}
+
+namespace {
+
+// Rays and construction lines: from the first point through the second.
+template <class T, class Out>
+HRESULT addLinear(VxAxObjectRef& block, IDispatch* app, const VARIANT& point1, const VARIANT& point2, Out** out)
+{
+    VxGePoint3d base, through;
+    if (HRESULT hr = takeArguments(out, [&] {
+            base = conv::Point::in(point1);
+            through = conv::Point::in(point2);
+        });
+        FAILED(hr))
+        return hr;
+    return appendEntity(block, app, out, [&](VxDbBlockTableRecord& record) {
+        auto made = newEntity<T>(record);
+        accept(made->setBasePoint(base));
+        accept(made->setUnitDir(through - base));  // normalised; the same point twice is refused
+        return NewEntity(std::move(made));
+    });
+}
+
+}  // namespace
+
+HRESULT addRay(VxAxObjectRef& block, IDispatch* app, VARIANT Point1, VARIANT Point2, IVeltRay** ray)
+{
+    return addLinear<kx::VxDbRay>(block, app, Point1, Point2, ray);
+}
+
+HRESULT addXline(VxAxObjectRef& block, IDispatch* app, VARIANT Point1, VARIANT Point2, IVeltXline** xline)
+{
+    return addLinear<kx::VxDbXline>(block, app, Point1, Point2, xline);
+}
+
+HRESULT add3DFace(VxAxObjectRef& block, IDispatch* app, VARIANT Point1, VARIANT Point2, VARIANT point3,
+                  VARIANT Point4, IVelt3DFace** face)
+{
+    std::vector<VxGePoint3d> corners;
+    if (HRESULT hr = takeArguments(face, [&] {
+            for (const VARIANT* p : {&Point1, &Point2, &point3, &Point4}) corners.push_back(conv::Point::in(*p));
+        });
+        FAILED(hr))
+        return hr;
+    return appendEntity(block, app, face, [&](VxDbBlockTableRecord& record) {
+        auto made = newEntity<kx::VxDbFace>(record);
+        accept(made->setVertices(corners));
+        return NewEntity(std::move(made));
+    });
+}
+
+HRESULT addSolid(VxAxObjectRef& block, IDispatch* app, VARIANT Point1, VARIANT Point2, VARIANT point3, VARIANT Point4,
+                 IVeltSolid** solid)
+{
+    std::vector<VxGePoint3d> corners;
+    if (HRESULT hr = takeArguments(solid, [&] {
+            for (const VARIANT* p : {&Point1, &Point2, &point3, &Point4}) corners.push_back(conv::Point::in(*p));
+        });
+        FAILED(hr))
+        return hr;
+    return appendEntity(block, app, solid, [&](VxDbBlockTableRecord& record) {
+        auto made = newEntity<kx::VxDbSolid>(record);
+        accept(made->setPoints(corners));
+        return NewEntity(std::move(made));
+    });
+}
+
+// Four corners, as one flat array of twelve doubles; any other count is refused.
+HRESULT addTrace(VxAxObjectRef& block, IDispatch* app, VARIANT PointsArray, IVeltTrace** trace)
+{
+    std::vector<VxGePoint3d> corners;
+    if (HRESULT hr = takeArguments(trace, [&] { corners = conv::Points::in(PointsArray); }); FAILED(hr)) return hr;
+    if (corners.size() != 4) return E_INVALIDARG;
+    return appendEntity(block, app, trace, [&](VxDbBlockTableRecord& record) {
+        auto made = newEntity<kx::VxDbTrace>(record);
+        accept(made->setPoints(corners));
+        check(made->setNormal(blockNormal(record)));
+        return NewEntity(std::move(made));
+    });
+}
+
+// Any entity class of the runtime, by its name ("KxDbLine"): an unknown name, a name that is
+// not a class, a class that makes nothing or makes no entity is refused.
+HRESULT addCustomObject(VxAxObjectRef& block, IDispatch* app, BSTR ClassName, IDispatch** object)
+{
+    if (!object) return E_POINTER;
+    *object = nullptr;
+    if (!ClassName || !*ClassName) return E_INVALIDARG;
+    const kx::VxRxClass* cls = kx::VxRxClass::cast(kx::vxrxClassDictionary()->at(ClassName));
+    if (!cls) return E_INVALIDARG;
+    return appendEntity(block, app, object, [&](VxDbBlockTableRecord& record) {
+        std::unique_ptr<kx::VxRxObject> made(cls->create());
+        auto* entity = kx::VxDbEntity::cast(made.get());
+        if (!entity) throw E_INVALIDARG;
+        made.release();
+        NewEntity owned(entity);
+        check(owned->setDatabaseDefaults(record.database()));
+        return owned;
+    });
+}
+
+}  // namespace nk::blocks
