@@ -22,6 +22,7 @@ public:
     ~Value() { VariantClear(&v_); }
     VARIANT* get() { return &v_; }
     VARIANT& operator*() { return v_; }
+    const VARIANT& operator*() const { return v_; }
     VARTYPE type() const { return V_VT(&v_); }
 
 private:

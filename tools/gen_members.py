@@ -235,6 +235,7 @@ def main():
     h = []
     cpp = ['// Generated from the *.members declarations by tools/gen_members.py; do not edit.',
            '#include "members_gen.h"', '', '#include "core/lookup.h"', '']
+    catalogue = []    # every declared member, for those that walk them
     prototypes = []   # hand-written functions of the declared members, by namespace
     exports = []      # exported pairs: declarations
     export_defs = []  # and definitions
@@ -261,6 +262,11 @@ def main():
                 if key in declared:
                     fail(m.where, f'{key} is declared twice')
                 declared.add(key)
+            kinds = {k for _, k in forms}
+            is_property = any(n.startswith(('get_', 'put_', 'putref_')) for n, _ in forms)
+            extra = len(methods[forms[0][0]]) - 1
+            catalogue.append(f'    {{L"{s.itf}", L"{m.name}", "{m.how}", {str(is_property).lower()}, '
+                             f'{str("get" in kinds).lower()}, {str("put" in kinds).lower()}, {extra}}},')
             for index, (method, kind) in enumerate(forms):
                 params = methods[method]
                 sig = signature(params)
@@ -350,6 +356,14 @@ def main():
     write_if_changed(out_header, '\n'.join(h) + '\n')
     write_if_changed(out_source, '\n'.join(cpp) + '\n')
     write_if_changed(out_exports, '\n'.join(ex) + '\n')
+    table = ['// Generated from the *.members declarations by tools/gen_members.py; do not edit.',
+             '// Every declared member, in declaration order.', '#pragma once', '',
+             'namespace nk {', '', 'struct DeclaredMember {', '    const wchar_t* itf;', '    const wchar_t* name;',
+             '    const char* conversion;  // "hand" for those written by hand',
+             '    bool property;', '    bool get;', '    bool put;', '    int extraArguments;  // an index, ...',
+             '};', '', 'inline constexpr DeclaredMember kDeclaredMembers[] = {'] + catalogue + ['};', '',
+             '}  // namespace nk']
+    write_if_changed(os.path.join(os.path.dirname(out_header), 'declared_gen.h'), '\n'.join(table) + '\n')
 
 
 def plain_body(m, kind, params, target, access, conv, accessor, indent='    '):

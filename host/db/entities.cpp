@@ -556,7 +556,11 @@ Velt::ErrorStatus VxDbLinearBase::setSecondPoint(const VxGePoint3d& point)
 {
     if (!fieldcheck::isFinite(point))
         return Velt::eInvalidInput;
-    return setUnitDir(point - mFields.basePoint);
+    const VxGeVector3d toPoint = point - mFields.basePoint;
+    if (Velt::ErrorStatus es = setUnitDir(toPoint))
+        return es;
+    mFields.secondDistance = toPoint.length();
+    return Velt::eOk;
 }
 
 Velt::ErrorStatus VxDbLinearBase::transformBy(const VxGeMatrix3d& xform)
@@ -568,6 +572,7 @@ Velt::ErrorStatus VxDbLinearBase::transformBy(const VxGeMatrix3d& xform)
     if (direction.isZeroLength())
         return Velt::eInvalidInput;
     mFields.basePoint = base;
+    mFields.secondDistance *= direction.length();
     mFields.unitDir = direction.normal();
     return Velt::eOk;
 }

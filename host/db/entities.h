@@ -180,17 +180,20 @@ public:
     Velt::ErrorStatus getGeomExtents(VxGeExtents3d& extents) const override;
 };
 
-// Shared by rays and construction lines: a base point and a unit direction.
+// Shared by rays and construction lines: a base point and a unit direction. The distance of
+// the second point that was given is kept for reading it back; files do not hold it (group
+// code 0: no group), so a line read from a file has its second point one unit out.
 #define KX_FIELDS_VxDbLinearBase(F)                                                                \
     F(GetSet, VxGePoint3d, basePoint, setBasePoint, VxGePoint3d::kOrigin, finite, kOwn, 10, 0)      \
-    F(GetSet, VxGeVector3d, unitDir, setUnitDir, VxGeVector3d::kXAxis, unitVector, kOwn, 11, 0)
+    F(GetSet, VxGeVector3d, unitDir, setUnitDir, VxGeVector3d::kXAxis, unitVector, kOwn, 11, 0)     \
+    F(Get, double, secondDistance, -, 1.0, positive, kOwn, 0, 0)
 
 class VxDbLinearBase : public VxDbCurve {
     VX_RX_DECLARE_MEMBERS(VxDbLinearBase)
     KX_DB_FIELDS(VxDbLinearBase, VxDbCurve)
 public:
-    // Any point the line passes through but the base point.
-    VxGePoint3d secondPoint() const { return mFields.basePoint + mFields.unitDir; }
+    // A point the line passes through other than the base point: the one last given.
+    VxGePoint3d secondPoint() const { return mFields.basePoint + mFields.unitDir * mFields.secondDistance; }
     // Turns the line through the point; the base point itself is refused.
     Velt::ErrorStatus setSecondPoint(const VxGePoint3d& point);
 

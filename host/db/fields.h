@@ -10,7 +10,8 @@
 // The columns: access (GetSet: a getter and a checked setter; Get: a getter only, the kind
 // writes the setter that keeps its geometry whole), type, getter, setter, default, check (a
 // function of kx::fieldcheck), the exchange-file subclass of the field (kOwn: the kind's
-// own), its group code (points take code, code + 10, code + 20) and its file flags (kxdxf).
+// own), its group code (points take code, code + 10, code + 20; 0 for data files do not hold)
+// and its file flags (kxdxf).
 //
 // The class says KX_DB_FIELDS(Class, Parent) in its body, its source file
 // KX_DB_DEFINE_KIND(...). From the one line follow the field's storage, get and set (a

@@ -75,8 +75,8 @@ void writeFields(GroupWriter& out, const VxDbObject& object, const VxDbKind& kin
     const char* subclass = nullptr;
     std::string text;
     for (const VxDbField* field : fields) {
-        if (version < kxdxf::sinceOf(field->flags))
-            continue;
+        if (field->code == 0 || version < kxdxf::sinceOf(field->flags))
+            continue;  // kept in memory only, or not in files this old
         const VxDbFieldValue value = field->get(object);
         if ((field->flags & kxdxf::kOptional) && vxdbSameFieldValue(value, field->defaultValue))
             continue;
@@ -126,6 +126,8 @@ bool readFields(VxDbObject& object, const VxDbKind& kind, const std::vector<Fiel
         for (size_t i = 0; i < fields.size() && !taken; ++i) {
             const VxDbField& field = *fields[i];
             VxDbFieldValue& value = values[i];
+            if (field.code == 0)
+                continue;
             const int axis = (group.code - field.code) / 10;
             const bool spatial =
                 std::holds_alternative<VxGePoint3d>(value) || std::holds_alternative<VxGeVector3d>(value);
