@@ -1,5 +1,10 @@
 #include "core/bound_object.h"
 
+#include <memory>
+#include <string>
+
+#include "core/lookup.h"
+#include "rx/rxobject.h"
 #include "services/linkmanager.h"
 
 namespace nk {
@@ -13,10 +18,21 @@ void BoundObject::forgetRecord()
     if (links && identity_ && !id.isNull() && links->getIUnknown(id) == identity_) links->setIUnknown(id, nullptr);
 }
 
+void BoundObject::ownNewObject()
+{
+    const kx::VxRxClass* cls = hostClassOfWrapper(clsid_);
+    if (!cls) return;
+    std::unique_ptr<kx::VxRxObject> made(cls->create());
+    if (kx::VxDbObject* object = kx::VxDbObject::cast(made.get())) {
+        made.release();
+        ref_ = VxAxObjectRef(object);
+    }
+}
+
 HRESULT BoundObject::SetObjectId(kx::VxDbObjectId objectId, kx::VxDbObjectId, const wchar_t*)
 {
     forgetRecord();
-    ref_.setObjectId(objectId);
+    ref_ = VxAxObjectRef(objectId);  // an object of its own, if it had one, goes
     if (!identity_) {
         // Ask once, while the object is whole: the destructor can no longer.
         IUnknown* unknown = nullptr;

@@ -31,6 +31,9 @@ public:
     HRESULT STDMETHODCALLTYPE GetApplicationObject(IDispatch** application) override;
 
     VxAxObjectRef& objectRef() { return ref_; }
+    // Takes a new object of the host class this wrapper stands for, kept until it goes into
+    // a drawing; wrappers of classes with no host class of their own stay unbound.
+    void ownNewObject();
 
 protected:
     // Tells the wrapper's event sinks that its object changed.

@@ -95,10 +95,7 @@ private:
 HRESULT createWrapper(REFCLSID clsid, IUnknown** out)
 {
     *out = nullptr;
-    ComPtr<IClassFactory> factory;
-    if (SUCCEEDED(getClassObject(clsid, IID_IClassFactory, factory.putVoid())) &&
-        SUCCEEDED(factory->CreateInstance(nullptr, IID_IUnknown, reinterpret_cast<void**>(out))))
-        return S_OK;
+    if (SUCCEEDED(createInstance(clsid, IID_IUnknown, reinterpret_cast<void**>(out)))) return S_OK;
     return CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, IID_IUnknown, reinterpret_cast<void**>(out));
 }
 
@@ -117,6 +114,17 @@ void notifyWrapperOfChange(kx::VxDbObjectId id)
 }  // namespace
 
 void setWrapperClass(kx::VxRxClass* cls, const CLSID& clsid) { cls->setClassId(fromClsid(clsid)); }
+
+const kx::VxRxClass* hostClassOfWrapper(const CLSID& clsid)
+{
+    const kx::VxClsid wanted = fromClsid(clsid);
+    kx::VxRxDictionary* classes = kx::vxrxClassDictionary();
+    for (const std::wstring& name : classes->keys()) {
+        const kx::VxRxClass* cls = kx::VxRxClass::cast(classes->at(name.c_str()));
+        if (cls && cls->classId() == wanted) return cls;
+    }
+    return nullptr;
+}
 
 void registerWrapperClasses()
 {

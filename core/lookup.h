@@ -35,6 +35,8 @@ void registerWrapperClasses();
 // For the classes whose interface is declared (generated from the *.members files).
 void registerDeclaredWrappers();
 void setWrapperClass(kx::VxRxClass* cls, const CLSID& clsid);
+// The host class whose objects a wrapper class stands for; null when it has none.
+const kx::VxRxClass* hostClassOfWrapper(const CLSID& clsid);
 template <class T>
 void bindWrapperClass(const CLSID& clsid)
 {

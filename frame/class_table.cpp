@@ -12,14 +12,25 @@
 namespace nk {
 namespace {
 
+void giveNewObject(IUnknown* made)
+{
+    ComPtr<IVeltBaseObject> bound;
+    if (SUCCEEDED(made->QueryInterface(__uuidof(IVeltBaseObject), bound.putVoid())) && bound)
+        static_cast<BoundObject*>(bound.get())->ownNewObject();
+}
+
 // The standard cached class factory: no licensing; LockServer keeps the module loaded.
+// What a client makes through it is new: a wrapper of a database object gets an object of
+// its own, not yet in a drawing.
 class ClassFactory final : public SingleInterfaceObject<IClassFactory> {
 public:
     explicit ClassFactory(CreateInstanceFn create) : create_(create) {}
 
     HRESULT STDMETHODCALLTYPE CreateInstance(IUnknown* outer, REFIID riid, void** ppv) override
     {
-        return create_(outer, riid, ppv);
+        HRESULT hr = create_(outer, riid, ppv);
+        if (SUCCEEDED(hr) && !outer && ppv && *ppv) giveNewObject(static_cast<IUnknown*>(*ppv));
+        return hr;
     }
     HRESULT STDMETHODCALLTYPE LockServer(BOOL lock) override
     {
@@ -127,6 +138,15 @@ void releaseClassTable()
         if (IUnknown* factory = std::exchange(gTable[i].cachedFactory, nullptr)) factory->Release();
         if (gTable[i].objectMain) gTable[i].objectMain(false);
     }
+}
+
+HRESULT createInstance(REFCLSID clsid, REFIID riid, void** ppv)
+{
+    if (!ppv) return E_POINTER;
+    *ppv = nullptr;
+    for (ClassEntry* e = gTable; e->clsid; ++e)
+        if (*e->clsid == clsid && e->createInstance) return e->createInstance(nullptr, riid, ppv);
+    return CLASS_E_CLASSNOTAVAILABLE;
 }
 
 HRESULT getClassObject(REFCLSID clsid, REFIID riid, void** ppv)

@@ -30,5 +30,8 @@ void fillClassTable();
 void releaseClassTable();
 // DllGetClassObject.
 HRESULT getClassObject(REFCLSID clsid, REFIID riid, void** ppv);
+// An instance of a class of the table as the module makes one for itself (a wrapper for an
+// object that exists), without its class factory; CLASS_E_CLASSNOTAVAILABLE for others.
+HRESULT createInstance(REFCLSID clsid, REFIID riid, void** ppv);
 
 }  // namespace nk
