@@ -148,7 +148,9 @@ HRESULT addLinear(VxAxObjectRef& block, IDispatch* app, const VARIANT& point1, c
     return appendEntity(block, app, out, [&](VxDbBlockTableRecord& record) {
         auto made = newEntity<T>(record);
         accept(made->setBasePoint(base));
-        accept(made->setUnitDir(through - base));  // normalised; the same point twice is refused
+        // The unit direction towards the second point, which reads back as given; the same
+        // point twice is refused.
+        accept(made->setSecondPoint(through));
         return NewEntity(std::move(made));
     });
 }
