@@ -193,9 +193,10 @@ struct OwnAccess {
     template <class Read>
     static HRESULT read(Target& ref, Read&& read)
     {
+        // The open throws nothing: only the read and its conversion need the error edge.
+        OpenedObject<T> object(ref, kx::VxDb::kForRead);
+        if (!object.isOpen()) return E_POINTER;
         return guarded(iid(), [&]() -> HRESULT {
-            OpenedObject<T> object(ref, kx::VxDb::kForRead);
-            if (!object.isOpen()) return E_POINTER;
             read(static_cast<const T&>(*object.get()));
             return S_OK;
         });

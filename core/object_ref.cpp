@@ -10,10 +10,9 @@ VxAxObjectRef::VxAxObjectRef(kx::VxDbObject* owned) : owned_(owned)
 
 VxAxObjectRef::~VxAxObjectRef() = default;
 
-kx::VxDbObjectId VxAxObjectRef::objectId() const
+kx::VxDbObjectId VxAxObjectRef::ownedObjectId() const
 {
-    if (owned_ && owned_->isResident()) return owned_->objectId();
-    return id_;
+    return owned_->isResident() ? owned_->objectId() : id_;
 }
 
 void VxAxObjectRef::setObjectId(kx::VxDbObjectId id)
@@ -24,7 +23,6 @@ void VxAxObjectRef::setObjectId(kx::VxDbObjectId id)
     id_ = id;
 }
 
-kx::VxDbObject* VxAxObjectRef::ownedObject() const { return owned_.get(); }
 
 void VxAxObjectRef::Deleter::operator()(kx::VxDbObject* object) const
 {

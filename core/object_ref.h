@@ -25,13 +25,15 @@ public:
     ~VxAxObjectRef();
 
     // The id of the object; the id an owned object got once it was appended.
-    kx::VxDbObjectId objectId() const;
+    kx::VxDbObjectId objectId() const { return owned_ ? ownedObjectId() : id_; }
     void setObjectId(kx::VxDbObjectId id);
     // The object the reference owns, while it is not in a database.
-    kx::VxDbObject* ownedObject() const;
+    kx::VxDbObject* ownedObject() const { return owned_.get(); }
     bool isNull() const { return objectId().isNull() && !owned_; }
 
 private:
+    kx::VxDbObjectId ownedObjectId() const;
+
     kx::VxDbObjectId id_;
     struct Deleter {
         void operator()(kx::VxDbObject* object) const;
@@ -45,20 +47,18 @@ namespace nk {
 template <class T = kx::VxDbObject>
 class OpenedObject {
 public:
-    OpenedObject(const VxAxObjectRef& ref, kx::VxDb::OpenMode mode) : OpenedObject(ref.objectId(), mode)
+    // Inlined always: it is the first step of every member call.
+    [[gnu::always_inline]] OpenedObject(const VxAxObjectRef& ref, kx::VxDb::OpenMode mode)
     {
         if (kx::VxDbObject* owned = ref.ownedObject(); owned && !owned->isResident()) {
             object_ = T::cast(owned);
             status_ = object_ ? kx::Velt::eOk : kx::Velt::eWrongObjectType;
             owned_ = true;
+            return;
         }
+        open(ref.objectId(), mode);
     }
-    OpenedObject(kx::VxDbObjectId id, kx::VxDb::OpenMode mode)
-    {
-        kx::VxDbObject* opened = nullptr;
-        status_ = kx::vxdbOpenObject(opened, id, T::desc(), mode);
-        object_ = status_ == kx::Velt::eOk ? static_cast<T*>(opened) : nullptr;
-    }
+    OpenedObject(kx::VxDbObjectId id, kx::VxDb::OpenMode mode) { open(id, mode); }
     OpenedObject(const OpenedObject&) = delete;
     OpenedObject& operator=(const OpenedObject&) = delete;
     ~OpenedObject() { close(); }
@@ -80,6 +80,13 @@ public:
     }
 
 private:
+    [[gnu::always_inline]] void open(kx::VxDbObjectId id, kx::VxDb::OpenMode mode)
+    {
+        kx::VxDbObject* opened = nullptr;
+        status_ = kx::vxdbOpenObject(opened, id, T::desc(), mode);
+        object_ = status_ == kx::Velt::eOk ? static_cast<T*>(opened) : nullptr;
+    }
+
     T* object_ = nullptr;
     kx::Velt::ErrorStatus status_ = kx::Velt::eNullObjectId;
     bool owned_ = false;
