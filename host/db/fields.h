@@ -3,8 +3,8 @@
 // One description per kind of database object. A kind lists its fields once, a line each,
 // in a macro named after the class:
 //
-//   #define KX_FIELDS_VxDbCircle(F)                                                     \
-//       F(GetSet, double,      radius, setRadius, 1.0,                  positive, kOwn, 40, 0)  \
+//   #define KX_FIELDS_VxDbCircle(F)  (each line ending in a backslash)
+//       F(GetSet, double,      radius, setRadius, 1.0,                  positive, kOwn, 40, 0)
 //       F(GetSet, VxGePoint3d, center, setCenter, VxGePoint3d::kOrigin, finite,   kOwn, 10, kOcs)
 //
 // The columns: access (GetSet: a getter and a checked setter; Get: a getter only, the kind
