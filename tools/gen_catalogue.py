@@ -32,6 +32,17 @@ def interfaces(header_text):
         yield name, base, methods
 
 
+def read_pending(path):
+    """The set of "Interface.method" lines of the pending list."""
+    pending = set()
+    with open(path) as f:
+        for line in f:
+            line = line.split('#', 1)[0].strip()
+            if line:
+                pending.add(line)
+    return pending
+
+
 def coclasses(idl_text):
     for m in re.finditer(r'coclass\s+(\w+)\s*\{(.*?)\};', idl_text, re.S):
         name, body = m.groups()
@@ -48,12 +59,7 @@ def main():
         return
     header, flat_idl, pending_path, out_path = sys.argv[1:5]
     itfs = list(interfaces(open(header).read()))
-    pending = set()
-    with open(pending_path) as f:
-        for line in f:
-            line = line.split('#', 1)[0].strip()
-            if line:
-                pending.add(line)
+    pending = read_pending(pending_path)
     known = {f'{n}.{m}' for n, _, ms in itfs for m, _ in ms}
     unknown = sorted(pending - known)
     if unknown:

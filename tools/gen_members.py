@@ -37,7 +37,7 @@ import re
 import sys
 
 sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
-from gen_catalogue import interfaces as catalogue_interfaces  # noqa: E402
+from gen_catalogue import interfaces as catalogue_interfaces, read_pending  # noqa: E402
 
 CONVERSIONS = {
     'double': 'Double', 'long': 'Long', 'short': 'Short', 'bool': 'Bool', 'text': 'Text',
@@ -199,12 +199,7 @@ def main():
     declarations = sys.argv[7:]
     itfs = interfaces(open(header).read())
     outs = out_params(open(flat_idl).read())
-    pending = set()
-    with open(pending_path) as f:
-        for line in f:
-            line = line.split('#', 1)[0].strip()
-            if line:
-                pending.add(line)
+    pending = read_pending(pending_path)
 
     sections = []
     for path in declarations:
