@@ -1,8 +1,10 @@
 #!/usr/bin/python3
 """ezdxf's view of drawings the host writes, and drawings for the host to read.
 
-  ezdxf_tool.py check FILE EXPECTED [FILE EXPECTED ...]
-                                      audit each FILE and compare it with the facts in its EXPECTED
+  ezdxf_tool.py check [--others] FILE EXPECTED [FILE EXPECTED ...]
+                                      audit each FILE and compare it with the facts in its EXPECTED;
+                                      with --others, GDAL and LibreCAD must open each FILE too
+                                      (other_programs.py)
   ezdxf_tool.py make FOLDER           write drawings of every entity kind, several versions
   ezdxf_tool.py lines FILE COUNT      write a drawing of COUNT lines (benchmark input)
   ezdxf_tool.py time FILE OUT         time reading FILE and writing it to OUT; prints seconds
@@ -246,11 +248,17 @@ def timing(path, out):
 
 
 def main(argv):
-    if len(argv) >= 4 and argv[1] == "check" and len(argv) % 2 == 0:
-        failed = 0
-        for i in range(2, len(argv), 2):
-            failed |= check(argv[i], argv[i + 1])
-        return failed
+    if len(argv) >= 3 and argv[1] == "check":
+        others = argv[2] == "--others"
+        pairs = argv[3:] if others else argv[2:]
+        if pairs and len(pairs) % 2 == 0:
+            failed = 0
+            for i in range(0, len(pairs), 2):
+                failed |= check(pairs[i], pairs[i + 1])
+            if others:
+                import other_programs  # beside this script
+                failed |= other_programs.check(pairs[0::2])
+            return failed
     if len(argv) >= 3 and argv[1] == "make":
         return make(argv[2])
     if len(argv) >= 4 and argv[1] == "lines":

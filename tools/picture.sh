@@ -1,0 +1,8 @@
+#!/usr/bin/env bash
+# A picture of any drawing, drawn by ezdxf's drawing add-on (matplotlib) from the file alone:
+#   tools/picture.sh FILE.dxf [OUT.png]     (OUT defaults to FILE.png)
+set -euo pipefail
+in=$1
+out=${2:-${in%.*}.png}
+MPLBACKEND=Agg MPLCONFIGDIR=$(mktemp -d) /usr/bin/python3 -m ezdxf draw -o "$out" "$in" >/dev/null
+echo "picture of $in: $out"
