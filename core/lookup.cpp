@@ -93,6 +93,8 @@ private:
 
 }  // namespace
 
+CLSID wrapperClassOfObject(const kx::VxDbObject* object) { return wrapperClassOf(object); }
+
 HRESULT createWrapper(REFCLSID clsid, IUnknown** out)
 {
     *out = nullptr;

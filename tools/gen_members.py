@@ -118,7 +118,9 @@ def parse_declarations(path):
             elif word == 'mixin':
                 current.mixin = rest
             else:
-                m = re.fullmatch(r'(\w+)\s+(\S+)\s*(.*)', line)
+                # What follows " | " is for the Properties palette (tools/gen_palette.py).
+                line, _, palette = line.partition(' | ')
+                m = re.fullmatch(r'(\w+)\s+(\S+)\s*(.*)', line.strip())
                 if not m:
                     fail(where, 'expected: Member conversion accessors')
                 name, how, spec = m.groups()
@@ -133,8 +135,10 @@ def parse_declarations(path):
                           or re.fullmatch(r'enum\((-?\d+)\.\.(-?\d+)\)', how))
                 if not how_ok:
                     fail(where, f'unknown conversion {how!r}')
-                current.members.append(Member(where, name, how, parts[0] if parts else None,
-                                              parts[1] if len(parts) > 1 else None, exports))
+                member = Member(where, name, how, parts[0] if parts else None,
+                                parts[1] if len(parts) > 1 else None, exports)
+                member.palette = palette.strip()
+                current.members.append(member)
     for s in sections:
         if not s.object or not s.access:
             fail(s.where, 'a section needs its object and access')
