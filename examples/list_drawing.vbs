@@ -1,4 +1,5 @@
-' A late-bound client: opens a drawing and lists what its model space holds.
+' A late-bound client: opens a drawing and lists what its model space holds, with the values
+' of the attributed blocks (a title block) read back with GetAttributes.
 '   cscript //nologo list_drawing.vbs C:\path\plan.dxf
 Option Explicit
 
@@ -11,7 +12,15 @@ Dim doc : Set doc = CreateObject("NkAuto.Document")
 doc.Open WScript.Arguments(0)
 WScript.Echo doc.Name & ": " & doc.ModelSpace.Count & " objects in model space"
 
-Dim item
+Dim item, attribute
 For Each item In doc.ModelSpace
     WScript.Echo "  " & item.ObjectName & "  handle " & item.Handle & "  layer " & item.Layer
+    If item.ObjectName = "KxDbText" Then WScript.Echo "    text: " & item.TextString
+    If item.ObjectName = "KxDbBlockReference" Then
+        If item.HasAttributes Then
+            For Each attribute In item.GetAttributes
+                WScript.Echo "    " & attribute.TagString & " = " & attribute.TextString
+            Next
+        End If
+    End If
 Next

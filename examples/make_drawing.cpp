@@ -1,6 +1,8 @@
 // An early-bound client: makes a drawing without an editor. It creates a document, adds
 // two layers and a small floor plan of lines in model space, gives each line its layer and
-// colour, reads the lines back through the model space's enumerator and saves the drawing.
+// colour, names the rooms, reads the lines back through the model space's enumerator and
+// saves the drawing. Its title block is a drawing of its own (titleblock.dxf beside the
+// plan): a frame with attribute definitions, inserted into the plan and filled in.
 //
 //   make_drawing [file.dxf]        (default: plan.dxf in the current folder)
 #include <windows.h>
@@ -8,6 +10,7 @@
 
 #include <cstdio>
 #include <cwchar>
+#include <string>
 
 #include "frame/com.h"
 #include "kxauto.h"
@@ -57,13 +60,67 @@ const Wall kPlan[] = {
     {3, 8, 4, 7, L"Doors", vxBlue},
 };
 
-int run(const wchar_t* file)
+ComPtr<IKxDbDocument> newDocument()
 {
     CLSID clsid;
     check(CLSIDFromProgID(L"NkAuto.Document", &clsid), L"finding NkAuto.Document (run nkreg.exe first)");
     ComPtr<IKxDbDocument> document;
     check(CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, __uuidof(IKxDbDocument), document.putVoid()),
           L"creating the document");
+    return document;
+}
+
+void save(IKxDbDocument* document, const wchar_t* file)
+{
+    Variant noSecurity;  // an optional argument left out
+    V_VT(noSecurity.get()) = VT_ERROR;
+    V_ERROR(noSecurity.get()) = DISP_E_PARAMNOTFOUND;
+    check(document->SaveAs(Bstr(file).get(), *noSecurity.get()), L"saving the drawing");
+}
+
+// The title block: a frame, a fixed label, the company as a constant attribute and two
+// attributes each sheet fills in.
+void makeTitleBlock(const std::wstring& file)
+{
+    ComPtr<IKxDbDocument> document = newDocument();
+    ComPtr<IVeltModelSpace> space;
+    check(document->get_ModelSpace(space.put()), L"reading model space");
+    const double frame[][4] = {{0, 0, 6, 0}, {6, 0, 6, 2}, {6, 2, 0, 2}, {0, 2, 0, 0}, {0, 1, 6, 1}};
+    for (const auto& f : frame) {
+        Variant start, end;
+        setPoint(start, f[0], f[1]);
+        setPoint(end, f[2], f[3]);
+        ComPtr<IVeltLine> line;
+        check(space->AddLine(*start.get(), *end.get(), line.put()), L"drawing the frame");
+    }
+    Variant at;
+    setPoint(at, 0.2, 1.6);
+    ComPtr<IVeltText> label;
+    check(space->AddText(Bstr(L"PROJECT").get(), *at.get(), 0.2, label.put()), L"adding the label");
+    struct Field {
+        const wchar_t* tag;
+        const wchar_t* prompt;
+        const wchar_t* value;
+        VxAttributeMode mode;
+        double x, y;
+    };
+    const Field fields[] = {{L"PROJECT", L"Project", L"-", vxAttributeModeNormal, 1.5, 1.3},
+                            {L"DRAWN", L"Drawn by", L"-", vxAttributeModePreset, 0.2, 0.3},
+                            {L"COMPANY", L"", L"NkAuto Works", vxAttributeModeConstant, 3.2, 0.3}};
+    for (const Field& f : fields) {
+        setPoint(at, f.x, f.y);
+        ComPtr<IVeltAttribute> definition;
+        check(space->AddAttribute(0.3, f.mode, Bstr(f.prompt).get(), *at.get(), Bstr(f.tag).get(),
+                                  Bstr(f.value).get(), definition.put()),
+              L"adding an attribute definition");
+    }
+    save(document.get(), file.c_str());
+    std::wprintf(L"title block saved as %ls\n", file.c_str());
+}
+
+int run(const wchar_t* file)
+{
+    ComPtr<IKxDbDocument> document = newDocument();
 
     ComPtr<IVeltLayers> layers;
     check(document->get_Layers(layers.put()), L"reading the layers");
@@ -89,6 +146,52 @@ int run(const wchar_t* file)
     }
     std::wprintf(L"%zu lines added to model space\n", sizeof(kPlan) / sizeof(kPlan[0]));
 
+    // The rooms' names, centred in each room, and a note of several lines.
+    struct Room {
+        const wchar_t* name;
+        double x, y;
+    };
+    for (const Room& room : {Room{L"Office", 3.5, 4}, Room{L"Store", 9.5, 4}}) {
+        Variant at;
+        setPoint(at, room.x, room.y);
+        ComPtr<IVeltText> text;
+        check(modelSpace->AddText(Bstr(room.name).get(), *at.get(), 0.5, text.put()), L"naming a room");
+        check(text->put_Alignment(vxAlignmentMiddleCenter), L"centring a room's name");
+        check(text->put_TextAlignmentPoint(*at.get()), L"placing a room's name");
+    }
+    Variant noteAt;
+    setPoint(noteAt, 0, -1);
+    ComPtr<IVeltMText> note;
+    check(modelSpace->AddMText(*noteAt.get(), 12, Bstr(L"Walls 240 mm\\PDoors 900 mm").get(), note.put()),
+          L"adding the note");
+    std::wprintf(L"room names and a note added\n");
+
+    // The title block comes from its own drawing and is filled in here.
+    std::wstring blockFile = file;
+    const size_t slash = blockFile.find_last_of(L"\\/");
+    blockFile = (slash == std::wstring::npos ? std::wstring() : blockFile.substr(0, slash + 1)) + L"titleblock.dxf";
+    makeTitleBlock(blockFile);
+    Variant corner, noPassword;
+    setPoint(corner, 13, 0);
+    ComPtr<IVeltBlockReference> titleBlock;
+    check(modelSpace->InsertBlock(*corner.get(), Bstr(blockFile.c_str()).get(), 1, 1, 1, 0, *noPassword.get(),
+                                  titleBlock.put()),
+          L"inserting the title block");
+    Variant attributes;
+    check(titleBlock->GetAttributes(attributes.get()), L"reading the title block's attributes");
+    nk::SafeArrayAccess access(V_ARRAY(attributes.get()));
+    VARIANT* values = access.data<VARIANT>();
+    for (ULONG i = 0; i < V_ARRAY(attributes.get())->rgsabound[0].cElements; ++i) {
+        ComPtr<IVeltAttributeReference> attribute;
+        check(V_DISPATCH(&values[i])->QueryInterface(__uuidof(IVeltAttributeReference), attribute.putVoid()),
+              L"reading an attribute");
+        Bstr tag;
+        check(attribute->get_TagString(tag.put()), L"reading a tag");
+        const wchar_t* value = std::wcscmp(tag.c_str(), L"PROJECT") == 0 ? L"Harbour Office" : L"NkAuto example";
+        check(attribute->put_TextString(Bstr(value).get()), L"filling in the title block");
+        std::wprintf(L"  title block %ls = %ls\n", tag.c_str(), value);
+    }
+
     // Read back what the drawing now holds, as a For Each would.
     ComPtr<IUnknown> walk;
     check(modelSpace->get__NewEnum(walk.put()), L"starting the enumeration");
@@ -99,7 +202,7 @@ int run(const wchar_t* file)
         ULONG fetched = 0;
         if (items->Next(1, item.get(), &fetched) != S_OK || fetched != 1) break;
         ComPtr<IVeltLine> line;
-        check(V_DISPATCH(item.get())->QueryInterface(__uuidof(IVeltLine), line.putVoid()), L"reading a line");
+        if (FAILED(V_DISPATCH(item.get())->QueryInterface(__uuidof(IVeltLine), line.putVoid()))) continue;
         Bstr handle, layer;
         ComPtr<IVeltVxCmColor> color;
         VxColor index = vxByLayer;
@@ -113,10 +216,7 @@ int run(const wchar_t* file)
                      static_cast<int>(index), length);
     }
 
-    Variant noSecurity;  // an optional argument left out
-    V_VT(noSecurity.get()) = VT_ERROR;
-    V_ERROR(noSecurity.get()) = DISP_E_PARAMNOTFOUND;
-    check(document->SaveAs(Bstr(file).get(), *noSecurity.get()), L"saving the drawing");
+    save(document.get(), file);
     std::wprintf(L"saved as %ls\n", file);
     return 0;
 }

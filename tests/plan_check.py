@@ -1,6 +1,7 @@
 #!/usr/bin/python3
 """Reads the drawing that the example client saved with ezdxf: it must pass ezdxf's audit and
-hold the client's lines with their layers and colours."""
+hold the client's lines with their layers and colours, the rooms' names and the title block
+filled in under its tags."""
 
 import sys
 
@@ -32,7 +33,25 @@ def main(path):
     if found != expected:
         print("lines differ:\n  found    ", found, "\n  expected ", expected)
         return 1
-    print(f"ezdxf reads {len(lines)} lines on layers Walls and Doors in red and blue; the audit is clean")
+    names = sorted(e.dxf.text for e in doc.modelspace() if e.dxftype() == "TEXT")
+    if names != ["Office", "Store"]:
+        print("room names differ:", names)
+        return 1
+    inserts = [e for e in doc.modelspace() if e.dxftype() == "INSERT"]
+    if len(inserts) != 1:
+        print(f"{len(inserts)} block insertions instead of the title block")
+        return 1
+    values = {a.dxf.tag: a.dxf.text for a in inserts[0].attribs}
+    if values != {"PROJECT": "Harbour Office", "DRAWN": "NkAuto example"}:
+        print("the title block holds", values)
+        return 1
+    block = doc.blocks.get(inserts[0].dxf.name)
+    constants = [a.dxf.text for a in block.query("ATTDEF") if a.is_const]
+    if constants != ["NkAuto Works"]:
+        print("the title block's constant attributes:", constants)
+        return 1
+    print(f"ezdxf reads {len(lines)} lines on layers Walls and Doors in red and blue, the rooms' names and the "
+          "title block filled in; the audit is clean")
     return 0
 
 

@@ -1462,38 +1462,6 @@ void Reader::parseRecord(Record& record, int table)
 
 // ---- entities ----
 
-namespace {
-
-// Object coordinates (the arbitrary axis rule of the normal) to world.
-VxGePoint3d ocsToWcs(const VxGePoint3d& p, const VxGeVector3d& normal)
-{
-    if (normal.x == 0.0 && normal.y == 0.0 && normal.z > 0.0)
-        return p;
-    VxGeMatrix3d m;
-    m.setToPlaneToWorld(normal);
-    VxGePoint3d out = p;
-    out.transformBy(m);
-    return out;
-}
-
-struct Vec3Reader {
-    VxGePoint3d value;
-    bool apply(int code, int base, double v)
-    {
-        if (code == base)
-            value.x = v;
-        else if (code == base + 10)
-            value.y = v;
-        else if (code == base + 20)
-            value.z = v;
-        else
-            return false;
-        return true;
-    }
-};
-
-}  // namespace
-
 VxDbEntity* Reader::makeKnownEntity(const Record& record, const std::vector<size_t>& body, bool& keepOpaque)
 {
     keepOpaque = false;

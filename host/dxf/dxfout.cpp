@@ -30,20 +30,6 @@ using namespace dxf;
 
 double degrees(double radians) { return radians * 180.0 / kPi; }
 
-// World to object coordinates (the arbitrary axis rule of the normal).
-VxGePoint3d wcsToOcs(const VxGePoint3d& p, const VxGeVector3d& normal)
-{
-    if (normal.x == 0.0 && normal.y == 0.0 && normal.z > 0.0)
-        return p;
-    VxGeMatrix3d m;
-    m.setToWorldToPlane(normal);
-    VxGePoint3d out = p;
-    out.transformBy(m);
-    return out;
-}
-
-bool isZAxis(const VxGeVector3d& v) { return v.x == 0.0 && v.y == 0.0 && v.z == 1.0; }
-
 // Classes the host's own objects need declared.
 struct KnownClass {
     const char* dxfName;
