@@ -358,6 +358,14 @@ TEST_F(DeclaredProperties, EveryPropertyIsSetReadAndRefusedThroughTheInterfaces)
         {L"IVeltMText", __uuidof(IVeltMText), "MTEXT",
          [&](IVeltModelSpace* s, IDispatch** o) { IVeltMText* e = nullptr; HRESULT hr = s->AddMText(*p1, 10.0, label.get(), &e); as(e, o); return hr; },
          {{L"InsertionPoint", "insert"}, {L"Height", "char_height"}, {L"Width", "width"}, {L"Normal", "extrusion"}}},
+        {L"IVeltAttribute", __uuidof(IVeltAttribute), "ATTDEF",
+         [&](IVeltModelSpace* s, IDispatch** o) { IVeltAttribute* e = nullptr; HRESULT hr = s->AddAttribute(2.0, vxAttributeModePreset, label.get(), *p1, label.get(), label.get(), &e); as(e, o); return hr; },
+         {{L"InsertionPoint", "@insert"}, {L"Height", "height"}, {L"Rotation", "°rotation"}, {L"ScaleFactor", "width"},
+          {L"Normal", "extrusion"}, {L"Thickness", "thickness"}}},
+        {L"IVeltShape", __uuidof(IVeltShape), "SHAPE",
+         [&](IVeltModelSpace* s, IDispatch** o) { IVeltShape* e = nullptr; HRESULT hr = s->AddShape(label.get(), *p1, 1.5, 0.25, &e); as(e, o); return hr; },
+         {{L"InsertionPoint", "insert"}, {L"Height", "size"}, {L"Rotation", "°rotation"}, {L"Normal", "extrusion"},
+          {L"Thickness", "thickness"}}},
     };
 
     std::string facts;
