@@ -1,5 +1,6 @@
 ' A late-bound client: opens a drawing and lists what its model space holds, each object
-' with its kind, handle, layer and a property of its own kind.
+' with its kind, handle, layer and a property of its own kind, and the values of an attributed
+' block (the title block) read back with GetAttributes.
 '   cscript //nologo list_drawing.vbs C:\path\plan.dxf
 Option Explicit
 
@@ -20,6 +21,9 @@ Function Detail(item)
         Case "KxDbCircle":  Detail = "radius " & item.Radius & ", area " & item.Area
         Case "KxDbEllipse": Detail = "ratio " & item.RadiusRatio
         Case "KxDbPoint":   Detail = "at " & Join(Coordinates(item.Coordinates), ", ")
+        Case "KxDbText":    Detail = "text " & item.TextString
+        Case "KxDbMText":   Detail = "contents " & item.TextString
+        Case "KxDbBlockReference": Detail = "block " & item.Name
         Case Else:          Detail = ""
     End Select
 End Function
@@ -33,7 +37,15 @@ Function Coordinates(values)
     Coordinates = texts
 End Function
 
-Dim item
+Dim item, attribute
 For Each item In doc.ModelSpace
     WScript.Echo "  " & item.ObjectName & "  handle " & item.Handle & "  layer " & item.Layer & "  " & Detail(item)
+    ' An attributed block (the title block) shows its values.
+    If item.ObjectName = "KxDbBlockReference" Then
+        If item.HasAttributes Then
+            For Each attribute In item.GetAttributes
+                WScript.Echo "    " & attribute.TagString & " = " & attribute.TextString
+            Next
+        End If
+    End If
 Next

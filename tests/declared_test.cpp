@@ -9,6 +9,7 @@
 #include <functional>
 #include <limits>
 #include <map>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -230,6 +231,7 @@ std::vector<Value> samples(const nk::DeclaredMember& m, const VARIANT& current)
     if (name == L"MajorAxis") out.push_back(doubles({3, 4, 0}));  // in the ellipse's plane
     else if (name == L"SecondPoint") out.push_back(doubles({7, 8, 9}));  // not the base point
     else if (name == L"Layer") out.push_back(drawing::text(L"Walls"));
+    else if (name == L"ObliqueAngle") out.push_back(real(0.5));  // within 85 degrees
     else if (name == L"Linetype") out.push_back(drawing::text(L"Continuous"));
     else if (name == L"Material") out.push_back(drawing::text(L"Global"));
     else if (name == L"color") out.push_back(shortValue(3));
@@ -310,6 +312,7 @@ TEST_F(DeclaredProperties, EveryPropertyIsSetReadAndRefusedThroughTheInterfaces)
     Value p1 = drawing::point(0, 0, 0), p2 = drawing::point(4, 0, 1), p3 = drawing::point(4, 3, 2),
           p4 = drawing::point(0, 3, 1), axis = drawing::point(5, 0, 0);
     Value corners = doubles({0, 0, 0, 1, 0, 0, 1, 1, 0, 0, 1, 0});
+    const std::unique_ptr<OLECHAR, decltype(&SysFreeString)> label(SysAllocString(L"Room 12"), &SysFreeString);
     auto as = [](auto* typed, IDispatch** out) {
         if (!typed) return;
         typed->QueryInterface(IID_IDispatch, reinterpret_cast<void**>(out));
@@ -348,6 +351,21 @@ TEST_F(DeclaredProperties, EveryPropertyIsSetReadAndRefusedThroughTheInterfaces)
         {L"IVeltTrace", __uuidof(IVeltTrace), "TRACE",
          [&](IVeltModelSpace* s, IDispatch** o) { IVeltTrace* e = nullptr; HRESULT hr = s->AddTrace(*corners, &e); as(e, o); return hr; },
          {{L"Coordinates", "*@vtx"}, {L"Normal", "extrusion"}, {L"Thickness", "thickness"}}},
+        {L"IVeltText", __uuidof(IVeltText), "TEXT",
+         [&](IVeltModelSpace* s, IDispatch** o) { IVeltText* e = nullptr; HRESULT hr = s->AddText(label.get(), *p1, 2.0, &e); as(e, o); return hr; },
+         {{L"InsertionPoint", "@insert"}, {L"Height", "height"}, {L"Rotation", "°rotation"}, {L"ScaleFactor", "width"},
+          {L"Normal", "extrusion"}, {L"Thickness", "thickness"}}},
+        {L"IVeltMText", __uuidof(IVeltMText), "MTEXT",
+         [&](IVeltModelSpace* s, IDispatch** o) { IVeltMText* e = nullptr; HRESULT hr = s->AddMText(*p1, 10.0, label.get(), &e); as(e, o); return hr; },
+         {{L"InsertionPoint", "insert"}, {L"Height", "char_height"}, {L"Width", "width"}, {L"Normal", "extrusion"}}},
+        {L"IVeltAttribute", __uuidof(IVeltAttribute), "ATTDEF",
+         [&](IVeltModelSpace* s, IDispatch** o) { IVeltAttribute* e = nullptr; HRESULT hr = s->AddAttribute(2.0, vxAttributeModePreset, label.get(), *p1, label.get(), label.get(), &e); as(e, o); return hr; },
+         {{L"InsertionPoint", "@insert"}, {L"Height", "height"}, {L"Rotation", "°rotation"}, {L"ScaleFactor", "width"},
+          {L"Normal", "extrusion"}, {L"Thickness", "thickness"}}},
+        {L"IVeltShape", __uuidof(IVeltShape), "SHAPE",
+         [&](IVeltModelSpace* s, IDispatch** o) { IVeltShape* e = nullptr; HRESULT hr = s->AddShape(label.get(), *p1, 1.5, 0.25, &e); as(e, o); return hr; },
+         {{L"InsertionPoint", "insert"}, {L"Height", "size"}, {L"Rotation", "°rotation"}, {L"Normal", "extrusion"},
+          {L"Thickness", "thickness"}}},
     };
 
     std::string facts;

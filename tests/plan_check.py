@@ -1,6 +1,7 @@
 #!/usr/bin/python3
 """Reads the drawing that the example client saved with ezdxf: it must pass ezdxf's audit and
-hold the client's lines with their layers and colours; GDAL and LibreCAD must open it too."""
+hold the client's lines, arcs and circles with their layers and colours, the rooms' names and
+the title block filled in under its tags; GDAL and LibreCAD must open it too."""
 
 import math
 import os
@@ -20,7 +21,7 @@ PLAN = [
 # (centre, radius, start and end angle in degrees) of the doors' swings, on Doors in blue.
 SWINGS = [((7, 5), math.sqrt(2), 45, 90), ((3, 8), math.sqrt(2), 315, 0)]
 # Centres of the columns, circles of radius 0.25 on Columns in green.
-COLUMNS = [(3.5, 4), (9.5, 4)]
+COLUMNS = [(5, 2), (10, 6)]
 
 
 def main(path):
@@ -54,10 +55,27 @@ def main(path):
     if circles != want_circles:
         print("columns differ:\n  found    ", circles, "\n  expected ", want_circles)
         return 1
+    names = sorted(e.dxf.text for e in doc.modelspace() if e.dxftype() == "TEXT")
+    if names != ["Office", "Store"]:
+        print("room names differ:", names)
+        return 1
+    inserts = [e for e in doc.modelspace() if e.dxftype() == "INSERT"]
+    if len(inserts) != 1:
+        print(f"{len(inserts)} block insertions instead of the title block")
+        return 1
+    values = {a.dxf.tag: a.dxf.text for a in inserts[0].attribs}
+    if values != {"PROJECT": "Harbour Office", "DRAWN": "NkAuto example"}:
+        print("the title block holds", values)
+        return 1
+    block = doc.blocks.get(inserts[0].dxf.name)
+    constants = [a.dxf.text for a in block.query("ATTDEF") if a.is_const]
+    if constants != ["NkAuto Works"]:
+        print("the title block's constant attributes:", constants)
+        return 1
     if other_programs.check([path]):
         return 1
     print(f"ezdxf reads {len(lines)} lines, {len(arcs)} arcs and {len(circles)} circles on their layers in their"
-          " colours; the audit is clean; GDAL and LibreCAD open it")
+          " colours, the rooms' names and the title block filled in; the audit is clean; GDAL and LibreCAD open it")
     return 0
 
 

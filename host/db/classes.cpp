@@ -64,6 +64,13 @@ void registerHostClasses()
         VxDbSolid::desc(),
         VxDbTrace::desc(),
         VxDbBlockReference::desc(),
+        VxDbMInsertBlock::desc(),
+        VxDbText::desc(),
+        VxDbAttributeDefinition::desc(),
+        VxDbAttribute::desc(),
+        VxDbMText::desc(),
+        VxDbShape::desc(),
+        VxDbFcf::desc(),
     };
     (void)classes;
 }

@@ -20,12 +20,27 @@ bool vxdbSameFieldValue(const VxDbFieldValue& a, const VxDbFieldValue& b)
         a);
 }
 
-VxDbKind::VxDbKind(const VxDbKind* parent, const char* subclass, std::vector<VxDbField> own, Check check)
+VxDbKind::VxDbKind(const VxDbKind* parent, const char* subclass, std::vector<VxDbField> own, Check check,
+                   std::vector<VxDbFieldMove> moves)
     : mSubclass(subclass), mOwn(std::move(own))
 {
     if (parent) {
         mAll = parent->mAll;
         mChecks = parent->mChecks;
+    }
+    // Moved fields are copies held here; reserved so that the pointers to them stay.
+    mMoved.reserve(moves.size());
+    for (const VxDbFieldMove& move : moves) {
+        for (const VxDbField*& field : mAll) {
+            if (std::strcmp(field->name, move.name) != 0)
+                continue;
+            VxDbField moved = *field;
+            moved.subclass = move.subclass;
+            moved.code = move.code;
+            moved.flags = move.flags;
+            mMoved.push_back(moved);
+            field = &mMoved.back();
+        }
     }
     for (const VxDbField& field : mOwn)
         mAll.push_back(&field);
