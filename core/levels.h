@@ -7,7 +7,6 @@
 #include "core/hyperlinks.h"
 #include "core/object_members.h"
 #include "containers/block.h"
-#include "containers/tables.h"
 #include "frame/object.h"
 
 namespace nk {
@@ -30,22 +29,6 @@ struct Level<IVeltHyperlinks, Self, Base> {
 template <class Self, class Base>
 struct Level<IVeltHyperlink, Self, Base> {
     using type = HyperlinkMembers<Self, Pending<IVeltHyperlink, Base>>;
-};
-
-template <class Self, class Base>
-struct Level<IVeltLayers, Self, Base> {
-    using type = LayersMembers<Self, Pending<IVeltLayers, Base>>;
-};
-
-template <class Self, class Base>
-struct Level<IVeltLineTypes, Self, Base> {
-    using type = LinetypesMembers<Self, Pending<IVeltLineTypes, Base>>;
-};
-
-template <class Self, class Base>
-struct Level<IVeltRegisteredApplications, Self, Base> {
-    using type = TableMembers<Self, Pending<IVeltRegisteredApplications, Base>, IVeltRegisteredApplication,
-                              tables::kRegisteredApps>;
 };
 
 }  // namespace nk
