@@ -8,6 +8,7 @@
 #include "core/object_members.h"
 #include "containers/block.h"
 #include "frame/object.h"
+#include "objects/layer_states.h"
 
 namespace nk {
 
@@ -29,6 +30,11 @@ struct Level<IVeltHyperlinks, Self, Base> {
 template <class Self, class Base>
 struct Level<IVeltHyperlink, Self, Base> {
     using type = HyperlinkMembers<Self, Pending<IVeltHyperlink, Base>>;
+};
+
+template <class Self, class Base>
+struct Level<IVeltLayerStateManager, Self, Base> {
+    using type = LayerStateManagerMembers<Self, Pending<IVeltLayerStateManager, Base>>;
 };
 
 }  // namespace nk
