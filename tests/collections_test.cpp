@@ -144,7 +144,7 @@ std::vector<ComPtr<IDispatch>> walk(IDispatch* collection)
     return out;
 }
 
-class Collections : public drawing::Drawing {
+class DrawingCollections : public drawing::Drawing {
 protected:
     void SetUp() override
     {
@@ -170,7 +170,7 @@ protected:
 
 }  // namespace
 
-TEST_F(Collections, EveryCollectionWalksCountsAndFindsItsRecords)
+TEST_F(DrawingCollections, EveryCollectionWalksCountsAndFindsItsRecords)
 {
     add(L"Groups", L"Doors");
     add(L"Views", L"North");
@@ -235,7 +235,7 @@ TEST_F(Collections, EveryCollectionWalksCountsAndFindsItsRecords)
     EXPECT_EQ(text(layer0.get(), L"Name"), L"0");
 }
 
-TEST_F(Collections, AddHandsBackWhatHasTheNameAndRefusesBadNames)
+TEST_F(DrawingCollections, AddHandsBackWhatHasTheNameAndRefusesBadNames)
 {
     ComPtr<IDispatch> walls = add(L"Layers", L"Walls");
     ASSERT_TRUE(walls);
@@ -273,7 +273,7 @@ TEST_F(Collections, AddHandsBackWhatHasTheNameAndRefusesBadNames)
     EXPECT_EQ(number(viewports.get(), L"Count"), 1);
 }
 
-TEST_F(Collections, LayerMembersKeepTheirOddRules)
+TEST_F(DrawingCollections, LayerMembersKeepTheirOddRules)
 {
     ComPtr<IDispatch> walls = add(L"Layers", L"Walls");
     Value one;
@@ -315,7 +315,7 @@ TEST_F(Collections, LayerMembersKeepTheirOddRules)
     EXPECT_EQ(put(walls.get(), L"Name", drawing::text(L"Walls|Old")), S_OK);
 }
 
-TEST_F(Collections, TextStylesViewportsAndCoordinateSystems)
+TEST_F(DrawingCollections, TextStylesViewportsAndCoordinateSystems)
 {
     ComPtr<IDispatch> notes = add(L"TextStyles", L"Notes");
     ASSERT_EQ(put(notes.get(), L"TextGenerationFlag", drawing::number(6)), S_OK);
@@ -384,7 +384,7 @@ TEST_F(Collections, TextStylesViewportsAndCoordinateSystems)
     EXPECT_EQ(SafeArrayGetDim(V_ARRAY(matrix.get())), 2u);
 }
 
-TEST_F(Collections, DictionariesAndExtendedRecords)
+TEST_F(DrawingCollections, DictionariesAndExtendedRecords)
 {
     ComPtr<IDispatch> mine = add(L"Dictionaries", L"Mine");
     ASSERT_TRUE(mine);
@@ -455,7 +455,7 @@ TEST_F(Collections, DictionariesAndExtendedRecords)
     EXPECT_EQ(number(mine.get(), L"Count"), 1);
 }
 
-TEST_F(Collections, GroupsTakeTheirDrawingsEntitiesAndApplyTheirSetters)
+TEST_F(DrawingCollections, GroupsTakeTheirDrawingsEntitiesAndApplyTheirSetters)
 {
     ComPtr<IDispatch> group = add(L"Groups", L"Doors");
     ComPtr<IDispatch> a = line(1), b = line(2), c = line(3);
@@ -505,7 +505,7 @@ TEST_F(Collections, GroupsTakeTheirDrawingsEntitiesAndApplyTheirSetters)
     EXPECT_EQ(objectIdOf(object(collection(L"Groups").get(), L"Item", {windows.get()}).get()), objectIdOf(group.get()));
 }
 
-TEST_F(Collections, DrawOrderChangesTheTableNotTheBlock)
+TEST_F(DrawingCollections, DrawOrderChangesTheTableNotTheBlock)
 {
     ComPtr<IDispatch> a = line(1), b = line(2), c = line(3);
     ComPtr<IDispatch> space = modelSpace().as<IDispatch>();
@@ -547,7 +547,7 @@ TEST_F(Collections, DrawOrderChangesTheTableNotTheBlock)
 }
 
 // What automation set, read back by ezdxf from the saved file.
-TEST_F(Collections, RecordPropertiesReachTheFile)
+TEST_F(DrawingCollections, RecordPropertiesReachTheFile)
 {
     ComPtr<IDispatch> walls = add(L"Layers", L"Walls");
     ASSERT_EQ(put(walls.get(), L"color", drawing::number(5)), S_OK);
@@ -638,7 +638,7 @@ TEST_F(Collections, RecordPropertiesReachTheFile)
     std::fclose(out);
 }
 
-TEST_F(Collections, LayerStatesSaveRestoreAndTravelInFiles)
+TEST_F(DrawingCollections, LayerStatesSaveRestoreAndTravelInFiles)
 {
     ComPtr<IDispatch> walls = add(L"Layers", L"Walls");
     ASSERT_EQ(put(walls.get(), L"color", drawing::number(1)), S_OK);
