@@ -57,12 +57,30 @@ CLSID referenceClassOf(const kx::VxDbObject* object, const CLSID& referenceClass
                                                                                   : referenceClass;
 }
 
+// The named dictionaries of a database are its collections: each has the class of its
+// collection (the drawing's dictionaries, its groups, layouts, plot configurations and
+// materials); any other dictionary is a dictionary.
+CLSID dictionaryClassOf(const kx::VxDbObject* object, const CLSID& dictionaryClass)
+{
+    const kx::VxDbDatabase* db = object->database();
+    if (!db || !object->isResident()) return dictionaryClass;
+    const kx::VxDbObjectId id = object->objectId();
+    if (id == db->namedObjectsDictionaryId()) return CLSID_VeltDictionaries;
+    if (object->ownerId() != db->namedObjectsDictionaryId()) return dictionaryClass;
+    if (id == db->groupDictionaryId()) return CLSID_VeltGroups;
+    if (id == db->layoutDictionaryId()) return CLSID_VeltLayouts;
+    if (id == db->plotSettingsDictionaryId()) return CLSID_VeltPlotConfigurations;
+    if (id == db->materialDictionaryId()) return CLSID_VeltMaterials;
+    return dictionaryClass;
+}
+
 CLSID wrapperClassOf(const kx::VxDbObject* object)
 {
     kx::VxClsid id;
     if (object->getClassID(&id) == kx::Velt::eOk) {
         const CLSID clsid = toClsid(id);
         if (clsid == CLSID_VeltBlock) return spaceClassOf(object, clsid);
+        if (clsid == CLSID_VeltDictionary) return dictionaryClassOf(object, clsid);
         if (clsid == CLSID_VeltBlockReference) return referenceClassOf(object, clsid);
         return clsid;
     }

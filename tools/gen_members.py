@@ -23,6 +23,8 @@ A member line gives the member's name as the type library has it, then either
   - or `hand` and the functions written by hand that implement it (one for a property's get,
     one for its put), with `(app)` for those that also take the application object. One
     accessor of a property may be written by hand alone: `radius / hand curves::setRadius`.
+    A function template (`collections::item<collections::kLayers>`) is declared by the
+    family's own header, not by the build.
 A section may name a `mixin`, a class template <Self, Base> put below the declared members
 for what the wrapper needs besides them. A section marked `exported` implements each member as a pair of exported functions
 (VxAx... by object id and by reference); its plain members name them after `->`.
@@ -290,9 +292,10 @@ def main():
                                 f'    using Access = {access};\n    using Object = Access::Object;\n'
                                 + plain_body(m, kind, params, 'target', access, conversion(m.how), accessor)
                                 + '}')
-                    else:
+                    elif '<' not in function:
                         ns, _, fname = function.rpartition('::')
                         prototypes.append((ns, f'HRESULT {fname}({access}::Target& target{tail});'))
+                    # A template (`collections::item<kLayers>`) is declared by its family's header.
                 else:
                     body.append(f'    HRESULT STDMETHODCALLTYPE {method}({sig}) override final\n    {{\n'
                                 + plain_body(m, kind, params, 'Access::target(self())', access,
@@ -333,8 +336,12 @@ def main():
             coclass_of.setdefault(d.group(1), m.group(1))
     cpp.append('namespace nk {\n\n// The wrapper class of each host class whose interface is declared.\n'
                'void registerDeclaredWrappers()\n{')
+    # A host class that several interfaces open (the dictionaries) is bound by hand.
+    opened_by = {}
     for s in sections:
-        if s.itf in coclass_of:
+        opened_by[s.object] = opened_by.get(s.object, 0) + 1
+    for s in sections:
+        if s.itf in coclass_of and opened_by[s.object] == 1:
             cpp.append(f'    bindWrapperClass<{s.object}>(CLSID_{coclass_of[s.itf]});')
     cpp.append('}\n\n}  // namespace nk')
     ex = ['// Generated from the *.members declarations by tools/gen_members.py; do not edit.',

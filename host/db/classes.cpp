@@ -8,6 +8,7 @@
 #include "db/group.h"
 #include "db/layout.h"
 #include "db/objects.h"
+#include "db/sortents.h"
 #include "db/symtables.h"
 
 namespace kx::detail {
@@ -47,6 +48,7 @@ void registerHostClasses()
         VxDbTableStyle::desc(),
         VxDbMLeaderStyle::desc(),
         VxDbGroup::desc(),
+        VxDbSortentsTable::desc(),
         VxDbPlotSettings::desc(),
         VxDbLayout::desc(),
         VxDbEntity::desc(),

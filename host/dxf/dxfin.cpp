@@ -24,6 +24,7 @@
 #include "db/internal.h"
 #include "db/layout.h"
 #include "db/objects.h"
+#include "db/sortents.h"
 #include "db/strings.h"
 #include "db/symtables.h"
 #include "dxf/dxffields.h"
@@ -1873,6 +1874,37 @@ void Reader::parseObject(Record& record)
                 }
             });
         }
+    } else if (type == "SORTENTSTABLE") {
+        auto* sorting = new VxDbSortentsTable();
+        object = sorting;
+        uint64_t block = 0, entity = 0;
+        std::vector<std::pair<uint64_t, uint64_t>> entries;  // entity, the handle it is drawn by
+        for (size_t i : mBody) {
+            switch (record.code(i)) {
+            case 330: block = record.handle(i); break;
+            case 331: entity = record.handle(i); break;
+            case 5:
+                if (entity && record.handle(i))
+                    entries.emplace_back(entity, record.handle(i));
+                entity = 0;
+                break;
+            default: break;
+            }
+        }
+        linkTo([this, index, block, entries = std::move(entries)] {
+            auto* sorting = VxDbSortentsTable::cast(mObjects[index].live);
+            if (!sorting)
+                return;
+            if (sorting->setBlockId(idOf(block)) != Velt::eOk) {
+                warn("a draw order whose block is not in the drawing was emptied");
+                return;
+            }
+            for (const auto& [entity, handle] : entries) {
+                const VxDbObjectId id = idOf(entity);
+                if (id.isNull() || sorting->setSortHandle(id, VxDbHandle(handle)) != Velt::eOk)
+                    warn("a draw order entry of no entity was left out");
+            }
+        });
     } else if (type == "LAYOUT" || type == "PLOTSETTINGS") {
         VxDbPlotSettings* settings = type == "LAYOUT" ? new VxDbLayout() : new VxDbPlotSettings();
         object = settings;

@@ -13,6 +13,7 @@
 #include "db/internal.h"
 #include "db/layout.h"
 #include "db/objects.h"
+#include "db/sortents.h"
 #include "db/strings.h"
 #include "db/symtables.h"
 #include "dxf/dxffields.h"
@@ -45,6 +46,7 @@ constexpr KnownClass kKnownClasses[] = {
     {"TABLESTYLE", "AcDbTableStyle", "ObjectDBX Classes", 4095},
     {"MLEADERSTYLE", "AcDbMLeaderStyle", "ACDB_MLEADERSTYLE_CLASS", 4095},
     {"PLOTSETTINGS", "AcDbPlotSettings", "ObjectDBX Classes", 0},
+    {"SORTENTSTABLE", "AcDbSortentsTable", "ObjectDBX Classes", 0},
 };
 
 // Applications whose extended data carries layer properties.
@@ -903,6 +905,17 @@ void Writer::object(VxDbObject* object)
         for (VxDbObjectId member : group->memberIds()) {
             if (handleValue(member))
                 handleOf(340, member);
+        }
+    } else if (auto* sorting = VxDbSortentsTable::cast(object)) {
+        head("SORTENTSTABLE", object, owner);
+        mOut.text(100, "AcDbSortentsTable");
+        handleOf(330, sorting->blockId());
+        // Only the entities drawn by another handle than their own.
+        for (const auto& [entity, sortHandle] : sorting->entries()) {
+            if (handleValue(entity) && !sortHandle.isNull()) {
+                handleOf(331, entity);
+                mOut.handle(5, sortHandle.value());
+            }
         }
     } else if (auto* settings = VxDbPlotSettings::cast(object)) {
         auto* layout = VxDbLayout::cast(object);
