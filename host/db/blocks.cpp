@@ -1,5 +1,8 @@
 #include "db/blocks.h"
 
+#include <algorithm>
+#include <vector>
+
 #include <cmath>
 
 #include "db/database.h"
@@ -461,11 +464,46 @@ Velt::ErrorStatus VxDbBlockReference::transformBy(const VxGeMatrix3d& xform)
     return Velt::eOk;
 }
 
+namespace {
+
+// The blocks whose references are being measured, outermost first. A file
+// may nest references thousands deep or let a block insert itself: the
+// nesting is followed 64 deep, and a block already on the way not again.
+constexpr size_t kMaxReferenceNesting = 64;
+thread_local std::vector<const VxDbBlockTableRecord*> tMeasuring;
+
+class MeasuringBlock {
+public:
+    explicit MeasuringBlock(const VxDbBlockTableRecord* block)
+    {
+        mEntered = tMeasuring.size() < kMaxReferenceNesting &&
+                   std::find(tMeasuring.begin(), tMeasuring.end(), block) == tMeasuring.end();
+        if (mEntered)
+            tMeasuring.push_back(block);
+    }
+    ~MeasuringBlock()
+    {
+        if (mEntered)
+            tMeasuring.pop_back();
+    }
+    MeasuringBlock(const MeasuringBlock&) = delete;
+    MeasuringBlock& operator=(const MeasuringBlock&) = delete;
+    bool entered() const { return mEntered; }
+
+private:
+    bool mEntered = false;
+};
+
+}  // namespace
+
 Velt::ErrorStatus VxDbBlockReference::getGeomExtents(VxGeExtents3d& extents) const
 {
     extents.reset();
     auto* block = VxDbBlockTableRecord::cast(detail::objectOf(mFields.blockTableRecord));
     if (!block)
+        return Velt::eNotApplicable;
+    const MeasuringBlock measuring(block);
+    if (!measuring.entered())
         return Velt::eNotApplicable;
     const VxGeMatrix3d m = blockTransform();
     // Each entity transformed keeps the box tight for rotated references.
