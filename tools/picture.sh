@@ -4,5 +4,9 @@
 set -euo pipefail
 in=$1
 out=${2:-${in%.*}.png}
-MPLBACKEND=Agg MPLCONFIGDIR=$(mktemp -d) /usr/bin/python3 -m ezdxf draw -o "$out" "$in" >/dev/null
+# matplotlib's notes on fonts it replaces are shown only when the drawing fails.
+if ! said=$(MPLBACKEND=Agg MPLCONFIGDIR=$(mktemp -d) /usr/bin/python3 -m ezdxf draw -o "$out" "$in" 2>&1); then
+  echo "$said" >&2
+  exit 1
+fi
 echo "picture of $in: $out"
