@@ -10,6 +10,7 @@ file puzzles it) and draw on the page when the drawing holds something to draw. 
 command line has no count of what it read, so the count is GDAL's alone.
 """
 
+import concurrent.futures
 import os
 import re
 import shutil
@@ -73,27 +74,34 @@ def page_draws(pdf):
     return False
 
 
+def librecad_one(path, out):
+    """Problems LibreCAD reports printing one file into the folder out."""
+    environment = dict(os.environ, QT_QPA_PLATFORM="offscreen", XDG_RUNTIME_DIR=out)
+    pdf = os.path.join(out, os.path.splitext(os.path.basename(path))[0] + ".pdf")
+    try:
+        run = subprocess.run(["librecad", "dxf2pdf", "-a", "-t", out, os.path.abspath(path)], capture_output=True,
+                             text=True, timeout=LIBRECAD_SECONDS, env=environment, cwd=out)
+    except subprocess.TimeoutExpired as stopped:
+        said = (stopped.stdout or b"").decode(errors="replace") + (stopped.stderr or b"").decode(errors="replace")
+        return [f"librecad did not finish printing in {LIBRECAD_SECONDS} s: " + " / ".join(said.strip().splitlines()[-3:])]
+    said = (run.stdout + run.stderr).strip().splitlines()
+    if run.returncode != 0 or not os.path.exists(pdf):
+        return [f"librecad ended with status {run.returncode}: " + " / ".join(said[-3:])]
+    if expected_features(path) and not page_draws(pdf):
+        return ["librecad printed an empty page"]
+    return []
+
+
 def librecad(paths):
-    """Problems LibreCAD reports printing the files, by file."""
-    problems = {}
-    with tempfile.TemporaryDirectory() as out:
-        environment = dict(os.environ, QT_QPA_PLATFORM="offscreen", XDG_RUNTIME_DIR=out)
-        for path in paths:
-            pdf = os.path.join(out, os.path.splitext(os.path.basename(path))[0] + ".pdf")
-            try:
-                run = subprocess.run(["librecad", "dxf2pdf", "-a", "-t", out, os.path.abspath(path)], capture_output=True,
-                                     text=True, timeout=LIBRECAD_SECONDS, env=environment, cwd=out)
-            except subprocess.TimeoutExpired as stopped:
-                said = (stopped.stdout or b"").decode(errors="replace") + (stopped.stderr or b"").decode(errors="replace")
-                problems[path] = [f"librecad did not finish printing in {LIBRECAD_SECONDS} s: "
-                                  + " / ".join(said.strip().splitlines()[-3:])]
-                continue
-            said = (run.stdout + run.stderr).strip().splitlines()
-            if run.returncode != 0 or not os.path.exists(pdf):
-                problems[path] = [f"librecad ended with status {run.returncode}: " + " / ".join(said[-3:])]
-            elif expected_features(path) and not page_draws(pdf):
-                problems[path] = ["librecad printed an empty page"]
-    return problems
+    """Problems LibreCAD reports printing the files, by file (two at a time, each in its own folder)."""
+    folders = [tempfile.TemporaryDirectory() for _ in paths]
+    try:
+        with concurrent.futures.ThreadPoolExecutor(max_workers=2) as pool:
+            found = pool.map(librecad_one, paths, [f.name for f in folders])
+            return {path: problems for path, problems in zip(paths, found) if problems}
+    finally:
+        for folder in folders:
+            folder.cleanup()
 
 
 def check(paths):
