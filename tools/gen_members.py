@@ -125,12 +125,12 @@ def parse_declarations(path):
                 m = re.fullmatch(r'(\w+)\s+(\S+)\s*(.*)', line.strip())
                 if not m:
                     fail(where, 'expected: Member conversion accessors')
-                name, how, spec = m.groups()
+                name, how, accessors = m.groups()
                 exports = None
-                if ' -> ' in spec:
-                    spec, _, names = spec.rpartition(' -> ')
+                if ' -> ' in accessors:
+                    accessors, _, names = accessors.rpartition(' -> ')
                     exports = [n.strip() for n in names.split(' / ')]
-                parts = split_accessors(spec)
+                parts = split_accessors(accessors)
                 if len(parts) > 2:
                     fail(where, 'at most a reading and a writing accessor')
                 how_ok = (how == 'hand' or how in CONVERSIONS or '::' in how
@@ -147,15 +147,15 @@ def parse_declarations(path):
     return sections
 
 
-def split_accessors(spec):
+def split_accessors(accessors):
     """The accessors of a line, split at ' / ' outside parentheses."""
     parts, depth, current = [], 0, ''
     i = 0
-    while i < len(spec):
-        c = spec[i]
+    while i < len(accessors):
+        c = accessors[i]
         depth += c == '('
         depth -= c == ')'
-        if depth == 0 and spec.startswith(' / ', i):
+        if depth == 0 and accessors.startswith(' / ', i):
             parts.append(current.strip())
             current = ''
             i += 3
@@ -180,10 +180,10 @@ def signature(params):
     return ', '.join(f'{t} {n}' for t, n in params)
 
 
-def hand_call(spec):
+def hand_call(declared):
     """(function, takes the application)"""
-    app = spec.endswith('(app)')
-    return (spec[:-5] if app else spec), app
+    app = declared.endswith('(app)')
+    return (declared[:-5] if app else declared), app
 
 
 def read_lambda(accessor, conv):
