@@ -202,6 +202,27 @@ HRESULT VxAxGetIUnknownOfObject(IUnknown** ppUnk, kx::VxDbObjectId id, IDispatch
     return hr;
 }
 
+namespace {
+
+// Binds a new wrapper to its object, records it as the object's wrapper and gives it the
+// application; the binding interfaces are the wrapper's own.
+HRESULT bindNewWrapper(IUnknown* wrapper, IVeltBaseObject* base, IRetrieveApplication* retrieve, kx::VxDbObjectId id,
+                       IDispatch* app, kx::VxAxOleLinkManager& links)
+{
+    if (!base || FAILED(base->SetObjectId(id, kx::VxDbObjectId::kNull, nullptr)))
+        return RaiseVxAXException(__uuidof(IVeltBaseObject), 0, kNotBound);
+    kx::VxDbObject* reopened = nullptr;
+    kx::Velt::ErrorStatus es = kx::vxdbOpenObject(reopened, id, kx::VxDb::kForRead);
+    if (es != kx::Velt::eOk) return RaiseVxAXException(__uuidof(IVeltObject), 0, static_cast<DWORD>(es));
+    links.setIUnknown(id, wrapper);
+    reopened->close();
+    if (!retrieve) return RaiseVxAXException(__uuidof(IVeltEntity), 0, kNoApplicationInterface);
+    if (FAILED(retrieve->SetApplicationObject(app))) return RaiseVxAXException(__uuidof(IVeltEntity), 0, kNotBound);
+    return S_OK;
+}
+
+}  // namespace
+
 HRESULT VxAxGetIUnknownOfObject(IUnknown** ppUnk, kx::VxDbObject* object, IDispatch* app)
 {
     if (!ppUnk) return E_POINTER;
@@ -231,14 +252,8 @@ HRESULT VxAxGetIUnknownOfObject(IUnknown** ppUnk, kx::VxDbObject* object, IDispa
     // The module's own wrappers are made and bound directly; another module's through COM.
     if (BoundObject* bound = makeBoundWrapper(clsid)) {
         ComPtr<IUnknown> made = ComPtr<IUnknown>::adopt(bound->identity());
-        if (FAILED(bound->SetObjectId(id, kx::VxDbObjectId::kNull, nullptr)))
-            return RaiseVxAXException(__uuidof(IVeltBaseObject), 0, kNotBound);
-        kx::VxDbObject* reopened = nullptr;
-        kx::Velt::ErrorStatus es = kx::vxdbOpenObject(reopened, id, kx::VxDb::kForRead);
-        if (es != kx::Velt::eOk) return RaiseVxAXException(__uuidof(IVeltObject), 0, static_cast<DWORD>(es));
-        links->setIUnknown(id, made.get());
-        reopened->close();
-        if (FAILED(bound->SetApplicationObject(app))) return RaiseVxAXException(__uuidof(IVeltEntity), 0, kNotBound);
+        HRESULT hr = bindNewWrapper(made.get(), bound, bound, id, app, *links);
+        if (FAILED(hr)) return hr;
         *ppUnk = made.detach();
         return S_OK;
     }
@@ -246,19 +261,8 @@ HRESULT VxAxGetIUnknownOfObject(IUnknown** ppUnk, kx::VxDbObject* object, IDispa
     ComPtr<IUnknown> wrapper;
     HRESULT hr = createWrapper(clsid, wrapper.put());
     if (FAILED(hr)) return hr;
-
-    ComPtr<IVeltBaseObject> base = wrapper.as<IVeltBaseObject>();
-    if (!base || FAILED(base->SetObjectId(id, kx::VxDbObjectId::kNull, nullptr)))
-        return RaiseVxAXException(__uuidof(IVeltBaseObject), 0, kNotBound);
-    kx::VxDbObject* reopened = nullptr;
-    kx::Velt::ErrorStatus es = kx::vxdbOpenObject(reopened, id, kx::VxDb::kForRead);
-    if (es != kx::Velt::eOk) return RaiseVxAXException(__uuidof(IVeltObject), 0, static_cast<DWORD>(es));
-    links->setIUnknown(id, wrapper.get());
-    reopened->close();
-
-    ComPtr<IRetrieveApplication> retrieve = wrapper.as<IRetrieveApplication>();
-    if (!retrieve) hr = RaiseVxAXException(__uuidof(IVeltEntity), 0, kNoApplicationInterface);
-    else if (FAILED(retrieve->SetApplicationObject(app))) hr = RaiseVxAXException(__uuidof(IVeltEntity), 0, kNotBound);
+    hr = bindNewWrapper(wrapper.get(), wrapper.as<IVeltBaseObject>().get(), wrapper.as<IRetrieveApplication>().get(), id,
+                        app, *links);
     if (FAILED(hr)) return hr;
     *ppUnk = wrapper.detach();
     return S_OK;

@@ -172,22 +172,15 @@ Velt::ErrorStatus VxDbSortentsTable::moveToBottom(const VxDbObjectIdArray& ids)
 
 Velt::ErrorStatus VxDbSortentsTable::moveAbove(const VxDbObjectIdArray& ids, VxDbObjectId target)
 {
-    VxDbObjectIdArray moved, order, rest, inOrder, targets;
-    if (Velt::ErrorStatus es = members(ids, moved))
-        return es;
-    if (Velt::ErrorStatus es = members({target}, targets))
-        return es;
-    if (std::find(moved.begin(), moved.end(), target) != moved.end())
-        return Velt::eInvalidInput;
-    if (Velt::ErrorStatus es = getFullDrawOrder(order))
-        return es;
-    takeOut(order, moved, rest, inOrder);
-    auto at = std::find(rest.begin(), rest.end(), target);
-    rest.insert(at + 1, inOrder.begin(), inOrder.end());
-    return apply(rest);
+    return moveNextTo(ids, target, true);
 }
 
 Velt::ErrorStatus VxDbSortentsTable::moveBelow(const VxDbObjectIdArray& ids, VxDbObjectId target)
+{
+    return moveNextTo(ids, target, false);
+}
+
+Velt::ErrorStatus VxDbSortentsTable::moveNextTo(const VxDbObjectIdArray& ids, VxDbObjectId target, bool above)
 {
     VxDbObjectIdArray moved, order, rest, inOrder, targets;
     if (Velt::ErrorStatus es = members(ids, moved))
@@ -200,7 +193,7 @@ Velt::ErrorStatus VxDbSortentsTable::moveBelow(const VxDbObjectIdArray& ids, VxD
         return es;
     takeOut(order, moved, rest, inOrder);
     auto at = std::find(rest.begin(), rest.end(), target);
-    rest.insert(at, inOrder.begin(), inOrder.end());
+    rest.insert(above ? at + 1 : at, inOrder.begin(), inOrder.end());
     return apply(rest);
 }
 

@@ -50,6 +50,8 @@ private:
     Velt::ErrorStatus members(const VxDbObjectIdArray& ids, VxDbObjectIdArray& unique) const;
     // Gives the entities of the order their own handles again, in its sequence.
     Velt::ErrorStatus apply(const VxDbObjectIdArray& order);
+    // Moves the ids next to the target: just above it, or just below.
+    Velt::ErrorStatus moveNextTo(const VxDbObjectIdArray& ids, VxDbObjectId target, bool above);
 
     VxDbObjectId mBlock;
     std::vector<std::pair<VxDbObjectId, VxDbHandle>> mEntries;

@@ -83,12 +83,6 @@ void addCorners(VxGeExtents3d& extents, const VxGePoint3d (&corners)[4], const V
     }
 }
 
-// Thickness follows a uniform scale; other transformations keep it.
-double transformedThickness(const VxGeMatrix3d& xform, double thickness)
-{
-    return xform.isUniScaledOrtho() ? thickness * xform.scale() : thickness;
-}
-
 // A text-like placement carried through a transformation: its x and y directions (the y
 // direction as long as the height) give the new normal, rotation, height and width factor.
 struct Frame {
@@ -115,6 +109,28 @@ struct Frame {
         return std::isfinite(frame.heightScale) && std::isfinite(frame.widthScale) && height > 0.0;
     }
 };
+
+// A lettering (text or shape) carried through a transformation: its points, normal and
+// rotation follow, its height (or size) and width factor take the frame's scales; a result
+// that is not a positive size is refused with nothing changed.
+template <class F, class... Points>
+Velt::ErrorStatus transformLettering(const VxGeMatrix3d& xform, F& f, double F::*height, Points F::*... points)
+{
+    Frame frame;
+    if (!Frame::of(xform, f.normal, f.rotation, frame))
+        return Velt::eInvalidInput;
+    const double newHeight = f.*height * frame.heightScale;
+    const double widthFactor = f.widthFactor * frame.widthScale;
+    if (!(newHeight > 0.0) || !(widthFactor > 0.0))
+        return Velt::eInvalidInput;
+    ((f.*points = xform.transform(f.*points)), ...);
+    f.normal = frame.normal;
+    f.rotation = frame.rotation;
+    f.*height = newHeight;
+    f.widthFactor = widthFactor;
+    f.thickness = detail::transformedThickness(xform, f.thickness);
+    return Velt::eOk;
+}
 
 }  // namespace
 
@@ -214,22 +230,7 @@ Velt::ErrorStatus VxDbText::transformBy(const VxGeMatrix3d& xform)
 {
     if (Velt::ErrorStatus es = assertWriteEnabled())
         return es;
-    Fields& f = mFields;
-    Frame frame;
-    if (!Frame::of(xform, f.normal, f.rotation, frame))
-        return Velt::eInvalidInput;
-    const double height = f.height * frame.heightScale;
-    const double widthFactor = f.widthFactor * frame.widthScale;
-    if (!(height > 0.0) || !(widthFactor > 0.0))
-        return Velt::eInvalidInput;
-    f.position = xform.transform(f.position);
-    f.alignmentPoint = xform.transform(f.alignmentPoint);
-    f.normal = frame.normal;
-    f.rotation = frame.rotation;
-    f.height = height;
-    f.widthFactor = widthFactor;
-    f.thickness = transformedThickness(xform, f.thickness);
-    return Velt::eOk;
+    return transformLettering(xform, mFields, &Fields::height, &Fields::position, &Fields::alignmentPoint);
 }
 
 Velt::ErrorStatus VxDbText::getGeomExtents(VxGeExtents3d& extents) const
@@ -538,21 +539,7 @@ Velt::ErrorStatus VxDbShape::transformBy(const VxGeMatrix3d& xform)
 {
     if (Velt::ErrorStatus es = assertWriteEnabled())
         return es;
-    Fields& f = mFields;
-    Frame frame;
-    if (!Frame::of(xform, f.normal, f.rotation, frame))
-        return Velt::eInvalidInput;
-    const double size = f.size * frame.heightScale;
-    const double widthFactor = f.widthFactor * frame.widthScale;
-    if (!(size > 0.0) || !(widthFactor > 0.0))
-        return Velt::eInvalidInput;
-    f.position = xform.transform(f.position);
-    f.normal = frame.normal;
-    f.rotation = frame.rotation;
-    f.size = size;
-    f.widthFactor = widthFactor;
-    f.thickness = transformedThickness(xform, f.thickness);
-    return Velt::eOk;
+    return transformLettering(xform, mFields, &Fields::size, &Fields::position);
 }
 
 Velt::ErrorStatus VxDbShape::getGeomExtents(VxGeExtents3d& extents) const
