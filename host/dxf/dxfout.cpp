@@ -16,6 +16,7 @@
 #include "db/sortents.h"
 #include "db/strings.h"
 #include "db/symtables.h"
+#include "db/viewport.h"
 #include "dxf/dxffields.h"
 #include "dxf/dxffile.h"
 #include "dxf/dxfinternal.h"
@@ -789,6 +790,14 @@ void Writer::entity(VxDbEntity* entity, VxDbObjectId owner, bool paperSpace)
         head(dxfNameOf(entity->isA()).c_str(), entity, owner);
         entityCommon(entity, paperSpace);
         writeFields(mOut, *entity, *kind, mVersion, mUtf8, [this](VxDbObjectId id) { return nameOf(id); });
+        if (auto* viewport = VxDbViewport::cast(entity); viewport && mVersion >= VxDbDxfVersion::kR13) {
+            for (VxDbObjectId layer : viewport->frozenLayers()) {
+                if (handleValue(layer) && !layer.isErased())
+                    handleOf(331, layer);
+            }
+            if (handleValue(viewport->nonRectClipEntityId()) && !viewport->nonRectClipEntityId().isErased())
+                handleOf(340, viewport->nonRectClipEntityId());
+        }
     } else {
         return;  // a kind this writer does not know
     }
