@@ -64,6 +64,9 @@ Check LastError() <> 0, "scale -2 was taken"
 vp.StandardScale = 99
 Check LastError() = INVALID_ARGUMENT, "standard scale 99 was taken"
 Check Abs(vp.CustomScale - 0.02) < 1e-12, "refused scales changed it to " & vp.CustomScale
+Check vp.StandardScale = 12, "refused scales changed the standard scale to " & vp.StandardScale
+vp.CustomScale = 0.04
+Check vp.StandardScale = 1, "a custom scale reads as standard scale " & vp.StandardScale
 vp.FreezeLayers Array("Walls", "Nobody")
 Check LastError() = INVALID_ARGUMENT, "an unknown layer was frozen"
 vp.FreezeLayers Array("Walls")
