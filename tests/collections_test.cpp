@@ -18,6 +18,8 @@
 #include "frame/com.h"
 
 using drawing::Value;
+using drawing::flag;
+using drawing::real;
 using nk::ComPtr;
 
 namespace {
@@ -80,20 +82,6 @@ std::wstring text(IDispatch* from, const wchar_t* name)
     Value v;
     EXPECT_EQ(get(from, name, v), S_OK);
     return v.type() == VT_BSTR && V_BSTR(v.get()) ? V_BSTR(v.get()) : L"";
-}
-Value flag(bool on)
-{
-    Value v;
-    V_VT(v.get()) = VT_BOOL;
-    V_BOOL(v.get()) = on ? VARIANT_TRUE : VARIANT_FALSE;
-    return v;
-}
-Value real(double d)
-{
-    Value v;
-    V_VT(v.get()) = VT_R8;
-    V_R8(v.get()) = d;
-    return v;
 }
 Value dispatch(IDispatch* d)
 {

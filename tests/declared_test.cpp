@@ -23,6 +23,8 @@
 
 using drawing::doubles;
 using drawing::Value;
+using drawing::flag;
+using drawing::real;
 using nk::ComPtr;
 using nk::Variant;
 
@@ -31,27 +33,6 @@ namespace {
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInf = std::numeric_limits<double>::infinity();
 
-Value real(double d)
-{
-    Value v;
-    V_VT(v.get()) = VT_R8;
-    V_R8(v.get()) = d;
-    return v;
-}
-Value flag(bool b)
-{
-    Value v;
-    V_VT(v.get()) = VT_BOOL;
-    V_BOOL(v.get()) = b ? VARIANT_TRUE : VARIANT_FALSE;
-    return v;
-}
-Value shortValue(int n)
-{
-    Value v;
-    V_VT(v.get()) = VT_I4;
-    V_I4(v.get()) = n;
-    return v;
-}
 // A point is a VARIANT array; any other value goes as itself.
 std::vector<double> numbersOf(const VARIANT& v)
 {
@@ -246,8 +227,8 @@ std::vector<Value> samples(const nk::DeclaredMember& m, const VARIANT& current)
     else if (name == L"ObliqueAngle") out.push_back(real(0.5));  // within 85 degrees
     else if (name == L"Linetype") out.push_back(drawing::text(L"Continuous"));
     else if (name == L"Material") out.push_back(drawing::text(L"Global"));
-    else if (name == L"color") out.push_back(shortValue(3));
-    else if (name == L"Lineweight") out.push_back(shortValue(50));
+    else if (name == L"color") out.push_back(drawing::number(3));
+    else if (name == L"Lineweight") out.push_back(drawing::number(50));
     else if (conv == "double" || conv == "length") out.push_back(real(2.5));
     else if (conv == "ratio") out.push_back(real(0.5));
     else if (conv == "point") out.push_back(doubles({1.5, -2.25, 3.125}));
@@ -263,8 +244,8 @@ std::vector<Value> refused(const nk::DeclaredMember& m)
     const std::wstring name = m.name;
     std::vector<Value> out;
     if (name == L"Layer" || name == L"Linetype" || name == L"Material") out.push_back(drawing::text(L"No such"));
-    if (name == L"color") out.push_back(shortValue(300));
-    if (name == L"Lineweight") out.push_back(shortValue(7));
+    if (name == L"color") out.push_back(drawing::number(300));
+    if (name == L"Lineweight") out.push_back(drawing::number(7));
     if (conv == "double" || conv == "length" || conv == "ratio") {
         out.push_back(real(kNaN));
         out.push_back(real(kInf));
@@ -407,7 +388,7 @@ TEST_F(DeclaredProperties, EveryPropertyIsSetReadAndRefusedThroughTheInterfaces)
         for (const nk::DeclaredMember* m : propertiesOf(kind.itf)) {
             if (!m->put || !m->get) continue;
             SCOPED_TRACE(narrow(m->name));
-            Value index = shortValue(2);
+            Value index = drawing::number(2);
             std::vector<VARIANT*> leading;
             if (m->extraArguments == 1) leading.push_back(index.get());
             Value current;

@@ -72,6 +72,20 @@ inline Value number(LONG n)
     V_I4(v.get()) = n;
     return v;
 }
+inline Value real(double d)
+{
+    Value v;
+    V_VT(v.get()) = VT_R8;
+    V_R8(v.get()) = d;
+    return v;
+}
+inline Value flag(bool on)
+{
+    Value v;
+    V_VT(v.get()) = VT_BOOL;
+    V_BOOL(v.get()) = on ? VARIANT_TRUE : VARIANT_FALSE;
+    return v;
+}
 inline Value text(const wchar_t* s)
 {
     Value v;

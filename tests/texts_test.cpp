@@ -18,6 +18,8 @@
 using drawing::coordinates;
 using drawing::point;
 using drawing::Value;
+using drawing::number;
+using drawing::real;
 using kx::VxGePoint3d;
 using nk::ComPtr;
 
@@ -72,20 +74,6 @@ protected:
 
 bool closeTo(const VxGePoint3d& a, const VxGePoint3d& b) { return a.distanceTo(b) < 1e-9; }
 
-Value integer(LONG n)
-{
-    Value v;
-    V_VT(v.get()) = VT_I4;
-    V_I4(v.get()) = n;
-    return v;
-}
-Value real(double d)
-{
-    Value v;
-    V_VT(v.get()) = VT_R8;
-    V_R8(v.get()) = d;
-    return v;
-}
 
 }  // namespace
 
@@ -96,7 +84,7 @@ TEST_F(Texts, AlignmentKeepsTheTextInPlace)
     ComPtr<IVeltText> text = addText(L"Room 12", {10, 20, 0});
     ComPtr<IDispatch> script = text.as<IDispatch>();
 
-    ASSERT_EQ(putByName(script.get(), L"Alignment", *integer(vxAlignmentMiddleRight)), S_OK);
+    ASSERT_EQ(putByName(script.get(), L"Alignment", *number(vxAlignmentMiddleRight)), S_OK);
     VxHorizontalAlignment h;
     VxVerticalAlignment v;
     ASSERT_EQ(text->get_HorizontalAlignment(&h), S_OK);
@@ -107,7 +95,7 @@ TEST_F(Texts, AlignmentKeepsTheTextInPlace)
     EXPECT_TRUE(closeTo(pointOf(text.get(), &IVeltText::get_TextAlignmentPoint), {10, 20, 0}));
 
     for (LONG bad : {15L, -1L}) {
-        EXPECT_EQ(putByName(script.get(), L"Alignment", *integer(bad)), E_INVALIDARG);
+        EXPECT_EQ(putByName(script.get(), L"Alignment", *number(bad)), E_INVALIDARG);
         VxAlignment now;
         ASSERT_EQ(text->get_Alignment(&now), S_OK);
         EXPECT_EQ(now, vxAlignmentMiddleRight);
