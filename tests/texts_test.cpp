@@ -206,6 +206,52 @@ TEST_F(Texts, FactoriesFollowTheCurrentStyle)
     EXPECT_EQ(after, before);
 }
 
+// A multiline attribute definition as a script drives it: made from the text, its content,
+// width and direction; the alignment names the corner its text hangs from; a single-line
+// attribute refuses what only a multiline one has, and reads it as empty.
+TEST_F(Texts, MultilineAttributesKeepTheirText)
+{
+    ComPtr<IVeltBlock> block = wrapperOf<IVeltBlock>(addBlock(L"NOTE"));
+    ComPtr<IVeltAttribute> definition;
+    Value at = point(1, 2, 0);
+    BSTR tag = SysAllocString(L"REMARK"), value = SysAllocString(L"none"), prompt = SysAllocString(L"?");
+    ASSERT_EQ(block->AddAttribute(2.5, vxAttributeModeNormal, prompt, *at, tag, value, definition.put()), S_OK);
+    SysFreeString(tag), SysFreeString(value), SysFreeString(prompt);
+    IDispatch* script = definition.as<IDispatch>().get();
+
+    EXPECT_TRUE(FAILED(putByName(script, L"MTextBoundaryWidth", *real(10.0))));
+    double width = -1;
+    ASSERT_EQ(definition->get_MTextBoundaryWidth(&width), S_OK);
+    EXPECT_EQ(width, 0.0);
+
+    ASSERT_EQ(putByName(script, L"MTextAttribute", *drawing::flag(true)), S_OK);
+    ASSERT_EQ(putByName(script, L"MTextAttributeContent", *drawing::text(L"Fire door\\PEI 30")), S_OK);
+    ASSERT_EQ(putByName(script, L"MTextBoundaryWidth", *real(10.0)), S_OK);
+    EXPECT_TRUE(FAILED(putByName(script, L"MTextBoundaryWidth", *real(-1.0))));
+    ASSERT_EQ(putByName(script, L"MTextDrawingDirection", *number(vxTopToBottom)), S_OK);
+    ASSERT_EQ(putByName(script, L"Alignment", *number(vxAlignmentTopLeft)), S_OK);
+    ASSERT_EQ(definition->get_MTextBoundaryWidth(&width), S_OK);
+    EXPECT_EQ(width, 10.0);
+    BSTR line = nullptr;
+    ASSERT_EQ(definition->get_TextString(&line), S_OK);
+    EXPECT_STREQ(line, L"Fire door");
+    SysFreeString(line);
+
+    kx::VxDbObjectPointer<kx::VxDbAttributeDefinition> host(idOf(definition.get()));
+    ASSERT_EQ(host.openStatus(), kx::Velt::eOk);
+    EXPECT_EQ(host->mtextAttachment(), 1);  // top left
+    EXPECT_EQ(host->mtextDrawingDirection(), 3);
+    EXPECT_EQ(host->mtextContents(), L"Fire door\\PEI 30");
+    host.close();
+
+    // Back to one line: the first line of its plain text.
+    ASSERT_EQ(putByName(script, L"MTextAttribute", *drawing::flag(false)), S_OK);
+    VARIANT_BOOL multiline = VARIANT_TRUE;
+    ASSERT_EQ(definition->get_MTextAttribute(&multiline), S_OK);
+    EXPECT_EQ(multiline, VARIANT_FALSE);
+    ASSERT_EQ(definition->UpdateMTextAttribute(), S_OK);
+}
+
 // A block of three attribute definitions, one constant: an insertion gets the two others as
 // attributes with their defaults; one changed is saved under its tag.
 TEST_F(Texts, InsertedBlocksGetTheirAttributes)

@@ -368,24 +368,63 @@ TEST(DxfEzdxf, TextsAndAttributedBlocksReadTheSame)
     definition->setAttributeFlags(VxDbAttributeFlags::kPreset | VxDbAttributeFlags::kVerifiable);
     definition->setHeight(0.25);
     append(db, sample.block, definition);
+    // A multiline one: its text travels to the reference and into files of 2018.
+    auto* note = new VxDbAttributeDefinition();
+    note->setTag(L"NOTE");
+    note->setTextString(L"none");
+    note->setPosition({0, 1, 0});
+    ASSERT_EQ(note->setMTextAttribute(true), Velt::eOk);
+    ASSERT_EQ(note->setMTextContents(L"Fire door\\PEI 30"), Velt::eOk);
+    ASSERT_EQ(note->setMTextBoundaryWidth(4.0), Velt::eOk);
+    EXPECT_EQ(note->textString(), L"Fire door");
+    append(db, sample.block, note);
+    std::string multiline;
     {
         VxDbObjectPointer<VxDbBlockReference> door(sample.insert, VxDb::kForWrite);
         ASSERT_EQ(UpdataBlkAttribute(door.get()), Velt::eOk);
-        ASSERT_EQ(door->attributeIds().size(), 1u);
+        ASSERT_EQ(door->attributeIds().size(), 2u);
         VxDbObjectPointer<VxDbAttribute> room(door->attributeIds()[0], VxDb::kForWrite);
         room->setTextString(L"12");
+        VxDbObjectPointer<VxDbAttribute> copied(door->attributeIds()[1], VxDb::kForRead);
+        ASSERT_TRUE(copied->isMTextAttribute());
+        EXPECT_EQ(copied->mtextContents(), L"Fire door\\PEI 30");
+        EXPECT_GT(copied->mtextBoundaryWidth(), 0.0);  // scaled with the reference
+        multiline = "MTEXTATTR\t" + hex(copied->objectId()) + "\t7\tFire door\\nEI 30\n";
     }
+    multiline += "MTEXTATTR\t" + hex(note->objectId()) + "\t7\tFire door\\nEI 30\n";
 
     TempFolder folder;
     std::string arguments;
     for (VxDbDxfVersion version : {VxDbDxfVersion::kR2000, VxDbDxfVersion::kR2018}) {
         const std::string name = "texts" + std::to_string(int(version));
         writeText(folder / (name + ".dxf"), toDxf(db, version));
-        writeText(folder / (name + ".txt"), factsOf(db, version >= VxDbDxfVersion::kR2007));
+        writeText(folder / (name + ".txt"), factsOf(db, version >= VxDbDxfVersion::kR2007) +
+                                                (version >= VxDbDxfVersion::kR2018 ? multiline : ""));
         arguments += quoted(folder / (name + ".dxf")) + " " + quoted(folder / (name + ".txt")) + " ";
     }
     std::string output;
     EXPECT_EQ(runTool("check " + arguments, output), 0) << output;
+
+    // Read back, the multiline attributes are whole again; older files hold their first line.
+    for (VxDbDxfVersion version : {VxDbDxfVersion::kR2000, VxDbDxfVersion::kR2018}) {
+        VxDbDxfReadInfo info;
+        std::unique_ptr<VxDbDatabase> reread = fromDxf(toDxf(db, version), &info);
+        EXPECT_EQ(info.opaqueEntities, 0u) << info.message;
+        ASSERT_TRUE(reread);
+        const VxDbAttributeDefinition* found = nullptr;
+        for (VxDbObjectId blockId : VxDbSymbolTable::cast(detail::objectOf(reread->blockTableId()))->recordIds())
+            for (VxDbObjectId entityId : VxDbBlockTableRecord::cast(detail::objectOf(blockId))->entityIds())
+                if (auto* d = VxDbAttributeDefinition::cast(detail::objectOf(entityId)); d && d->tag() == L"NOTE")
+                    found = d;
+        ASSERT_NE(found, nullptr);
+        const VxDbAttributeDefinition* definition = found;
+        EXPECT_EQ(definition->isMTextAttribute(), version >= VxDbDxfVersion::kR2018);
+        EXPECT_EQ(definition->textString(), L"Fire door");
+        if (version >= VxDbDxfVersion::kR2018) {
+            EXPECT_EQ(definition->mtextContents(), L"Fire door\\PEI 30");
+            EXPECT_DOUBLE_EQ(definition->mtextBoundaryWidth(), 4.0);
+        }
+    }
 }
 
 TEST(DxfEzdxf, DrawingsEzdxfWritesAreRead)

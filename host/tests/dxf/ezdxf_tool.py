@@ -19,6 +19,7 @@ EXPECTED holds one fact per line, fields separated by tabs:
   RECORD <table> <record name> <attr>=<value>;...
   GROUP  <group name> <member handle>,...          (in any order: ezdxf keeps a set)
   SORTENTS <block record handle> <entity handle>,... (the block's entities, first drawn first)
+  MTEXTATTR <handle> <attachment> <plain text>      (a multiline attribute and its text)
 Exit status 0 when the audit finds no error and every fact holds.
 """
 
@@ -112,6 +113,16 @@ def check(path, expected_path):
                     actual = getattr(e.dxf, name, None)  # the format's default when not written
                     if actual is None or not same(actual, parse_value(value)):
                         problems.append(f"{handle}: {name} is {actual}, not {value}")
+        elif kind == "MTEXTATTR":
+            e = db.get(fact[1])
+            if e is None or not e.has_embedded_mtext_entity:
+                problems.append(f"{fact[1]}: no multiline text")
+                continue
+            mtext = e.virtual_mtext_entity()
+            text = fact[3].replace("\\n", "\n")  # line breaks are written as \n
+            if int(mtext.dxf.attachment_point) != int(fact[2]) or e.plain_mtext() != text:
+                problems.append(f"{fact[1]}: multiline text {mtext.dxf.attachment_point} {e.plain_mtext()!r}"
+                                f" instead of {fact[2]} {text!r}")
         elif kind == "XDATA":
             handle, app = fact[1], fact[2]
             e = db.get(handle)
