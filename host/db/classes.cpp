@@ -10,6 +10,7 @@
 #include "db/objects.h"
 #include "db/sortents.h"
 #include "db/symtables.h"
+#include "db/viewport.h"
 
 namespace kx::detail {
 
@@ -73,6 +74,7 @@ void registerHostClasses()
         VxDbMText::desc(),
         VxDbShape::desc(),
         VxDbFcf::desc(),
+        VxDbViewport::desc(),
     };
     (void)classes;
 }

@@ -28,6 +28,7 @@
 #include "db/strings.h"
 #include "db/symtables.h"
 #include "db/texts.h"
+#include "db/viewport.h"
 #include "dxf/dxffields.h"
 #include "dxf/dxfinternal.h"
 #include "dxf/dxfstream.h"
@@ -1607,7 +1608,24 @@ void Reader::parseEntity(Record& record, uint32_t block, std::vector<Record>* su
         return;
 
     bool keepOpaque = subRecords != nullptr && !modelledFollowers;
-    VxDbEntity* entity = keepOpaque ? nullptr : makeKnownEntity(record, own, keepOpaque);
+    // A viewport's frozen layers and clipping entity are handles, resolved once resident.
+    std::vector<uint64_t> frozenLayers;
+    uint64_t clipEntity = 0;
+    VxDbEntity* entity = nullptr;
+    if (!keepOpaque && record.type == "VIEWPORT") {
+        std::vector<size_t> fields;
+        for (size_t i : own) {
+            if (record.code(i) == 331)
+                frozenLayers.push_back(record.handle(i));
+            else if (record.code(i) == 340)
+                clipEntity = record.handle(i);
+            else
+                fields.push_back(i);
+        }
+        entity = makeKnownEntity(record, fields, keepOpaque);
+    } else if (!keepOpaque) {
+        entity = makeKnownEntity(record, own, keepOpaque);
+    }
     std::vector<NamedRecord> named;
     if (entity)
         named.swap(mNamedRecords);
@@ -1724,6 +1742,22 @@ void Reader::parseEntity(Record& record, uint32_t block, std::vector<Record>* su
                         field->set(*entity, VxDbFieldValue(id));
                 }
             }
+        });
+    }
+    if (VxDbViewport::cast(entity) && (!frozenLayers.empty() || clipEntity)) {
+        mLinks.push_back([this, index, frozenLayers = std::move(frozenLayers), clipEntity] {
+            auto* viewport = VxDbViewport::cast(mEntities[index].live);
+            if (!viewport)
+                return;
+            std::vector<VxDbObjectId> layers;
+            for (uint64_t handle : frozenLayers) {
+                if (VxDbObjectId id = idOf(handle); !id.isNull())
+                    layers.push_back(id);
+            }
+            if (viewport->freezeLayersInViewport(layers) != Velt::eOk)
+                warn("a viewport's frozen layers that are not layers were left out");
+            if (VxDbObjectId id = clipEntity ? idOf(clipEntity) : VxDbObjectId(); !id.isNull())
+                viewport->setNonRectClipEntityId(id);
         });
     }
     if (opaque) {

@@ -18,6 +18,7 @@
 #include "db/strings.h"
 #include "db/symtables.h"
 #include "db/texts.h"
+#include "db/viewport.h"
 #include "dxf/dxffields.h"
 #include "dxf/dxffile.h"
 #include "dxf/dxfinternal.h"
@@ -809,6 +810,14 @@ void Writer::entity(VxDbEntity* entity, VxDbObjectId owner, bool paperSpace)
         entityCommon(entity, paperSpace);
         writeFields(mOut, *entity, *kind, mVersion, mUtf8, [this](VxDbObjectId id) { return nameOf(id); });
         embeddedMText(entity);
+        if (auto* viewport = VxDbViewport::cast(entity); viewport && mVersion >= VxDbDxfVersion::kR13) {
+            for (VxDbObjectId layer : viewport->frozenLayers()) {
+                if (handleValue(layer) && !layer.isErased())
+                    handleOf(331, layer);
+            }
+            if (handleValue(viewport->nonRectClipEntityId()) && !viewport->nonRectClipEntityId().isErased())
+                handleOf(340, viewport->nonRectClipEntityId());
+        }
     } else {
         return;  // a kind this writer does not know
     }

@@ -6,7 +6,9 @@
 #include <set>
 
 #include "dxf_test_util.h"
+#include "db/viewport.h"
 #include "ge/matrix.h"
+#include "services/hostservices.h"
 
 using namespace kx;
 using namespace kx::dxftest;
@@ -494,4 +496,59 @@ TEST(DxfEzdxf, LibraryDrawingsWrittenAgainPassTheAudit)
     }
     std::string output;
     EXPECT_EQ(runTool("check --others " + arguments, output), 0) << output;
+}
+
+// A sheet: a layout with plot settings and two viewports on the model, one of them with a
+// layer frozen in it alone. ezdxf reads the same layout, plot settings and viewports.
+TEST(DxfEzdxf, LayoutsWithViewportsReadTheSame)
+{
+    if (!haveEzdxf())
+        GTEST_SKIP() << "python3-ezdxf is not installed";
+    VxDbDatabase db;
+    VxDbObjectId layout, block;
+    ASSERT_EQ(veltGetLayoutManager()->createLayout(L"Plan", layout, block, &db), Velt::eOk);
+    ASSERT_EQ(veltGetLayoutManager()->updateByNewOrder(layout, 1), Velt::eOk);
+    const VxDbObjectId doors = addRecord(db.layerTableId(), new VxDbLayerTableRecord(), L"Doors");
+    {
+        VxDbObjectPointer<VxDbLayout> plan(layout, VxDb::kForWrite);
+        VxDbPlotSettingsValidator* validator = vxdbHostApplicationServices()->plotSettingsValidator();
+        ASSERT_EQ(validator->setPlotCfgName(plan.get(), L"Tarsk PDF.pc3", L"ISO_A3_(297.00_x_420.00_MM)"), Velt::eOk);
+        ASSERT_EQ(validator->setPlotRotation(plan.get(), VxDbPlotSettings::k90degrees), Velt::eOk);
+        ASSERT_EQ(validator->setStdScaleType(plan.get(), 16), Velt::eOk);
+    }
+    struct Window {
+        VxGePoint3d center, viewCenter;
+        double width, height;
+        int16_t scale;
+        double ratio;
+    };
+    const Window windows[] = {{{150, 140, 0}, {5000, 4000, 0}, 260, 180, 12, 0.02},
+                              {{350, 140, 0}, {1200, 800, 0}, 100, 80, 7, 0.1}};
+    std::string facts = "LAYOUT\tPlan\t1\tplot_configuration_file=Tarsk PDF.pc3;"
+                        "paper_size=ISO_A3_(297.00_x_420.00_MM);plot_rotation=1;standard_scale_type=16\n";
+    for (const Window& w : windows) {
+        auto* vp = new VxDbViewport();
+        vp->setDatabaseDefaults(&db);
+        vp->setCenterPoint(w.center);
+        vp->setWidth(w.width);
+        vp->setHeight(w.height);
+        vp->setViewCenter(w.viewCenter);
+        ASSERT_EQ(vp->setStandardScale(w.scale), Velt::eOk);
+        if (w.scale == 7)
+            ASSERT_EQ(vp->freezeLayersInViewport({doors}), Velt::eOk);
+        const VxDbObjectId id = append(db, block, vp);
+        facts += "ENTITY\t" + hex(id) + "\tVIEWPORT\t0\t256\tcenter=" + vec(w.center) + ";width=" + num(w.width) +
+                 ";height=" + num(w.height) + ";view_center_point=" + vec(w.viewCenter) + "\n";
+        facts += "VIEWPORT\t" + hex(id) + "\t" + num(w.ratio) + "\t" + (w.scale == 7 ? "Doors" : "") + "\n";
+    }
+    TempFolder folder;
+    std::string arguments;
+    for (VxDbDxfVersion version : {VxDbDxfVersion::kR2000, VxDbDxfVersion::kR2018}) {
+        const std::string name = std::string("sheet") + vxdbDxfVersionName(version);
+        writeText(folder / (name + ".dxf"), toDxf(db, version));
+        writeText(folder / (name + ".txt"), facts);
+        arguments += quoted(folder / (name + ".dxf")) + " " + quoted(folder / (name + ".txt")) + " ";
+    }
+    std::string output;
+    EXPECT_EQ(runTool("check " + arguments, output), 0) << output;
 }

@@ -20,6 +20,8 @@ EXPECTED holds one fact per line, fields separated by tabs:
   GROUP  <group name> <member handle>,...          (in any order: ezdxf keeps a set)
   SORTENTS <block record handle> <entity handle>,... (the block's entities, first drawn first)
   MTEXTATTR <handle> <attachment> <plain text>      (a multiline attribute and its text)
+  LAYOUT <name> <tab order> <attr>=<value>;...      (the LAYOUT object's plot settings)
+  VIEWPORT <handle> <scale> <frozen layer>,...     (scale: sheet height over view height)
 Exit status 0 when the audit finds no error and every fact holds.
 """
 
@@ -199,6 +201,30 @@ def check(path, expected_path):
             expected = fact[2] if len(fact) > 2 else ""
             if ",".join(entities) != expected:
                 problems.append(f"block record {fact[1]} draws {','.join(entities)}, not {expected}")
+        elif kind == "LAYOUT":
+            if fact[1] not in doc.layouts:
+                problems.append(f"no layout {fact[1]!r}")
+                continue
+            layout = doc.layouts.get(fact[1]).dxf_layout
+            if layout.dxf.taborder != int(fact[2]):
+                problems.append(f"layout {fact[1]!r} at tab {layout.dxf.taborder}, not {fact[2]}")
+            for item in (fact[3].split(";") if len(fact) > 3 and fact[3] else []):
+                name, value = item.split("=", 1)
+                actual = layout.dxf.get(name)
+                if actual is None or not same(actual, parse_value(value)):
+                    problems.append(f"layout {fact[1]!r}: {name} is {actual}, not {value}")
+        elif kind == "VIEWPORT":
+            vp = db.get(fact[1])
+            if vp is None or vp.dxftype() != "VIEWPORT":
+                problems.append(f"no viewport {fact[1]}")
+                continue
+            scale = vp.dxf.height / vp.dxf.view_height
+            if not close(scale, float(fact[2])):
+                problems.append(f"viewport {fact[1]}: scale {scale}, not {fact[2]}")
+            frozen = ",".join(sorted(vp.frozen_layers))
+            expected = ",".join(sorted(fact[3].split(","))) if len(fact) > 3 and fact[3] else ""
+            if frozen != expected:
+                problems.append(f"viewport {fact[1]}: frozen layers {frozen}, not {expected}")
         else:
             problems.append(f"unknown fact {kind}")
     for p in problems:
