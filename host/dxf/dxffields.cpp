@@ -1,5 +1,6 @@
 #include "dxf/dxffields.h"
 
+#include <cstdint>
 #include <cstring>
 #include <limits>
 #include <string>
@@ -106,6 +107,12 @@ void writeFields(GroupWriter& out, const VxDbObject& object, const VxDbKind& kin
             },
             value);
     }
+    if (const auto write = kind.fileHooks().writeGroups) {
+        const char* own = kind.subclass();
+        if (own && (!subclass || std::strcmp(own, subclass) != 0))
+            out.text(100, own);
+        write(object, out, version, utf8File);
+    }
 }
 
 bool readFields(VxDbObject& object, const VxDbKind& kind, const std::vector<FieldGroup>& groups, bool utf8File)
@@ -163,8 +170,11 @@ bool readFields(VxDbObject& object, const VxDbKind& kind, const std::vector<Fiel
             if (!ok)
                 return false;
         }
-        if (!taken)
-            return false;  // a group this kind does not hold
+        if (!taken) {
+            const auto readGroup = kind.fileHooks().readGroup;
+            if (!readGroup || !readGroup(object, group.code, group.value))
+                return false;  // a group this kind does not hold
+        }
     }
 
     const VxGeVector3d normal = normalOf(kind, values);
