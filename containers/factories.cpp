@@ -2,7 +2,9 @@
 // its conversion's code, before anything is locked), then makes the entity in the block
 // through the common append routine: the database's defaults first, then the arguments.
 // Values the host refuses are the caller's: E_INVALIDARG, and nothing is added.
+#include <initializer_list>
 #include <memory>
+#include <type_traits>
 #include <vector>
 
 #include "containers/append.h"
@@ -167,36 +169,40 @@ HRESULT addXline(VxAxObjectRef& block, IDispatch* app, VARIANT Point1, VARIANT P
     return addLinear<kx::VxDbXline>(block, app, Point1, Point2, xline);
 }
 
-HRESULT add3DFace(VxAxObjectRef& block, IDispatch* app, VARIANT Point1, VARIANT Point2, VARIANT point3,
-                  VARIANT Point4, IVelt3DFace** face)
+namespace {
+
+// Faces and solids: four corners, each a point of its own.
+template <class T, class Out>
+HRESULT addFourCorners(VxAxObjectRef& block, IDispatch* app, std::initializer_list<const VARIANT*> points, Out** out)
 {
     std::vector<VxGePoint3d> corners;
-    if (HRESULT hr = takeArguments(face, [&] {
-            for (const VARIANT* p : {&Point1, &Point2, &point3, &Point4}) corners.push_back(conv::Point::in(*p));
+    if (HRESULT hr = takeArguments(out, [&] {
+            for (const VARIANT* p : points) corners.push_back(conv::Point::in(*p));
         });
         FAILED(hr))
         return hr;
-    return appendEntity(block, app, face, [&](VxDbBlockTableRecord& record) {
-        auto made = newEntity<kx::VxDbFace>(record);
-        accept(made->setVertices(corners));
+    return appendEntity(block, app, out, [&](VxDbBlockTableRecord& record) {
+        auto made = newEntity<T>(record);
+        if constexpr (std::is_same_v<T, kx::VxDbFace>)
+            accept(made->setVertices(corners));
+        else
+            accept(made->setPoints(corners));
         return NewEntity(std::move(made));
     });
+}
+
+}  // namespace
+
+HRESULT add3DFace(VxAxObjectRef& block, IDispatch* app, VARIANT Point1, VARIANT Point2, VARIANT point3,
+                  VARIANT Point4, IVelt3DFace** face)
+{
+    return addFourCorners<kx::VxDbFace>(block, app, {&Point1, &Point2, &point3, &Point4}, face);
 }
 
 HRESULT addSolid(VxAxObjectRef& block, IDispatch* app, VARIANT Point1, VARIANT Point2, VARIANT point3, VARIANT Point4,
                  IVeltSolid** solid)
 {
-    std::vector<VxGePoint3d> corners;
-    if (HRESULT hr = takeArguments(solid, [&] {
-            for (const VARIANT* p : {&Point1, &Point2, &point3, &Point4}) corners.push_back(conv::Point::in(*p));
-        });
-        FAILED(hr))
-        return hr;
-    return appendEntity(block, app, solid, [&](VxDbBlockTableRecord& record) {
-        auto made = newEntity<kx::VxDbSolid>(record);
-        accept(made->setPoints(corners));
-        return NewEntity(std::move(made));
-    });
+    return addFourCorners<kx::VxDbSolid>(block, app, {&Point1, &Point2, &point3, &Point4}, solid);
 }
 
 // Four corners, as one flat array of twelve doubles; any other count is refused.

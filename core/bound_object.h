@@ -31,11 +31,15 @@ public:
     HRESULT STDMETHODCALLTYPE GetApplicationObject(IDispatch** application) override;
 
     VxAxObjectRef& objectRef() { return ref_; }
+    // The wrapper's IUnknown (not counted), the pointer the link manager records.
+    IUnknown* identity() const { return identity_; }
     // Takes a new object of the host class this wrapper stands for, kept until it goes into
     // a drawing; wrappers of classes with no host class of their own stay unbound.
     void ownNewObject();
 
 protected:
+    // Known to the class that makes the wrapper, so that binding needs no query.
+    void setIdentity(IUnknown* identity) { identity_ = identity; }
     // Tells the wrapper's event sinks that its object changed.
     virtual void fireChanged() {}
 

@@ -4,6 +4,7 @@
 
 #include "axsupport/errors.h"
 #include "core/binding.h"
+#include "core/bound_object.h"
 #include "db/blocks.h"
 #include "db/database.h"
 #include "db/entity.h"
@@ -205,6 +206,21 @@ HRESULT VxAxGetIUnknownOfObject(IUnknown** ppUnk, kx::VxDbObject* object, IDispa
         }
         // The object changed class, or the record is stale: make a new wrapper.
         links->setIUnknown(object, nullptr);
+    }
+
+    // The module's own wrappers are made and bound directly; another module's through COM.
+    if (BoundObject* bound = makeBoundWrapper(clsid)) {
+        ComPtr<IUnknown> made = ComPtr<IUnknown>::adopt(bound->identity());
+        if (FAILED(bound->SetObjectId(id, kx::VxDbObjectId::kNull, nullptr)))
+            return RaiseVxAXException(__uuidof(IVeltBaseObject), 0, kNotBound);
+        kx::VxDbObject* reopened = nullptr;
+        kx::Velt::ErrorStatus es = kx::vxdbOpenObject(reopened, id, kx::VxDb::kForRead);
+        if (es != kx::Velt::eOk) return RaiseVxAXException(__uuidof(IVeltObject), 0, static_cast<DWORD>(es));
+        links->setIUnknown(id, made.get());
+        reopened->close();
+        if (FAILED(bound->SetApplicationObject(app))) return RaiseVxAXException(__uuidof(IVeltEntity), 0, kNotBound);
+        *ppUnk = made.detach();
+        return S_OK;
     }
 
     ComPtr<IUnknown> wrapper;

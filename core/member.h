@@ -176,11 +176,14 @@ struct Declared;
 
 // ---- access: how a member reaches its object ----
 
-// The members of a database object's own interface: the object opened through the
-// wrapper's reference for the call; changes under the document lock. Open fails with
-// E_POINTER, not with the host's status: that is what these members answer.
-template <class Itf, class T>
-struct OwnAccess {
+// Opens a database object through the wrapper's reference for the call; changes go under
+// the document lock. What a failed open answers depends on the family: E_POINTER for an
+// object's own members (not the host's status: that is what they answer), the host's
+// status for the members every entity shares.
+enum class FailedOpen { kPointer, kStatus };
+
+template <class Itf, class T, FailedOpen kFailedOpen>
+struct ObjectAccess {
     using Target = VxAxObjectRef;
     using Object = T;
     template <class Self>
@@ -195,9 +198,9 @@ struct OwnAccess {
     {
         // The open throws nothing: only the read and its conversion need the error edge.
         OpenedObject<T> object(ref, kx::VxDb::kForRead);
-        if (!object.isOpen()) return E_POINTER;
+        if (kFailedOpen == FailedOpen::kPointer && !object.isOpen()) return E_POINTER;
         return guarded(iid(), [&]() -> HRESULT {
-            read(static_cast<const T&>(*object.get()));
+            read(static_cast<const T&>(*object.orThrow()));
             return S_OK;
         });
     }
@@ -210,41 +213,17 @@ struct OwnAccess {
             kx::VxAxDocLock lock(ref.objectId(), kx::VxAxDocLock::kWrite);
             check(lock.lockStatus());
             OpenedObject<T> object(ref, kx::VxDb::kForWrite);
-            if (!object.isOpen()) return E_POINTER;
-            check(write(*object.get(), value));
-            return S_OK;
-        });
-    }
-};
-
-// The same, but a failed open raises the host's status (the shared entity members).
-template <class Itf, class T>
-struct StatusAccess : OwnAccess<Itf, T> {
-    using Target = VxAxObjectRef;
-    using OwnAccess<Itf, T>::iid;
-
-    template <class Read>
-    static HRESULT read(Target& ref, Read&& read)
-    {
-        return guarded(iid(), [&]() -> HRESULT {
-            OpenedObject<T> object(ref, kx::VxDb::kForRead);
-            read(static_cast<const T&>(*object.orThrow()));
-            return S_OK;
-        });
-    }
-    template <class Convert, class Write>
-    static HRESULT write(Target& ref, Convert&& convert, Write&& write)
-    {
-        return guarded(iid(), [&]() -> HRESULT {
-            const auto value = convert();
-            kx::VxAxDocLock lock(ref.objectId(), kx::VxAxDocLock::kWrite);
-            check(lock.lockStatus());
-            OpenedObject<T> object(ref, kx::VxDb::kForWrite);
+            if (kFailedOpen == FailedOpen::kPointer && !object.isOpen()) return E_POINTER;
             check(write(*object.orThrow(), value));
             return S_OK;
         });
     }
 };
+
+template <class Itf, class T>
+using OwnAccess = ObjectAccess<Itf, T, FailedOpen::kPointer>;
+template <class Itf, class T>
+using StatusAccess = ObjectAccess<Itf, T, FailedOpen::kStatus>;
 
 // ---- the two patterns ----
 namespace member {

@@ -36,7 +36,10 @@ class Wrapper : public ChainOf<Itf, Itf, Wrapper<Tag, Itf, Source>>::type,
     using Binding = typename BindingOf<Itf>::type;
 
 public:
-    Wrapper() : EventSource(sourceIid()), Binding(Tag::clsid()) {}
+    Wrapper() : EventSource(sourceIid()), Binding(Tag::clsid())
+    {
+        if constexpr (kBoundToObject<Itf>) this->setIdentity(static_cast<Itf*>(this));
+    }
     virtual ~Wrapper() = default;
 
     static const CLSID& classId() { return Tag::clsid(); }
@@ -44,13 +47,17 @@ public:
 
     void* findInterface(REFIID iid)
     {
+        // The binding interface first: the wrapper lookup asks for it on every call that
+        // hands out an existing wrapper.
+        if constexpr (kBoundToObject<Itf>) {
+            if (iid == __uuidof(IVeltBaseObject)) return static_cast<IVeltBaseObject*>(this);
+        }
         if (inChain<Itf>(iid)) return static_cast<Itf*>(this);
         if (iid == IID_IConnectionPointContainer) return static_cast<IConnectionPointContainer*>(this);
         if (iid == IID_ISupportErrorInfo) return static_cast<ISupportErrorInfo*>(this);
         if (iid == IID_IProvideClassInfo || iid == IID_IProvideClassInfo2)
             return static_cast<IProvideClassInfo2*>(this);
         if constexpr (kBoundToObject<Itf>) {
-            if (iid == __uuidof(IVeltBaseObject)) return static_cast<IVeltBaseObject*>(this);
             if (iid == __uuidof(IRetrieveApplication)) return static_cast<IRetrieveApplication*>(this);
         }
         return nullptr;

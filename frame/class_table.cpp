@@ -59,10 +59,38 @@ const wchar_t* noDescription() { return nullptr; }
 const void* noCategories() { return nullptr; }
 void noObjectMain(bool) {}
 
+// The wrappers of database objects, made directly for the lookup (one per table entry;
+// null for the other classes).
+using BoundMaker = BoundObject* (*)();
+BoundMaker gBoundMakers[kClassEntryCount];
+
+template <class Tag>
+BoundObject* makeBound()
+{
+    auto* object = new (std::nothrow) ComObject<typename ImplOf<Tag>::type>();
+    if (!object) return nullptr;
+    object->AddRef();
+    if (FAILED(object->finalConstruct())) {
+        object->Release();
+        return nullptr;
+    }
+    return object;
+}
+
+template <class Tag>
+constexpr BoundMaker boundMakerOf()
+{
+    if constexpr (kBoundToObject<typename Tag::DefaultInterface>)
+        return &makeBound<Tag>;
+    else
+        return nullptr;
+}
+
 // The entry-filling routine of one class.
 template <class Tag>
-void fill(ClassEntry& e)
+void fill(ClassEntry& e, BoundMaker& maker)
 {
+    maker = boundMakerOf<Tag>();
     using Impl = typename ImplOf<Tag>::type;
     e.clsid = &Tag::clsid();
     e.updateRegistry = noRegistry;
@@ -78,7 +106,7 @@ void fill(ClassEntry& e)
     e.objectMain = noObjectMain;
 }
 
-using Filler = void (*)(ClassEntry&);
+using Filler = void (*)(ClassEntry&, BoundMaker&);
 
 // One slot per coclass source module; VeltDictionaries is listed twice on purpose: a lookup
 // by CLSID always stops at the first of the two.
@@ -127,7 +155,7 @@ ClassEntry* classTable() { return gTable; }
 
 void fillClassTable()
 {
-    for (int i = 0; i < kClassEntryCount; ++i) kFillers[i](gTable[i]);
+    for (int i = 0; i < kClassEntryCount; ++i) kFillers[i](gTable[i], gBoundMakers[i]);
     gTable[kClassEntryCount] = ClassEntry{};
     for (int i = 0; i < kClassEntryCount; ++i) gTable[i].objectMain(true);
 }
@@ -138,6 +166,21 @@ void releaseClassTable()
         if (IUnknown* factory = std::exchange(gTable[i].cachedFactory, nullptr)) factory->Release();
         if (gTable[i].objectMain) gTable[i].objectMain(false);
     }
+}
+
+BoundObject* makeBoundWrapper(REFCLSID clsid)
+{
+    // Most lookups in a row make wrappers of one class: the last one found is tried first.
+    static std::atomic<int> last{0};
+    const int first = last.load(std::memory_order_relaxed);
+    for (int n = 0; n < kClassEntryCount; ++n) {
+        const int i = (first + n) % kClassEntryCount;
+        if (gTable[i].clsid && *gTable[i].clsid == clsid) {
+            last.store(i, std::memory_order_relaxed);
+            return gBoundMakers[i] ? gBoundMakers[i]() : nullptr;
+        }
+    }
+    return nullptr;
 }
 
 HRESULT createInstance(REFCLSID clsid, REFIID riid, void** ppv)

@@ -6,6 +6,8 @@
 
 namespace nk {
 
+class BoundObject;
+
 using CreateInstanceFn = HRESULT (*)(IUnknown* outer, REFIID riid, void** ppv);
 
 struct ClassEntry {
@@ -30,6 +32,10 @@ void fillClassTable();
 void releaseClassTable();
 // DllGetClassObject.
 HRESULT getClassObject(REFCLSID clsid, REFIID riid, void** ppv);
+// A new wrapper of a database object of the class, with one reference, ready to be bound
+// without a query for its binding interfaces; null when the class is not one of the
+// table's wrappers of database objects.
+BoundObject* makeBoundWrapper(REFCLSID clsid);
 // An instance of a class of the table as the module makes one for itself (a wrapper for an
 // object that exists), without its class factory; CLASS_E_CLASSNOTAVAILABLE for others.
 HRESULT createInstance(REFCLSID clsid, REFIID riid, void** ppv);

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "frame/host_info.h"
+#include "frame/pool.h"
 
 namespace nk {
 namespace {
@@ -47,6 +48,7 @@ void Module::attach(HINSTANCE instance)
 
 void Module::detach()
 {
+    pool::drain();
     ModuleState& s = state();
     for (auto& [guid, info] : s.interfaceInfos) info->Release();
     for (auto& [guid, info] : s.listedInfos) info->Release();

@@ -21,6 +21,7 @@
 #include "frame/com.h"
 #include "frame/module.h"
 #include "frame/pending.h"
+#include "frame/pool.h"
 #include "catalogue_gen.h"
 
 namespace nk {
@@ -106,6 +107,15 @@ class ComObject final : public T, private LiveObject {
 public:
     template <class... Args>
     explicit ComObject(Args&&... args) : T(std::forward<Args>(args)...) {}
+
+    // From the module's pool of blocks (frame/pool.h).
+    static void* operator new(size_t size)
+    {
+        if (void* block = pool::take(size)) return block;
+        throw std::bad_alloc();
+    }
+    static void* operator new(size_t size, const std::nothrow_t&) noexcept { return pool::take(size); }
+    static void operator delete(void* block, size_t size) noexcept { pool::give(block, size); }
 
     HRESULT STDMETHODCALLTYPE QueryInterface(REFIID iid, void** ppv) override
     {

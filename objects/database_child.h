@@ -45,16 +45,22 @@ struct BindingOf<IVeltSummaryInfo> {
 
 // The database itself for each call; changes under its document lock. A database that is
 // gone raises its status.
-template <class Itf, class T = kx::VxDbDatabase>
-struct DatabaseAccess {
+template <class Itf>
+struct DatabaseChildAccess {
     using Target = DatabaseLink;
-    using Object = kx::VxDbDatabase;
     template <class Self>
     static Target& target(Self& self)
     {
         return self.databaseLink();
     }
     static const IID& iid() { return __uuidof(Itf); }
+};
+
+template <class Itf, class T = kx::VxDbDatabase>
+struct DatabaseAccess : DatabaseChildAccess<Itf> {
+    using typename DatabaseChildAccess<Itf>::Target;
+    using DatabaseChildAccess<Itf>::iid;
+    using Object = kx::VxDbDatabase;
 
     template <class Read>
     static HRESULT read(Target& link, Read&& read)
@@ -84,15 +90,10 @@ struct DatabaseAccess {
 // The drawing's properties: each call works on a fresh copy of them, and a change is stored
 // back at once, so that no call shows or overwrites stale values.
 template <class Itf, class T = kx::VxDbDatabaseSummaryInfo>
-struct SummaryAccess {
-    using Target = DatabaseLink;
+struct SummaryAccess : DatabaseChildAccess<Itf> {
+    using typename DatabaseChildAccess<Itf>::Target;
+    using DatabaseChildAccess<Itf>::iid;
     using Object = kx::VxDbDatabaseSummaryInfo;
-    template <class Self>
-    static Target& target(Self& self)
-    {
-        return self.databaseLink();
-    }
-    static const IID& iid() { return __uuidof(Itf); }
 
     template <class Read>
     static HRESULT read(Target& link, Read&& read)

@@ -19,6 +19,7 @@
 #include "frame/module.h"
 #include "ge/matrix.h"
 
+using drawing::doubles;
 using drawing::Value;
 using nk::ComPtr;
 using nk::Variant;
@@ -49,33 +50,6 @@ Value shortValue(int n)
     V_I4(v.get()) = n;
     return v;
 }
-Value doubles(std::initializer_list<double> values)
-{
-    Value v;
-    V_VT(v.get()) = VT_ARRAY | VT_R8;
-    V_ARRAY(v.get()) = SafeArrayCreateVector(VT_R8, 0, ULONG(values.size()));
-    LONG i = 0;
-    for (double d : values) {
-        SafeArrayPutElement(V_ARRAY(v.get()), &i, &d);
-        ++i;
-    }
-    return v;
-}
-// A script's kind of array: VARIANTs, which points must not be read from.
-Value variants(std::initializer_list<double> values)
-{
-    Value v;
-    V_VT(v.get()) = VT_ARRAY | VT_VARIANT;
-    V_ARRAY(v.get()) = SafeArrayCreateVector(VT_VARIANT, 0, ULONG(values.size()));
-    LONG i = 0;
-    for (double d : values) {
-        Value e = real(d);
-        SafeArrayPutElement(V_ARRAY(v.get()), &i, e.get());
-        ++i;
-    }
-    return v;
-}
-
 // A point is a VARIANT array; any other value goes as itself.
 std::vector<double> numbersOf(const VARIANT& v)
 {
@@ -293,7 +267,7 @@ std::vector<Value> refused(const nk::DeclaredMember& m)
     if (conv == "point" || conv == "vector") {
         out.push_back(doubles({kNaN, 0, 1}));
         out.push_back(doubles({0, kInf, 0}));
-        out.push_back(variants({1, 2, 3}));
+        out.push_back(doubles({1, 2, 3}, VT_VARIANT));
     }
     if (conv == "vector") out.push_back(doubles({0, 0, 0}));
     if (conv == "points") {

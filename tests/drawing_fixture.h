@@ -29,6 +29,30 @@ private:
     VARIANT v_;
 };
 
+// A VARIANT array of numbers: doubles as clients send points, or VARIANTs as scripts make
+// arrays (which points must not be read from).
+inline Value doubles(std::initializer_list<double> values, VARTYPE vt = VT_R8)
+{
+    Value v;
+    SAFEARRAY* sa = SafeArrayCreateVector(vt, 0, static_cast<ULONG>(values.size()));
+    LONG i = 0;
+    for (double d : values) {
+        if (vt == VT_R8) {
+            SafeArrayPutElement(sa, &i, &d);
+        } else {
+            VARIANT e;
+            VariantInit(&e);
+            V_VT(&e) = VT_R8;
+            V_R8(&e) = d;
+            SafeArrayPutElement(sa, &i, &e);
+        }
+        ++i;
+    }
+    V_VT(v.get()) = VT_ARRAY | vt;
+    V_ARRAY(v.get()) = sa;
+    return v;
+}
+
 // A point as clients send it: an array of three doubles.
 inline Value point(double x, double y, double z)
 {

@@ -29,28 +29,7 @@ using drawing::Value;
 
 constexpr double kTol = 1e-9;
 
-// A VARIANT holding an array of doubles of the given shape (one or two dimensions).
-Value doubles(std::initializer_list<double> values, VARTYPE vt = VT_R8)
-{
-    Value v;
-    SAFEARRAY* sa = SafeArrayCreateVector(vt, 0, static_cast<ULONG>(values.size()));
-    LONG i = 0;
-    for (double d : values) {
-        if (vt == VT_R8) {
-            SafeArrayPutElement(sa, &i, &d);
-        } else {
-            VARIANT e;
-            VariantInit(&e);
-            V_VT(&e) = VT_R8;
-            V_R8(&e) = d;
-            SafeArrayPutElement(sa, &i, &e);
-        }
-        ++i;
-    }
-    V_VT(v.get()) = VT_ARRAY | vt;
-    V_ARRAY(v.get()) = sa;
-    return v;
-}
+using drawing::doubles;
 
 Value point(double x, double y, double z = 0) { return doubles({x, y, z}); }
 

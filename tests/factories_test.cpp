@@ -7,6 +7,7 @@
 #include "drawing_fixture.h"
 
 using drawing::coordinates;
+using drawing::doubles;
 using drawing::point;
 using drawing::Value;
 using kx::VxGePoint3d;
@@ -32,19 +33,6 @@ protected:
     }
 };
 
-Value flat(std::initializer_list<double> values)
-{
-    Value v;
-    V_VT(v.get()) = VT_ARRAY | VT_R8;
-    V_ARRAY(v.get()) = SafeArrayCreateVector(VT_R8, 0, ULONG(values.size()));
-    LONG i = 0;
-    for (double d : values) {
-        SafeArrayPutElement(V_ARRAY(v.get()), &i, &d);
-        ++i;
-    }
-    return v;
-}
-
 bool closeTo(const VxGePoint3d& a, const VxGePoint3d& b) { return a.distanceTo(b) < 1e-12; }
 
 }  // namespace
@@ -55,7 +43,7 @@ TEST_F(Factories, EntitiesWithANormalTakeTheBlocksPlane)
 {
     ASSERT_EQ(db->setUcs({0, 0, 0}, VxGeVector3d{1, 0, 0}, VxGeVector3d{0, 0.8, 0.6}), kx::Velt::eOk);
     const VxGePoint3d ucsNormal{0, -0.6, 0.8};
-    Value center = point(1, 2, 3), corners = flat({0, 0, 0, 1, 0, 0, 0, 1, 0, 1, 1, 0});
+    Value center = point(1, 2, 3), corners = doubles({0, 0, 0, 1, 0, 0, 0, 1, 0, 1, 1, 0});
 
     ComPtr<IVeltCircle> circle;
     ASSERT_EQ(modelSpace()->AddCircle(*center, 2.0, circle.put()), S_OK);
@@ -122,7 +110,7 @@ TEST_F(Factories, RefusedInputAddsNothing)
     ComPtr<IVeltXline> xline;
     EXPECT_EQ(modelSpace()->AddXline(*center, *same, xline.put()), E_INVALIDARG);
     ComPtr<IVeltTrace> trace;
-    Value threeCorners = flat({0, 0, 0, 1, 0, 0, 0, 1, 0});
+    Value threeCorners = doubles({0, 0, 0, 1, 0, 0, 0, 1, 0});
     EXPECT_EQ(modelSpace()->AddTrace(*threeCorners, trace.put()), E_INVALIDARG);
     ComPtr<IVeltPoint> pointEntity;
     EXPECT_EQ(modelSpace()->AddPoint(*scriptArray, pointEntity.put()), nk::kElementNotRead);

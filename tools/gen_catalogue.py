@@ -18,19 +18,29 @@ import sys
 
 
 def interfaces(header_text):
-    """Yields (name, base, [(method, [param types])]) in header order (C++ part only)."""
+    """Yields (name, base, [(method, [(param type, param name)])]) in header order (C++ part only)."""
     for m in re.finditer(r'^(\w+) : public (\w+)\n\{\n(.*?)^\};', header_text, re.S | re.M):
         name, base, body = m.groups()
         methods = []
         for mm in re.finditer(r'virtual HRESULT STDMETHODCALLTYPE (\w+)\((.*?)\) = 0;', body, re.S):
-            params = [p.strip() for p in mm.group(2).replace('\n', ' ').split(',') if p.strip()]
-            types = []
-            for p in params:
-                # Drop the parameter name: the last identifier of the declaration.
-                t = re.sub(r'\s*\b\w+$', '', p).strip()
-                types.append(t)
-            methods.append((mm.group(1), types))
+            params = []
+            for p in (p.strip() for p in mm.group(2).replace('\n', ' ').split(',')):
+                if p:
+                    # The name is the last identifier of the declaration, the type the rest.
+                    params.append((re.sub(r'\s*\b\w+$', '', p).strip(), re.search(r'(\w+)$', p).group(1)))
+            methods.append((mm.group(1), params))
         yield name, base, methods
+
+
+def read_pending(path):
+    """The set of "Interface.method" lines of the pending list."""
+    pending = set()
+    with open(path) as f:
+        for line in f:
+            line = line.split('#', 1)[0].strip()
+            if line:
+                pending.add(line)
+    return pending
 
 
 def coclasses(idl_text):
@@ -49,12 +59,7 @@ def main():
         return
     header, flat_idl, pending_path, out_path = sys.argv[1:5]
     itfs = list(interfaces(open(header).read()))
-    pending = set()
-    with open(pending_path) as f:
-        for line in f:
-            line = line.split('#', 1)[0].strip()
-            if line:
-                pending.add(line)
+    pending = read_pending(pending_path)
     known = {f'{n}.{m}' for n, _, ms in itfs for m, _ in ms}
     unknown = sorted(pending - known)
     if unknown:
@@ -70,8 +75,8 @@ def main():
         if not todo:
             continue
         out.append(f'template <class Base> struct Pending<{name}, Base> : Base {{')
-        for meth, types in todo:
-            out.append(f'    HRESULT STDMETHODCALLTYPE {meth}({", ".join(types)}) override final '
+        for meth, params in todo:
+            out.append(f'    HRESULT STDMETHODCALLTYPE {meth}({", ".join(t for t, _ in params)}) override final '
                        '{ return pendingMember(); }')
         out.append('};')
     out.append('')

@@ -36,6 +36,9 @@ import os
 import re
 import sys
 
+sys.path.insert(0, os.path.dirname(os.path.abspath(__file__)))
+from gen_catalogue import interfaces as catalogue_interfaces, read_pending  # noqa: E402
+
 CONVERSIONS = {
     'double': 'Double', 'long': 'Long', 'short': 'Short', 'bool': 'Bool', 'text': 'Text',
     'point': 'Point', 'point2': 'Point2', 'vector': 'Vector', 'points': 'Points', 'length': 'Length',
@@ -49,21 +52,8 @@ def fail(where, message):
 
 def interfaces(header_text):
     """{name: [(method, [(type, name)])]} of the C++ part of widl's header."""
-    out = {}
-    for m in re.finditer(r'^(\w+) : public (\w+)\n\{\n(.*?)^\};', header_text, re.S | re.M):
-        name, _, body = m.groups()
-        methods = []
-        for mm in re.finditer(r'virtual HRESULT STDMETHODCALLTYPE (\w+)\((.*?)\) = 0;', body, re.S):
-            params = []
-            for p in (p.strip() for p in mm.group(2).replace('\n', ' ').split(',')):
-                if not p:
-                    continue
-                pname = re.search(r'(\w+)$', p).group(1)
-                ptype = re.sub(r'\s*\b\w+$', '', p).strip()
-                params.append((ptype.replace(' *', '*'), pname))
-            methods.append((mm.group(1), params))
-        out[name] = methods
-    return out
+    return {name: [(method, [(t.replace(' *', '*'), n) for t, n in params]) for method, params in methods]
+            for name, _, methods in catalogue_interfaces(header_text)}
 
 
 def out_params(idl_text):
@@ -209,12 +199,7 @@ def main():
     declarations = sys.argv[7:]
     itfs = interfaces(open(header).read())
     outs = out_params(open(flat_idl).read())
-    pending = set()
-    with open(pending_path) as f:
-        for line in f:
-            line = line.split('#', 1)[0].strip()
-            if line:
-                pending.add(line)
+    pending = read_pending(pending_path)
 
     sections = []
     for path in declarations:
