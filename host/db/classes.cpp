@@ -8,6 +8,7 @@
 #include "db/group.h"
 #include "db/layout.h"
 #include "db/objects.h"
+#include "db/polylines.h"
 #include "db/symtables.h"
 
 namespace kx::detail {
@@ -63,6 +64,7 @@ void registerHostClasses()
         VxDbQuadBase::desc(),
         VxDbSolid::desc(),
         VxDbTrace::desc(),
+        VxDbPolyline::desc(),
         VxDbBlockReference::desc(),
     };
     (void)classes;
