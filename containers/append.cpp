@@ -21,7 +21,8 @@ void closeOrDelete(NewEntity& entity)
 
 }  // namespace
 
-HRESULT appendEntity(const VxAxObjectRef& block, IDispatch* app, REFIID resultIid, void** out, EntityFactory make)
+HRESULT appendEntity(const VxAxObjectRef& block, IDispatch* app, REFIID resultIid, void** out, EntityFactory make,
+                     AfterAppend after)
 {
     if (!out) return E_POINTER;
     *out = nullptr;
@@ -39,6 +40,7 @@ HRESULT appendEntity(const VxAxObjectRef& block, IDispatch* app, REFIID resultIi
             closeOrDelete(entity);
             return E_FAIL;
         }
+        if (after) after(*entity);
         closeOrDelete(entity);
 
         ComPtr<IUnknown> wrapper;

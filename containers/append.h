@@ -41,12 +41,17 @@ private:
 // Locks the block's document, opens the block for write (E_POINTER when it will not open),
 // makes the entity, appends it (E_FAIL and the entity deleted when that fails), closes it,
 // and answers its wrapper as resultIid in *out (E_FAIL when no wrapper comes).
-HRESULT appendEntity(const VxAxObjectRef& block, IDispatch* app, REFIID resultIid, void** out, EntityFactory make);
+// A factory may finish its entity once it is resident, still open for write (a block
+// reference makes its attributes then); what that answers does not change the call's result.
+using AfterAppend = void (*)(kx::VxDbEntity& entity);
+HRESULT appendEntity(const VxAxObjectRef& block, IDispatch* app, REFIID resultIid, void** out, EntityFactory make,
+                     AfterAppend after = nullptr);
 
 template <class Itf>
-HRESULT appendEntity(const VxAxObjectRef& block, IDispatch* app, Itf** out, EntityFactory make)
+HRESULT appendEntity(const VxAxObjectRef& block, IDispatch* app, Itf** out, EntityFactory make,
+                     AfterAppend after = nullptr)
 {
-    return appendEntity(block, app, __uuidof(Itf), reinterpret_cast<void**>(out), make);
+    return appendEntity(block, app, __uuidof(Itf), reinterpret_cast<void**>(out), make, after);
 }
 
 // The normal of entities that carry one: from the user coordinate system in model space,

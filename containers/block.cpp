@@ -146,6 +146,33 @@ void splitBlockName(const std::wstring& given, std::wstring& path, std::wstring&
 
 }  // namespace
 
+namespace {
+
+// The block a Name of InsertBlock names: one of the drawing's, or a drawing file brought in as
+// a block of its base name.
+VxDbObjectId resolveBlock(kx::VxDbDatabase* db, const std::wstring& path, const std::wstring& blockName)
+{
+    VxDbObjectId blockId;
+    {
+        kx::VxDbObjectPointer<kx::VxDbBlockTable> table(db->blockTableId(), kx::VxDb::kForRead);
+        check(table.openStatus());
+        table->getAt(blockName.c_str(), blockId);
+    }
+    if (blockId.isNull()) check(kx::vxdbInsertDrawingFile(db, blockName.c_str(), path.c_str(), blockId));
+    return blockId;
+}
+
+// Once resident, a reference gets the attributes its block defines.
+void makeAttributes(kx::VxDbEntity& entity)
+{
+    auto* reference = kx::VxDbBlockReference::cast(&entity);
+    if (!reference) return;
+    kx::VxDbObjectPointer<VxDbBlockTableRecord> block(reference->blockTableRecord(), kx::VxDb::kForRead);
+    if (block && block->hasAttributeDefinitions()) kx::UpdataBlkAttribute(reference);
+}
+
+}  // namespace
+
 HRESULT insertBlock(VxAxObjectRef& block, IDispatch* app, VARIANT point, BSTR name, double xScale, double yScale,
                     double zScale, double rotation, VARIANT /*password: drawing files have none*/,
                     IVeltBlockReference** reference)
@@ -161,24 +188,57 @@ HRESULT insertBlock(VxAxObjectRef& block, IDispatch* app, VARIANT point, BSTR na
     std::wstring path, blockName;
     splitBlockName(name ? name : L"", path, blockName);
     if (blockName.empty()) return E_INVALIDARG;
-    return appendEntity(block, app, reference, [&](VxDbBlockTableRecord& record) {
-        kx::VxDbDatabase* db = record.database();
-        VxDbObjectId blockId;
-        {
-            kx::VxDbObjectPointer<kx::VxDbBlockTable> table(db->blockTableId(), kx::VxDb::kForRead);
-            check(table.openStatus());
-            table->getAt(blockName.c_str(), blockId);
-        }
-        // A block the drawing lacks comes from the file of that name.
-        if (blockId.isNull()) check(kx::vxdbInsertDrawingFile(db, blockName.c_str(), path.c_str(), blockId));
-        auto made = std::make_unique<kx::VxDbBlockReference>();
-        check(made->setDatabaseDefaults(db));
-        check(made->setBlockTableRecord(blockId));
-        check(made->setPosition(position));
-        check(made->setScaleFactors({xScale, yScale, zScale}));
-        check(made->setRotation(rotation));
-        return NewEntity(std::move(made));
+    return appendEntity(
+        block, app, reference,
+        [&](VxDbBlockTableRecord& record) {
+            kx::VxDbDatabase* db = record.database();
+            const VxDbObjectId blockId = resolveBlock(db, path, blockName);
+            auto made = std::make_unique<kx::VxDbBlockReference>();
+            check(made->setDatabaseDefaults(db));
+            check(made->setBlockTableRecord(blockId));
+            check(made->setPosition(position));
+            check(made->setScaleFactors({xScale, yScale, zScale}));
+            check(made->setRotation(rotation));
+            return NewEntity(std::move(made));
+        },
+        makeAttributes);
+}
+
+// Rows and columns from 1 to 32767; spacings are whole drawing units.
+HRESULT addMInsertBlock(VxAxObjectRef& block, IDispatch* app, VARIANT point, BSTR name, double xScale, double yScale,
+                        double zScale, VELT_ANGLE rotation, long rows, long columns, long rowSpacing,
+                        long columnSpacing, VARIANT /*password*/, IVeltMInsertBlock** reference)
+{
+    if (!reference) return E_POINTER;
+    *reference = nullptr;
+    VxAxPoint3d position;
+    HRESULT hr = guarded(kBlockIid, [&] {
+        position = point;
+        return S_OK;
     });
+    if (FAILED(hr)) return hr;
+    if (rows < 1 || rows > 32767 || columns < 1 || columns > 32767) return E_INVALIDARG;
+    std::wstring path, blockName;
+    splitBlockName(name ? name : L"", path, blockName);
+    if (blockName.empty()) return E_INVALIDARG;
+    return appendEntity(
+        block, app, reference,
+        [&](VxDbBlockTableRecord& record) {
+            kx::VxDbDatabase* db = record.database();
+            const VxDbObjectId blockId = resolveBlock(db, path, blockName);
+            auto made = std::make_unique<kx::VxDbMInsertBlock>();
+            check(made->setDatabaseDefaults(db));
+            check(made->setBlockTableRecord(blockId));
+            if (made->setPosition(position) || made->setScaleFactors({xScale, yScale, zScale}) ||
+                made->setRotation(rotation))
+                throw E_INVALIDARG;
+            check(made->setRows(int16_t(rows)));
+            check(made->setColumns(int16_t(columns)));
+            check(made->setRowSpacing(double(rowSpacing)));
+            check(made->setColumnSpacing(double(columnSpacing)));
+            return NewEntity(std::move(made));
+        },
+        makeAttributes);
 }
 
 HRESULT attachExternalReference(VxAxObjectRef& block, IDispatch* app, BSTR path, BSTR name, VARIANT point,

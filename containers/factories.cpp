@@ -2,6 +2,7 @@
 // its conversion's code, before anything is locked), then makes the entity in the block
 // through the common append routine: the database's defaults first, then the arguments.
 // Values the host refuses are the caller's: E_INVALIDARG, and nothing is added.
+#include <cmath>
 #include <initializer_list>
 #include <memory>
 #include <type_traits>
@@ -9,6 +10,8 @@
 
 #include "containers/append.h"
 #include "db/entities.h"
+#include "db/symtables.h"
+#include "db/texts.h"
 #include "members_gen.h"
 #include "rx/rxobject.h"
 
@@ -236,6 +239,120 @@ HRESULT addCustomObject(VxAxObjectRef& block, IDispatch* app, BSTR ClassName, ID
         NewEntity owned(entity);
         check(owned->setDatabaseDefaults(record.database()));
         return owned;
+    });
+}
+
+// A single-line text in the drawing's current style: its width factor, oblique angle and
+// mirroring come from the style (when the style opens).
+HRESULT addText(VxAxObjectRef& block, IDispatch* app, BSTR TextString, VARIANT InsertionPoint, double Height,
+                IVeltText** text)
+{
+    VxGePoint3d position;
+    if (HRESULT hr = takeArguments(text, [&] { position = conv::Point::in(InsertionPoint); }); FAILED(hr)) return hr;
+    return appendEntity(block, app, text, [&](VxDbBlockTableRecord& record) {
+        auto made = newEntity<kx::VxDbText>(record);
+        accept(made->setTextString(TextString ? TextString : L""));
+        accept(made->setHeight(Height));
+        check(made->setNormal(blockNormal(record)));
+        accept(made->setPosition(position));
+        const kx::VxDbObjectId styleId = record.database()->textstyle();
+        check(made->setTextStyle(styleId));
+        kx::VxDbObjectPointer<kx::VxDbTextStyleTableRecord> style(styleId, kx::VxDb::kForRead);
+        if (style) {
+            check(made->setWidthFactor(style->xScale()));
+            check(made->setOblique(style->obliquingAngle()));
+            check(made->mirrorInX(style->isBackwards()));
+            check(made->mirrorInY(style->isUpsideDown()));
+        }
+        return NewEntity(std::move(made));
+    });
+}
+
+// The height is the current style's fixed one, or the drawing's text size when the style has
+// none (or does not open).
+HRESULT addMText(VxAxObjectRef& block, IDispatch* app, VARIANT InsertionPoint, double Width, BSTR Text,
+                 IVeltMText** mtext)
+{
+    VxGePoint3d location;
+    if (HRESULT hr = takeArguments(mtext, [&] { location = conv::Point::in(InsertionPoint); }); FAILED(hr)) return hr;
+    return appendEntity(block, app, mtext, [&](VxDbBlockTableRecord& record) {
+        kx::VxDbDatabase* db = record.database();
+        auto made = newEntity<kx::VxDbMText>(record);
+        accept(made->setLocation(location));
+        accept(made->setContents(Text ? Text : L""));
+        accept(made->setWidth(Width));
+        check(made->setNormal(blockNormal(record)));
+        check(made->setRotation(0.0));  // the x axis of the plane
+        const kx::VxDbObjectId styleId = db->textstyle();
+        check(made->setTextStyle(styleId));
+        double height = db->textsize();
+        kx::VxDbObjectPointer<kx::VxDbTextStyleTableRecord> style(styleId, kx::VxDb::kForRead);
+        if (style && std::abs(style->textSize()) > 1e-10) height = style->textSize();
+        accept(made->setTextHeight(height));
+        return NewEntity(std::move(made));
+    });
+}
+
+HRESULT addAttribute(VxAxObjectRef& block, IDispatch* app, double Height, VxAttributeMode Mode, BSTR Prompt,
+                     VARIANT InsertionPoint, BSTR Tag, BSTR Value, IVeltAttribute** attribute)
+{
+    VxGePoint3d position;
+    if (HRESULT hr = takeArguments(attribute, [&] { position = conv::Point::in(InsertionPoint); }); FAILED(hr))
+        return hr;
+    return appendEntity(block, app, attribute, [&](VxDbBlockTableRecord& record) {
+        auto made = newEntity<kx::VxDbAttributeDefinition>(record);
+        check(made->setNormal(blockNormal(record)));
+        accept(made->setHeight(Height));
+        const long mode = static_cast<long>(Mode);
+        check(made->setInvisible((mode & 1) != 0));
+        check(made->setConstant((mode & 2) != 0));
+        check(made->setVerifiable((mode & 4) != 0));
+        check(made->setPreset((mode & 8) != 0));
+        accept(made->setPrompt(Prompt ? Prompt : L""));
+        accept(made->setPosition(position));
+        accept(made->setTag(Tag ? Tag : L""));
+        accept(made->setTextString(Value ? Value : L""));
+        check(made->setTextStyle(record.database()->textstyle()));
+        return NewEntity(std::move(made));
+    });
+}
+
+// The scale factor is the shape's width factor; its size stays the default.
+HRESULT addShape(VxAxObjectRef& block, IDispatch* app, BSTR Name, VARIANT InsertionPoint, double ScaleFactor,
+                 VELT_ANGLE RotationAngle, IVeltShape** shape)
+{
+    VxGePoint3d position;
+    if (HRESULT hr = takeArguments(shape, [&] { position = conv::Point::in(InsertionPoint); }); FAILED(hr)) return hr;
+    return appendEntity(block, app, shape, [&](VxDbBlockTableRecord& record) {
+        auto made = newEntity<kx::VxDbShape>(record);
+        accept(made->setName(Name ? Name : L""));
+        check(made->setNormal(blockNormal(record)));
+        accept(made->setPosition(position));
+        accept(made->setRotation(RotationAngle));
+        accept(made->setWidthFactor(ScaleFactor));
+        return NewEntity(std::move(made));
+    });
+}
+
+// A direction along the block's normal, or none, is refused.
+HRESULT addTolerance(VxAxObjectRef& block, IDispatch* app, BSTR Text, VARIANT InsertionPoint, VARIANT Direction,
+                     IVeltTolerance** tolerance)
+{
+    VxGePoint3d location;
+    VxGeVector3d direction;
+    if (HRESULT hr = takeArguments(tolerance, [&] {
+            location = conv::Point::in(InsertionPoint);
+            direction = conv::Vector::in(Direction);
+        });
+        FAILED(hr))
+        return hr;
+    return appendEntity(block, app, tolerance, [&](VxDbBlockTableRecord& record) {
+        auto made = newEntity<kx::VxDbFcf>(record);
+        accept(made->setText(Text ? Text : L""));
+        accept(made->setLocation(location));
+        check(made->setNormal(blockNormal(record)));
+        accept(made->setDirection(direction));
+        return NewEntity(std::move(made));
     });
 }
 

@@ -432,10 +432,14 @@ HRESULT VxAxCopy(VxAxObjectRef& target, IDispatch* app, IDispatch** out)
     });
 }
 
+// More copies than this in one array are refused: a count a script got wrong must not keep
+// the caller's process busy for hours.
+constexpr long long kMostArrayCopies = 100000;
+
 HRESULT VxAxArrayPolar(VxAxObjectRef& target, IDispatch* app, int count, double fillAngle, VARIANT center,
                    VARIANT* out)
 {
-    if (count < 1) return E_INVALIDARG;
+    if (count < 1 || count > kMostArrayCopies) return E_INVALIDARG;
     if (count == 1) return S_OK;
     if (!out) return E_POINTER;
     VariantClear(out);
@@ -467,6 +471,7 @@ HRESULT VxAxArrayRectangular(VxAxObjectRef& target, IDispatch* app, int rows, in
                          double columnSpacing, double levelSpacing, VARIANT* out)
 {
     if (rows <= 0 || columns <= 0 || levels <= 0) return E_INVALIDARG;
+    if (static_cast<long long>(rows) * columns * levels > kMostArrayCopies) return E_INVALIDARG;
     if (!out) return E_POINTER;
     VariantClear(out);
     return guarded(kEntityIid, [&] {

@@ -53,4 +53,42 @@ private:
 // A table's records walk the same way.
 using CEnumTableIterator = CEnumObjectIterator;
 
+// The enumerator of a dictionary's entries or a group's members, in their own order: a walk
+// (kx::VxDbDictionaryIterator, kx::VxDbGroupIterator) made afresh from the container's id on
+// Reset.
+template <class Walk>
+class CEnumEntryIterator final : public EnumVariantBase {
+public:
+    CEnumEntryIterator(IDispatch* owner, kx::VxDbObjectId container)
+        : owner_(owner), container_(container), walk_(container)
+    {
+    }
+
+protected:
+    bool done() override
+    {
+        while (!walk_.done() && walk_.objectId().isErased()) walk_.next();
+        return walk_.done();
+    }
+    HRESULT current(VARIANT* item) override
+    {
+        ComPtr<IUnknown> wrapper;
+        VxAxGetIUnknownOfObject(wrapper.put(), walk_.objectId(), owner_.get());
+        if (!wrapper) return E_FAIL;
+        IDispatch* dispatch = nullptr;
+        HRESULT hr = wrapper->QueryInterface(IID_IDispatch, reinterpret_cast<void**>(&dispatch));
+        if (FAILED(hr)) return RaiseVxAXException(IID_IEnumVARIANT, hr, 0);
+        V_VT(item) = VT_DISPATCH;
+        V_DISPATCH(item) = dispatch;
+        return S_OK;
+    }
+    void advance() override { walk_.next(); }
+    void restart() override { walk_ = Walk(container_); }
+
+private:
+    ComPtr<IDispatch> owner_;
+    kx::VxDbObjectId container_;
+    Walk walk_;
+};
+
 }  // namespace nk

@@ -7,8 +7,8 @@
 #include "core/hyperlinks.h"
 #include "core/object_members.h"
 #include "containers/block.h"
-#include "containers/tables.h"
 #include "frame/object.h"
+#include "objects/layer_states.h"
 
 namespace nk {
 
@@ -33,19 +33,8 @@ struct Level<IVeltHyperlink, Self, Base> {
 };
 
 template <class Self, class Base>
-struct Level<IVeltLayers, Self, Base> {
-    using type = LayersMembers<Self, Pending<IVeltLayers, Base>>;
-};
-
-template <class Self, class Base>
-struct Level<IVeltLineTypes, Self, Base> {
-    using type = LinetypesMembers<Self, Pending<IVeltLineTypes, Base>>;
-};
-
-template <class Self, class Base>
-struct Level<IVeltRegisteredApplications, Self, Base> {
-    using type = TableMembers<Self, Pending<IVeltRegisteredApplications, Base>, IVeltRegisteredApplication,
-                              tables::kRegisteredApps>;
+struct Level<IVeltLayerStateManager, Self, Base> {
+    using type = LayerStateManagerMembers<Self, Pending<IVeltLayerStateManager, Base>>;
 };
 
 }  // namespace nk

@@ -57,12 +57,30 @@ CLSID referenceClassOf(const kx::VxDbObject* object, const CLSID& referenceClass
                                                                                   : referenceClass;
 }
 
+// The named dictionaries of a database are its collections: each has the class of its
+// collection (the drawing's dictionaries, its groups, layouts, plot configurations and
+// materials); any other dictionary is a dictionary.
+CLSID dictionaryClassOf(const kx::VxDbObject* object, const CLSID& dictionaryClass)
+{
+    const kx::VxDbDatabase* db = object->database();
+    if (!db || !object->isResident()) return dictionaryClass;
+    const kx::VxDbObjectId id = object->objectId();
+    if (id == db->namedObjectsDictionaryId()) return CLSID_VeltDictionaries;
+    if (object->ownerId() != db->namedObjectsDictionaryId()) return dictionaryClass;
+    if (id == db->groupDictionaryId()) return CLSID_VeltGroups;
+    if (id == db->layoutDictionaryId()) return CLSID_VeltLayouts;
+    if (id == db->plotSettingsDictionaryId()) return CLSID_VeltPlotConfigurations;
+    if (id == db->materialDictionaryId()) return CLSID_VeltMaterials;
+    return dictionaryClass;
+}
+
 CLSID wrapperClassOf(const kx::VxDbObject* object)
 {
     kx::VxClsid id;
     if (object->getClassID(&id) == kx::Velt::eOk) {
         const CLSID clsid = toClsid(id);
         if (clsid == CLSID_VeltBlock) return spaceClassOf(object, clsid);
+        if (clsid == CLSID_VeltDictionary) return dictionaryClassOf(object, clsid);
         if (clsid == CLSID_VeltBlockReference) return referenceClassOf(object, clsid);
         return clsid;
     }
@@ -92,6 +110,8 @@ private:
 };
 
 }  // namespace
+
+CLSID wrapperClassOfObject(const kx::VxDbObject* object) { return wrapperClassOf(object); }
 
 HRESULT createWrapper(REFCLSID clsid, IUnknown** out)
 {
@@ -182,6 +202,27 @@ HRESULT VxAxGetIUnknownOfObject(IUnknown** ppUnk, kx::VxDbObjectId id, IDispatch
     return hr;
 }
 
+namespace {
+
+// Binds a new wrapper to its object, records it as the object's wrapper and gives it the
+// application; the binding interfaces are the wrapper's own.
+HRESULT bindNewWrapper(IUnknown* wrapper, IVeltBaseObject* base, IRetrieveApplication* retrieve, kx::VxDbObjectId id,
+                       IDispatch* app, kx::VxAxOleLinkManager& links)
+{
+    if (!base || FAILED(base->SetObjectId(id, kx::VxDbObjectId::kNull, nullptr)))
+        return RaiseVxAXException(__uuidof(IVeltBaseObject), 0, kNotBound);
+    kx::VxDbObject* reopened = nullptr;
+    kx::Velt::ErrorStatus es = kx::vxdbOpenObject(reopened, id, kx::VxDb::kForRead);
+    if (es != kx::Velt::eOk) return RaiseVxAXException(__uuidof(IVeltObject), 0, static_cast<DWORD>(es));
+    links.setIUnknown(id, wrapper);
+    reopened->close();
+    if (!retrieve) return RaiseVxAXException(__uuidof(IVeltEntity), 0, kNoApplicationInterface);
+    if (FAILED(retrieve->SetApplicationObject(app))) return RaiseVxAXException(__uuidof(IVeltEntity), 0, kNotBound);
+    return S_OK;
+}
+
+}  // namespace
+
 HRESULT VxAxGetIUnknownOfObject(IUnknown** ppUnk, kx::VxDbObject* object, IDispatch* app)
 {
     if (!ppUnk) return E_POINTER;
@@ -211,14 +252,8 @@ HRESULT VxAxGetIUnknownOfObject(IUnknown** ppUnk, kx::VxDbObject* object, IDispa
     // The module's own wrappers are made and bound directly; another module's through COM.
     if (BoundObject* bound = makeBoundWrapper(clsid)) {
         ComPtr<IUnknown> made = ComPtr<IUnknown>::adopt(bound->identity());
-        if (FAILED(bound->SetObjectId(id, kx::VxDbObjectId::kNull, nullptr)))
-            return RaiseVxAXException(__uuidof(IVeltBaseObject), 0, kNotBound);
-        kx::VxDbObject* reopened = nullptr;
-        kx::Velt::ErrorStatus es = kx::vxdbOpenObject(reopened, id, kx::VxDb::kForRead);
-        if (es != kx::Velt::eOk) return RaiseVxAXException(__uuidof(IVeltObject), 0, static_cast<DWORD>(es));
-        links->setIUnknown(id, made.get());
-        reopened->close();
-        if (FAILED(bound->SetApplicationObject(app))) return RaiseVxAXException(__uuidof(IVeltEntity), 0, kNotBound);
+        HRESULT hr = bindNewWrapper(made.get(), bound, bound, id, app, *links);
+        if (FAILED(hr)) return hr;
         *ppUnk = made.detach();
         return S_OK;
     }
@@ -226,19 +261,8 @@ HRESULT VxAxGetIUnknownOfObject(IUnknown** ppUnk, kx::VxDbObject* object, IDispa
     ComPtr<IUnknown> wrapper;
     HRESULT hr = createWrapper(clsid, wrapper.put());
     if (FAILED(hr)) return hr;
-
-    ComPtr<IVeltBaseObject> base = wrapper.as<IVeltBaseObject>();
-    if (!base || FAILED(base->SetObjectId(id, kx::VxDbObjectId::kNull, nullptr)))
-        return RaiseVxAXException(__uuidof(IVeltBaseObject), 0, kNotBound);
-    kx::VxDbObject* reopened = nullptr;
-    kx::Velt::ErrorStatus es = kx::vxdbOpenObject(reopened, id, kx::VxDb::kForRead);
-    if (es != kx::Velt::eOk) return RaiseVxAXException(__uuidof(IVeltObject), 0, static_cast<DWORD>(es));
-    links->setIUnknown(id, wrapper.get());
-    reopened->close();
-
-    ComPtr<IRetrieveApplication> retrieve = wrapper.as<IRetrieveApplication>();
-    if (!retrieve) hr = RaiseVxAXException(__uuidof(IVeltEntity), 0, kNoApplicationInterface);
-    else if (FAILED(retrieve->SetApplicationObject(app))) hr = RaiseVxAXException(__uuidof(IVeltEntity), 0, kNotBound);
+    hr = bindNewWrapper(wrapper.get(), wrapper.as<IVeltBaseObject>().get(), wrapper.as<IRetrieveApplication>().get(), id,
+                        app, *links);
     if (FAILED(hr)) return hr;
     *ppUnk = wrapper.detach();
     return S_OK;

@@ -43,6 +43,9 @@ void bindWrapperClass(const CLSID& clsid)
     if constexpr (std::is_base_of_v<kx::VxDbObject, T>) setWrapperClass(T::desc(), clsid);
 }
 
+// The wrapper class that stands for an object.
+CLSID wrapperClassOfObject(const kx::VxDbObject* object);
+
 // Makes an instance of a class of this module's table, or failing that through COM.
 HRESULT createWrapper(REFCLSID clsid, IUnknown** out);
 

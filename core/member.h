@@ -21,6 +21,10 @@
 #include "core/object_ref.h"
 #include "services/doclock.h"
 
+namespace kx {
+class VxDbText;
+}
+
 namespace nk {
 
 // ---- conversions: automation value <-> host value ----
@@ -224,6 +228,42 @@ template <class Itf, class T>
 using OwnAccess = ObjectAccess<Itf, T, FailedOpen::kPointer>;
 template <class Itf, class T>
 using StatusAccess = ObjectAccess<Itf, T, FailedOpen::kStatus>;
+
+// The members that texts, attribute definitions and attributes share: the object is opened as
+// a text, whichever of the three it is, and must be of the kind T; anything else answers
+// E_POINTER like an object that does not open.
+template <class Itf, class T, class Text = kx::VxDbText>
+struct TextAccess : OwnAccess<Itf, T> {
+    using Target = VxAxObjectRef;
+    using Object = T;
+    using OwnAccess<Itf, T>::iid;
+
+    template <class Read>
+    static HRESULT read(Target& ref, Read&& read)
+    {
+        OpenedObject<Text> text(ref, kx::VxDb::kForRead);
+        const T* object = text.isOpen() ? T::cast(text.get()) : nullptr;
+        if (!object) return E_POINTER;
+        return guarded(iid(), [&]() -> HRESULT {
+            read(*object);
+            return S_OK;
+        });
+    }
+    template <class Convert, class Write>
+    static HRESULT write(Target& ref, Convert&& convert, Write&& write)
+    {
+        return guarded(iid(), [&]() -> HRESULT {
+            const auto value = convert();
+            kx::VxAxDocLock lock(ref.objectId(), kx::VxAxDocLock::kWrite);
+            check(lock.lockStatus());
+            OpenedObject<Text> text(ref, kx::VxDb::kForWrite);
+            T* object = text.isOpen() ? T::cast(text.get()) : nullptr;
+            if (!object) return E_POINTER;
+            check(write(*object, value));
+            return S_OK;
+        });
+    }
+};
 
 // ---- the two patterns ----
 namespace member {

@@ -11,6 +11,7 @@
 #include "core/bound_object.h"
 #include "frame/connection.h"
 #include "frame/object.h"
+#include "opm/palette_support.h"
 
 namespace nk {
 
@@ -32,7 +33,8 @@ class Wrapper : public ChainOf<Itf, Itf, Wrapper<Tag, Itf, Source>>::type,
                 public EventSource,
                 public ISupportErrorInfo,
                 public IProvideClassInfo2,
-                public BindingOf<Itf>::type {
+                public BindingOf<Itf>::type,
+                public PaletteOf<Tag, Wrapper<Tag, Itf, Source>> {
     using Binding = typename BindingOf<Itf>::type;
 
 public:
@@ -60,7 +62,7 @@ public:
         if constexpr (kBoundToObject<Itf>) {
             if (iid == __uuidof(IRetrieveApplication)) return static_cast<IRetrieveApplication*>(this);
         }
-        return nullptr;
+        return this->paletteInterface(iid);
     }
 
     HRESULT STDMETHODCALLTYPE InterfaceSupportsErrorInfo(REFIID iid) override

@@ -1,6 +1,9 @@
 // An early-bound client: makes a drawing without an editor. It creates a document, adds
-// two layers and a small floor plan of lines in model space, gives each line its layer and
-// colour, reads the lines back through the model space's enumerator and saves the drawing.
+// layers and a small floor plan in model space (walls and door leaves as lines, door swings
+// as arcs, columns as circles), gives each its layer and colour, reads them back through the
+// model space's enumerator and saves the drawing. The rooms are named with texts and a note;
+// the title block is a drawing of its own (titleblock.dxf beside the plan): a frame with
+// attribute definitions, inserted into the plan and filled in.
 //
 //   make_drawing [file.dxf]        (default: plan.dxf in the current folder)
 #include <windows.h>
@@ -8,6 +11,8 @@
 
 #include <cstdio>
 #include <cwchar>
+#include <iterator>
+#include <string>
 
 #include "frame/com.h"
 #include "kxauto.h"
@@ -44,50 +49,220 @@ void setPoint(Variant& point, double x, double y)
     V_ARRAY(point.get()) = values;
 }
 
+// The layers of the plan, each with its colour.
+struct LayerUse {
+    const wchar_t* name;
+    VxColor color;
+};
+const LayerUse kLayers[] = {{L"Walls", vxRed}, {L"Doors", vxBlue}, {L"Columns", vxGreen}};
+
 struct Wall {
     double x1, y1, x2, y2;
     const wchar_t* layer;
-    VxColor color;
 };
-
 // Outer walls, an inner wall and two door leaves.
-const Wall kPlan[] = {
-    {0, 0, 12, 0, L"Walls", vxRed},   {12, 0, 12, 8, L"Walls", vxRed},    {12, 8, 0, 8, L"Walls", vxRed},
-    {0, 8, 0, 0, L"Walls", vxRed},    {7, 0, 7, 5, L"Walls", vxRed},      {7, 5, 8, 6, L"Doors", vxBlue},
-    {3, 8, 4, 7, L"Doors", vxBlue},
+const Wall kWalls[] = {
+    {0, 0, 12, 0, L"Walls"}, {12, 0, 12, 8, L"Walls"}, {12, 8, 0, 8, L"Walls"}, {0, 8, 0, 0, L"Walls"},
+    {7, 0, 7, 5, L"Walls"},  {7, 5, 8, 6, L"Doors"},   {3, 8, 4, 7, L"Doors"},
 };
 
-int run(const wchar_t* file)
+// The doors' swings: centred on the hinge, from the open leaf to the closed position.
+struct Swing {
+    double x, y, radius, start, end;  // angles in radians
+};
+const double kPi = 3.14159265358979323846;
+const Swing kSwings[] = {{7, 5, 1.4142135623730951, kPi / 4, kPi / 2}, {3, 8, 1.4142135623730951, -kPi / 4, 0}};
+
+// Two columns.
+const double kColumns[][2] = {{5, 2}, {10, 6}};
+const double kColumnRadius = 0.25;
+
+VxColor colorOf(const wchar_t* layer)
+{
+    for (const LayerUse& use : kLayers)
+        if (std::wcscmp(use.name, layer) == 0) return use.color;
+    return vxByLayer;
+}
+
+// Puts an entity on its layer in that layer's colour.
+void place(IVeltEntity* entity, const wchar_t* layer)
+{
+    check(entity->put_Layer(Bstr(layer).get()), L"setting the layer");
+    ComPtr<IVeltVxCmColor> color;
+    check(entity->get_TrueColor(color.put()), L"reading the colour");
+    check(color->put_ColorIndex(colorOf(layer)), L"choosing the colour");
+    check(entity->put_TrueColor(color.get()), L"setting the colour");
+}
+
+// What an entity is, told by a property of its own kind.
+void describe(IVeltEntity* entity)
+{
+    Bstr name, handle, layer;
+    check(entity->get_ObjectName(name.put()), L"reading a kind");
+    check(entity->get_Handle(handle.put()), L"reading a handle");
+    check(entity->get_Layer(layer.put()), L"reading a layer");
+    std::wprintf(L"  %-10ls %-4ls layer %-8ls", name.c_str(), handle.c_str(), layer.c_str());
+    double value = 0;
+    if (ComPtr<IVeltLine> line = ComPtr<IVeltEntity>(entity).as<IVeltLine>()) {
+        check(line->get_Length(&value), L"reading a length");
+        std::wprintf(L"length %g\n", value);
+    } else if (ComPtr<IVeltArc> arc = ComPtr<IVeltEntity>(entity).as<IVeltArc>()) {
+        check(arc->get_ArcLength(&value), L"reading an arc length");
+        std::wprintf(L"arc length %g\n", value);
+    } else if (ComPtr<IVeltCircle> circle = ComPtr<IVeltEntity>(entity).as<IVeltCircle>()) {
+        check(circle->get_Radius(&value), L"reading a radius");
+        std::wprintf(L"radius %g\n", value);
+    } else if (ComPtr<IVeltText> text = ComPtr<IVeltEntity>(entity).as<IVeltText>()) {
+        Bstr string;
+        check(text->get_TextString(string.put()), L"reading a text");
+        std::wprintf(L"text %ls\n", string.c_str());
+    } else {
+        std::wprintf(L"\n");
+    }
+}
+
+ComPtr<IKxDbDocument> newDocument()
 {
     CLSID clsid;
     check(CLSIDFromProgID(L"NkAuto.Document", &clsid), L"finding NkAuto.Document (run nkreg.exe first)");
     ComPtr<IKxDbDocument> document;
     check(CoCreateInstance(clsid, nullptr, CLSCTX_INPROC_SERVER, __uuidof(IKxDbDocument), document.putVoid()),
           L"creating the document");
+    return document;
+}
+
+void save(IKxDbDocument* document, const wchar_t* file)
+{
+    Variant noSecurity;  // an optional argument left out
+    V_VT(noSecurity.get()) = VT_ERROR;
+    V_ERROR(noSecurity.get()) = DISP_E_PARAMNOTFOUND;
+    check(document->SaveAs(Bstr(file).get(), *noSecurity.get()), L"saving the drawing");
+}
+
+// The title block: a frame, a fixed label, the company as a constant attribute and two
+// attributes each sheet fills in.
+void makeTitleBlock(const std::wstring& file)
+{
+    ComPtr<IKxDbDocument> document = newDocument();
+    ComPtr<IVeltModelSpace> space;
+    check(document->get_ModelSpace(space.put()), L"reading model space");
+    const double frame[][4] = {{0, 0, 6, 0}, {6, 0, 6, 2}, {6, 2, 0, 2}, {0, 2, 0, 0}, {0, 1, 6, 1}};
+    for (const auto& f : frame) {
+        Variant start, end;
+        setPoint(start, f[0], f[1]);
+        setPoint(end, f[2], f[3]);
+        ComPtr<IVeltLine> line;
+        check(space->AddLine(*start.get(), *end.get(), line.put()), L"drawing the frame");
+    }
+    Variant at;
+    setPoint(at, 0.2, 1.6);
+    ComPtr<IVeltText> label;
+    check(space->AddText(Bstr(L"PROJECT").get(), *at.get(), 0.2, label.put()), L"adding the label");
+    struct Field {
+        const wchar_t* tag;
+        const wchar_t* prompt;
+        const wchar_t* value;
+        VxAttributeMode mode;
+        double x, y;
+    };
+    const Field fields[] = {{L"PROJECT", L"Project", L"-", vxAttributeModeNormal, 1.5, 1.3},
+                            {L"DRAWN", L"Drawn by", L"-", vxAttributeModePreset, 0.2, 0.3},
+                            {L"COMPANY", L"", L"NkAuto Works", vxAttributeModeConstant, 3.2, 0.3}};
+    for (const Field& f : fields) {
+        setPoint(at, f.x, f.y);
+        ComPtr<IVeltAttribute> definition;
+        check(space->AddAttribute(0.3, f.mode, Bstr(f.prompt).get(), *at.get(), Bstr(f.tag).get(),
+                                  Bstr(f.value).get(), definition.put()),
+              L"adding an attribute definition");
+    }
+    save(document.get(), file.c_str());
+    std::wprintf(L"title block saved as %ls\n", file.c_str());
+}
+
+int run(const wchar_t* file)
+{
+    ComPtr<IKxDbDocument> document = newDocument();
 
     ComPtr<IVeltLayers> layers;
     check(document->get_Layers(layers.put()), L"reading the layers");
-    for (const wchar_t* name : {L"Walls", L"Doors"}) {
+    for (const LayerUse& use : kLayers) {
         ComPtr<IVeltLayer> layer;
-        check(layers->Add(Bstr(name).get(), layer.put()), L"adding a layer");
-        std::wprintf(L"layer %ls added\n", name);
+        check(layers->Add(Bstr(use.name).get(), layer.put()), L"adding a layer");
+        std::wprintf(L"layer %ls added\n", use.name);
     }
 
     ComPtr<IVeltModelSpace> modelSpace;
     check(document->get_ModelSpace(modelSpace.put()), L"reading model space");
-    for (const Wall& wall : kPlan) {
+    for (const Wall& wall : kWalls) {
         Variant start, end;
         setPoint(start, wall.x1, wall.y1);
         setPoint(end, wall.x2, wall.y2);
         ComPtr<IVeltLine> line;
         check(modelSpace->AddLine(*start.get(), *end.get(), line.put()), L"adding a line");
-        check(line->put_Layer(Bstr(wall.layer).get()), L"setting the layer");
-        ComPtr<IVeltVxCmColor> color;
-        check(line->get_TrueColor(color.put()), L"reading the colour");
-        check(color->put_ColorIndex(wall.color), L"choosing the colour");
-        check(line->put_TrueColor(color.get()), L"setting the colour");
+        place(line.get(), wall.layer);
     }
-    std::wprintf(L"%zu lines added to model space\n", sizeof(kPlan) / sizeof(kPlan[0]));
+    for (const Swing& swing : kSwings) {
+        Variant center;
+        setPoint(center, swing.x, swing.y);
+        ComPtr<IVeltArc> arc;
+        check(modelSpace->AddArc(*center.get(), swing.radius, swing.start, swing.end, arc.put()), L"adding an arc");
+        place(arc.get(), L"Doors");
+    }
+    for (const auto& at : kColumns) {
+        Variant center;
+        setPoint(center, at[0], at[1]);
+        ComPtr<IVeltCircle> circle;
+        check(modelSpace->AddCircle(*center.get(), kColumnRadius, circle.put()), L"adding a circle");
+        place(circle.get(), L"Columns");
+    }
+    std::wprintf(L"%zu walls and door leaves, %zu door swings and %zu columns added to model space\n",
+                 std::size(kWalls), std::size(kSwings), std::size(kColumns));
+
+    // The rooms' names, centred in each room, and a note of several lines.
+    struct Room {
+        const wchar_t* name;
+        double x, y;
+    };
+    for (const Room& room : {Room{L"Office", 3.5, 4}, Room{L"Store", 9.5, 4}}) {
+        Variant at;
+        setPoint(at, room.x, room.y);
+        ComPtr<IVeltText> text;
+        check(modelSpace->AddText(Bstr(room.name).get(), *at.get(), 0.5, text.put()), L"naming a room");
+        check(text->put_Alignment(vxAlignmentMiddleCenter), L"centring a room's name");
+        check(text->put_TextAlignmentPoint(*at.get()), L"placing a room's name");
+    }
+    Variant noteAt;
+    setPoint(noteAt, 0, -1);
+    ComPtr<IVeltMText> note;
+    check(modelSpace->AddMText(*noteAt.get(), 12, Bstr(L"Walls 240 mm\\PDoors 900 mm").get(), note.put()),
+          L"adding the note");
+    std::wprintf(L"room names and a note added\n");
+
+    // The title block comes from its own drawing and is filled in here.
+    std::wstring blockFile = file;
+    const size_t slash = blockFile.find_last_of(L"\\/");
+    blockFile = (slash == std::wstring::npos ? std::wstring() : blockFile.substr(0, slash + 1)) + L"titleblock.dxf";
+    makeTitleBlock(blockFile);
+    Variant corner, noPassword;
+    setPoint(corner, 13, 0);
+    ComPtr<IVeltBlockReference> titleBlock;
+    check(modelSpace->InsertBlock(*corner.get(), Bstr(blockFile.c_str()).get(), 1, 1, 1, 0, *noPassword.get(),
+                                  titleBlock.put()),
+          L"inserting the title block");
+    Variant attributes;
+    check(titleBlock->GetAttributes(attributes.get()), L"reading the title block's attributes");
+    nk::SafeArrayAccess access(V_ARRAY(attributes.get()));
+    VARIANT* values = access.data<VARIANT>();
+    for (ULONG i = 0; i < V_ARRAY(attributes.get())->rgsabound[0].cElements; ++i) {
+        ComPtr<IVeltAttributeReference> attribute;
+        check(V_DISPATCH(&values[i])->QueryInterface(__uuidof(IVeltAttributeReference), attribute.putVoid()),
+              L"reading an attribute");
+        Bstr tag;
+        check(attribute->get_TagString(tag.put()), L"reading a tag");
+        const wchar_t* value = std::wcscmp(tag.c_str(), L"PROJECT") == 0 ? L"Harbour Office" : L"NkAuto example";
+        check(attribute->put_TextString(Bstr(value).get()), L"filling in the title block");
+        std::wprintf(L"  title block %ls = %ls\n", tag.c_str(), value);
+    }
 
     // Read back what the drawing now holds, as a For Each would.
     ComPtr<IUnknown> walk;
@@ -98,25 +273,12 @@ int run(const wchar_t* file)
         Variant item;
         ULONG fetched = 0;
         if (items->Next(1, item.get(), &fetched) != S_OK || fetched != 1) break;
-        ComPtr<IVeltLine> line;
-        check(V_DISPATCH(item.get())->QueryInterface(__uuidof(IVeltLine), line.putVoid()), L"reading a line");
-        Bstr handle, layer;
-        ComPtr<IVeltVxCmColor> color;
-        VxColor index = vxByLayer;
-        double length = 0;
-        check(line->get_Handle(handle.put()), L"reading a handle");
-        check(line->get_Layer(layer.put()), L"reading a layer");
-        check(line->get_TrueColor(color.put()), L"reading a colour");
-        check(color->get_ColorIndex(&index), L"reading a colour index");
-        check(line->get_Length(&length), L"reading a length");
-        std::wprintf(L"  line %-4ls layer %-6ls colour %d  length %g\n", handle.c_str(), layer.c_str(),
-                     static_cast<int>(index), length);
+        ComPtr<IVeltEntity> entity;
+        check(V_DISPATCH(item.get())->QueryInterface(__uuidof(IVeltEntity), entity.putVoid()), L"reading an entity");
+        describe(entity.get());
     }
 
-    Variant noSecurity;  // an optional argument left out
-    V_VT(noSecurity.get()) = VT_ERROR;
-    V_ERROR(noSecurity.get()) = DISP_E_PARAMNOTFOUND;
-    check(document->SaveAs(Bstr(file).get(), *noSecurity.get()), L"saving the drawing");
+    save(document.get(), file);
     std::wprintf(L"saved as %ls\n", file);
     return 0;
 }

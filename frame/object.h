@@ -23,6 +23,7 @@
 #include "frame/pending.h"
 #include "frame/pool.h"
 #include "catalogue_gen.h"
+#include "dispatch_gen.h"
 
 namespace nk {
 
@@ -51,6 +52,15 @@ public:
     HRESULT STDMETHODCALLTYPE GetIDsOfNames(REFIID, LPOLESTR* names, UINT count, LCID,
                                             DISPID* ids) override
     {
+        // A member's name alone is the table's; argument names and unknown names are the
+        // type information's, which answers them with its own errors.
+        if (dispatch::gOwnDispatch && count == 1 && names && ids) {
+            const DISPID id = dispatch::idOfName<Itf>(names[0]);
+            if (id != DISPID_UNKNOWN) {
+                ids[0] = id;
+                return S_OK;
+            }
+        }
         ITypeInfo* info = Module::interfaceTypeInfo(__uuidof(Itf));
         if (!info) return TYPE_E_ELEMENTNOTFOUND;
         return DispGetIDsOfNames(info, names, count, ids);
@@ -60,6 +70,8 @@ public:
                                      VARIANT* result, EXCEPINFO* excep, UINT* argErr) override
     {
         if (riid != IID_NULL) return DISP_E_UNKNOWNINTERFACE;
+        HRESULT hr = S_OK;
+        if (dispatch::tryInvoke(static_cast<Itf*>(this), id, flags, params, result, excep, hr)) return hr;
         ITypeInfo* info = Module::interfaceTypeInfo(__uuidof(Itf));
         if (!info) return TYPE_E_ELEMENTNOTFOUND;
         return DispInvoke(static_cast<Itf*>(this), info, id, flags, params, result, excep, argErr);

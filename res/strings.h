@@ -1,5 +1,5 @@
 // String ids of the resource library. Help strings of the type library are numbered from
-// 30000 by the build.
+// 30000 by the build, the texts of the Properties palette from 20000 to 29999.
 #pragma once
 
 #define IDS_DUPLICATE_RECORD_NAME 10000

@@ -159,7 +159,8 @@ TEST_F(WrapperCore, ObjectsWithoutAWrapperClassGetTheObjectWrapper)
     kx::VxDbObjectId dictionaries = db->namedObjectsDictionaryId();
     auto wrapper = wrapperOf<IVeltObject>(dictionaries);
     ASSERT_TRUE(wrapper);
-    EXPECT_TRUE(wrapper.as<IVeltDictionary>());
+    // The drawing's own dictionary is the collection of its dictionaries.
+    EXPECT_TRUE(wrapper.as<IVeltDictionaries>());
     kx::VxDbDictionary* named = nullptr;
     ASSERT_EQ(kx::vxdbOpenObject(named, dictionaries, kx::VxDb::kForRead), kx::Velt::eOk);
     kx::VxDbObjectId styles;

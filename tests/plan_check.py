@@ -1,10 +1,16 @@
 #!/usr/bin/python3
 """Reads the drawing that the example client saved with ezdxf: it must pass ezdxf's audit and
-hold the client's lines with their layers and colours."""
+hold the client's lines, arcs and circles with their layers and colours, the rooms' names and
+the title block filled in under its tags; GDAL and LibreCAD must open it too."""
 
+import math
+import os
 import sys
 
 import ezdxf
+
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "host", "tests", "dxf"))
+import other_programs  # noqa: E402
 
 # (start, end, layer, colour) as the example client adds them.
 PLAN = [
@@ -12,6 +18,10 @@ PLAN = [
     ((0, 8), (0, 0), "Walls", 1), ((7, 0), (7, 5), "Walls", 1), ((7, 5), (8, 6), "Doors", 5),
     ((3, 8), (4, 7), "Doors", 5),
 ]
+# (centre, radius, start and end angle in degrees) of the doors' swings, on Doors in blue.
+SWINGS = [((7, 5), math.sqrt(2), 45, 90), ((3, 8), math.sqrt(2), 315, 0)]
+# Centres of the columns, circles of radius 0.25 on Columns in green.
+COLUMNS = [(5, 2), (10, 6)]
 
 
 def main(path):
@@ -21,7 +31,7 @@ def main(path):
     if problems:
         print("ezdxf's audit found:", *problems, sep="\n  ")
         return 1
-    for name in ("Walls", "Doors"):
+    for name in ("Walls", "Doors", "Columns"):
         if name not in doc.layers:
             print(f"layer {name} is missing")
             return 1
@@ -32,7 +42,40 @@ def main(path):
     if found != expected:
         print("lines differ:\n  found    ", found, "\n  expected ", expected)
         return 1
-    print(f"ezdxf reads {len(lines)} lines on layers Walls and Doors in red and blue; the audit is clean")
+    arcs = [(round(a.dxf.center.x, 9), round(a.dxf.center.y, 9), round(a.dxf.radius, 9),
+             round(a.dxf.start_angle % 360, 6), round(a.dxf.end_angle % 360, 6), a.dxf.layer, a.dxf.color)
+            for a in doc.modelspace() if a.dxftype() == "ARC"]
+    want_arcs = [(float(c[0]), float(c[1]), round(r, 9), float(s), float(e), "Doors", 5) for c, r, s, e in SWINGS]
+    if arcs != want_arcs:
+        print("door swings differ:\n  found    ", arcs, "\n  expected ", want_arcs)
+        return 1
+    circles = [(round(c.dxf.center.x, 9), round(c.dxf.center.y, 9), round(c.dxf.radius, 9), c.dxf.layer, c.dxf.color)
+               for c in doc.modelspace() if c.dxftype() == "CIRCLE"]
+    want_circles = [(float(x), float(y), 0.25, "Columns", 3) for x, y in COLUMNS]
+    if circles != want_circles:
+        print("columns differ:\n  found    ", circles, "\n  expected ", want_circles)
+        return 1
+    names = sorted(e.dxf.text for e in doc.modelspace() if e.dxftype() == "TEXT")
+    if names != ["Office", "Store"]:
+        print("room names differ:", names)
+        return 1
+    inserts = [e for e in doc.modelspace() if e.dxftype() == "INSERT"]
+    if len(inserts) != 1:
+        print(f"{len(inserts)} block insertions instead of the title block")
+        return 1
+    values = {a.dxf.tag: a.dxf.text for a in inserts[0].attribs}
+    if values != {"PROJECT": "Harbour Office", "DRAWN": "NkAuto example"}:
+        print("the title block holds", values)
+        return 1
+    block = doc.blocks.get(inserts[0].dxf.name)
+    constants = [a.dxf.text for a in block.query("ATTDEF") if a.is_const]
+    if constants != ["NkAuto Works"]:
+        print("the title block's constant attributes:", constants)
+        return 1
+    if other_programs.check([path]):
+        return 1
+    print(f"ezdxf reads {len(lines)} lines, {len(arcs)} arcs and {len(circles)} circles on their layers in their"
+          " colours, the rooms' names and the title block filled in; the audit is clean; GDAL and LibreCAD open it")
     return 0
 
 

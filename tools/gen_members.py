@@ -23,6 +23,8 @@ A member line gives the member's name as the type library has it, then either
   - or `hand` and the functions written by hand that implement it (one for a property's get,
     one for its put), with `(app)` for those that also take the application object. One
     accessor of a property may be written by hand alone: `radius / hand curves::setRadius`.
+    A function template (`collections::item<collections::kLayers>`) is declared by the
+    family's own header, not by the build.
 A section may name a `mixin`, a class template <Self, Base> put below the declared members
 for what the wrapper needs besides them. A section marked `exported` implements each member as a pair of exported functions
 (VxAx... by object id and by reference); its plain members name them after `->`.
@@ -118,38 +120,42 @@ def parse_declarations(path):
             elif word == 'mixin':
                 current.mixin = rest
             else:
-                m = re.fullmatch(r'(\w+)\s+(\S+)\s*(.*)', line)
+                # What follows " | " is for the Properties palette (tools/gen_palette.py).
+                line, _, palette = line.partition(' | ')
+                m = re.fullmatch(r'(\w+)\s+(\S+)\s*(.*)', line.strip())
                 if not m:
                     fail(where, 'expected: Member conversion accessors')
-                name, how, spec = m.groups()
+                name, how, accessors = m.groups()
                 exports = None
-                if ' -> ' in spec:
-                    spec, _, names = spec.rpartition(' -> ')
+                if ' -> ' in accessors:
+                    accessors, _, names = accessors.rpartition(' -> ')
                     exports = [n.strip() for n in names.split(' / ')]
-                parts = split_accessors(spec)
+                parts = split_accessors(accessors)
                 if len(parts) > 2:
                     fail(where, 'at most a reading and a writing accessor')
                 how_ok = (how == 'hand' or how in CONVERSIONS or '::' in how
                           or re.fullmatch(r'enum\((-?\d+)\.\.(-?\d+)\)', how))
                 if not how_ok:
                     fail(where, f'unknown conversion {how!r}')
-                current.members.append(Member(where, name, how, parts[0] if parts else None,
-                                              parts[1] if len(parts) > 1 else None, exports))
+                member = Member(where, name, how, parts[0] if parts else None,
+                                parts[1] if len(parts) > 1 else None, exports)
+                member.palette = palette.strip()
+                current.members.append(member)
     for s in sections:
         if not s.object or not s.access:
             fail(s.where, 'a section needs its object and access')
     return sections
 
 
-def split_accessors(spec):
+def split_accessors(accessors):
     """The accessors of a line, split at ' / ' outside parentheses."""
     parts, depth, current = [], 0, ''
     i = 0
-    while i < len(spec):
-        c = spec[i]
+    while i < len(accessors):
+        c = accessors[i]
         depth += c == '('
         depth -= c == ')'
-        if depth == 0 and spec.startswith(' / ', i):
+        if depth == 0 and accessors.startswith(' / ', i):
             parts.append(current.strip())
             current = ''
             i += 3
@@ -174,10 +180,10 @@ def signature(params):
     return ', '.join(f'{t} {n}' for t, n in params)
 
 
-def hand_call(spec):
+def hand_call(declared):
     """(function, takes the application)"""
-    app = spec.endswith('(app)')
-    return (spec[:-5] if app else spec), app
+    app = declared.endswith('(app)')
+    return (declared[:-5] if app else declared), app
 
 
 def read_lambda(accessor, conv):
@@ -286,9 +292,10 @@ def main():
                                 f'    using Access = {access};\n    using Object = Access::Object;\n'
                                 + plain_body(m, kind, params, 'target', access, conversion(m.how), accessor)
                                 + '}')
-                    else:
+                    elif '<' not in function:
                         ns, _, fname = function.rpartition('::')
                         prototypes.append((ns, f'HRESULT {fname}({access}::Target& target{tail});'))
+                    # A template (`collections::item<kLayers>`) is declared by its family's header.
                 else:
                     body.append(f'    HRESULT STDMETHODCALLTYPE {method}({sig}) override final\n    {{\n'
                                 + plain_body(m, kind, params, 'Access::target(self())', access,
@@ -329,8 +336,12 @@ def main():
             coclass_of.setdefault(d.group(1), m.group(1))
     cpp.append('namespace nk {\n\n// The wrapper class of each host class whose interface is declared.\n'
                'void registerDeclaredWrappers()\n{')
+    # A host class that several interfaces open (the dictionaries) is bound by hand.
+    opened_by = {}
     for s in sections:
-        if s.itf in coclass_of:
+        opened_by[s.object] = opened_by.get(s.object, 0) + 1
+    for s in sections:
+        if s.itf in coclass_of and opened_by[s.object] == 1:
             cpp.append(f'    bindWrapperClass<{s.object}>(CLSID_{coclass_of[s.itf]});')
     cpp.append('}\n\n}  // namespace nk')
     ex = ['// Generated from the *.members declarations by tools/gen_members.py; do not edit.',

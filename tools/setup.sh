@@ -10,7 +10,7 @@ packages=(
   mingw-w64-tools mingw-w64-x86-64-dev
   wine64 wine64-tools libwine-dev
   googletest
-  python3 python3-ezdxf librecad-data
+  python3 python3-ezdxf python3-matplotlib librecad librecad-data gdal-bin
   clang libclang-rt-14-dev
 )
 

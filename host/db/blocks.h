@@ -5,6 +5,8 @@
 #include <vector>
 
 #include "db/entity.h"
+#include "db/fields.h"
+#include "db/texts.h"
 #include "db/symtables.h"
 
 namespace kx {
@@ -62,7 +64,7 @@ public:
     Velt::ErrorStatus setIsFromOverlayReference(bool value) { return setField(mOverlay, value); }
     bool isUnloaded() const { return mUnloaded; }
     Velt::ErrorStatus setIsUnloaded(bool value) { return setField(mUnloaded, value); }
-    bool hasAttributeDefinitions() const { return false; }
+    bool hasAttributeDefinitions() const;
     // The live block references that insert this block (directly).
     Velt::ErrorStatus getBlockReferenceIds(VxDbObjectIdArray& ids) const;
     // The extents of the live entities; eNotApplicable when there are none.
@@ -102,40 +104,88 @@ protected:
     void prepareName(VxDbSymbolTableRecord* record) const override;
 };
 
-// An insertion of a block: position, scale, rotation about the normal.
+// An insertion of a block: position (a world point written in the reference's own
+// coordinates), three scale factors, rotation about the normal. The block is named in files.
+// A reference owns the attributes that give values to its block's attribute definitions;
+// files say so with group 66 and carry them after it, up to an end record.
+#define KX_FIELDS_VxDbBlockReference(F)                                                                  \
+    F(Get, bool, attributesFollow, -, false, any, kOwn, 66, kxdxf::kOptional)                             \
+    F(Get, VxDbObjectId, blockTableRecord, -, VxDbObjectId(), any, kOwn, 2, kxdxf::kBlockName)           \
+    F(GetSet, VxGePoint3d, position, setPosition, VxGePoint3d::kOrigin, finite, kOwn, 10, kxdxf::kOcs)   \
+    F(Get, double, xScale, -, 1.0, scale, kOwn, 41, kxdxf::kOptional)                                    \
+    F(Get, double, yScale, -, 1.0, scale, kOwn, 42, kxdxf::kOptional)                                    \
+    F(Get, double, zScale, -, 1.0, scale, kOwn, 43, kxdxf::kOptional)                                    \
+    F(GetSet, double, rotation, setRotation, 0.0, angle, kOwn, 50, kxdxf::kOptional | kxdxf::kDegrees)    \
+    F(GetSet, VxGeVector3d, normal, setNormal, VxGeVector3d::kZAxis, unitVector, kOwn, 210, kxdxf::kOptional)
+
 class VxDbBlockReference : public VxDbEntity {
     VX_RX_DECLARE_MEMBERS(VxDbBlockReference)
+    KX_DB_FIELDS(VxDbBlockReference, VxDbEntity)
 public:
     VxDbBlockReference() = default;
     VxDbBlockReference(const VxGePoint3d& position, VxDbObjectId blockId);
 
-    VxDbObjectId blockTableRecord() const { return mBlock; }
     Velt::ErrorStatus setBlockTableRecord(VxDbObjectId blockId);
-    VxGePoint3d position() const { return mPosition; }
-    Velt::ErrorStatus setPosition(const VxGePoint3d& position);
-    VxGeVector3d scaleFactors() const { return mScale; }
+    VxGeVector3d scaleFactors() const { return VxGeVector3d{mFields.xScale, mFields.yScale, mFields.zScale}; }
     // No factor may be zero.
     Velt::ErrorStatus setScaleFactors(const VxGeVector3d& scale);
-    double rotation() const { return mRotation; }
-    Velt::ErrorStatus setRotation(double angle);
-    VxGeVector3d normal() const { return mNormal; }
-    Velt::ErrorStatus setNormal(const VxGeVector3d& normal);
+    Velt::ErrorStatus setXScale(double value) { return setScaleFactors({value, mFields.yScale, mFields.zScale}); }
+    Velt::ErrorStatus setYScale(double value) { return setScaleFactors({mFields.xScale, value, mFields.zScale}); }
+    Velt::ErrorStatus setZScale(double value) { return setScaleFactors({mFields.xScale, mFields.yScale, value}); }
+    // Blocks with parameters and actions are not modelled here.
+    bool isDynamicBlock() const { return false; }
     // Block coordinates to world coordinates.
     VxGeMatrix3d blockTransform() const;
+
+    // The attributes it owns, in order (erased ones too).
+    std::vector<VxDbObjectId> attributeIds() const;
+    // Makes a new attribute (or an entity kept from a file in its place) resident as the
+    // reference's own; the reference must be resident and open for write. The attribute
+    // stays open for write for the caller. A non-null handle is taken when it is free.
+    Velt::ErrorStatus appendAttribute(VxDbObjectId& id, VxDbEntity* attribute, VxDbHandle handle = VxDbHandle());
+    // The block's entities as new entities (not resident, the caller's) where the reference
+    // puts them: attribute definitions left out, constant ones as texts, the reference's own
+    // attributes as texts of their values.
+    virtual Velt::ErrorStatus explode(std::vector<VxDbEntity*>& entities) const;
 
     Velt::ErrorStatus transformBy(const VxGeMatrix3d& xform) override;
     Velt::ErrorStatus getGeomExtents(VxGeExtents3d& extents) const override;
     void visitReferences(VxDbReferenceVisitor& visitor) override;
+    // After a file was read: the attributes come later, the reader says so.
+    Velt::ErrorStatus checkFields(uint64_t readMask);
 
 protected:
-    void copyDataFrom(const VxDbObject& other) override;
+    // The block's entities transformed by the matrix, as explode gives them.
+    Velt::ErrorStatus explodeWith(const VxGeMatrix3d& transform, std::vector<VxDbEntity*>& entities) const;
 
 private:
-    VxDbObjectId mBlock;
-    VxGePoint3d mPosition;
-    VxGeVector3d mScale{1.0, 1.0, 1.0};
-    VxGeVector3d mNormal{0.0, 0.0, 1.0};
-    double mRotation = 0.0;
+    // Not copied with the fields: a copy owns no attributes (a deep clone appends copies).
+    std::vector<VxDbObjectId> mAttributes;
+};
+
+// The factor that turns lengths in one unit into another; 1 when either is undefined.
+double vxdbUnitsConversion(VxDb::UnitsValue from, VxDb::UnitsValue to);
+
+// A block inserted as a grid of rows and columns, spaced in the reference's own directions.
+#define KX_FIELDS_VxDbMInsertBlock(F)                                                               \
+    F(GetSet, int16_t, columns, setColumns, 1, atLeastOne, kOwn, 70, kxdxf::kOptional)              \
+    F(GetSet, int16_t, rows, setRows, 1, atLeastOne, kOwn, 71, kxdxf::kOptional)                    \
+    F(GetSet, double, columnSpacing, setColumnSpacing, 0.0, finite, kOwn, 44, kxdxf::kOptional)     \
+    F(GetSet, double, rowSpacing, setRowSpacing, 0.0, finite, kOwn, 45, kxdxf::kOptional)
+
+class VxDbMInsertBlock : public VxDbBlockReference {
+    VX_RX_DECLARE_MEMBERS(VxDbMInsertBlock)
+    KX_DB_FIELDS(VxDbMInsertBlock, VxDbBlockReference)
+public:
+    VxDbMInsertBlock() = default;
+
+    // Every copy of the grid.
+    Velt::ErrorStatus explode(std::vector<VxDbEntity*>& entities) const override;
+    Velt::ErrorStatus getGeomExtents(VxGeExtents3d& extents) const override;
+
+private:
+    // The block transform of the copy in a row and a column.
+    VxGeMatrix3d cellTransform(int row, int column) const;
 };
 
 }  // namespace kx

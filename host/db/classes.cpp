@@ -9,6 +9,7 @@
 #include "db/layout.h"
 #include "db/objects.h"
 #include "db/polylines.h"
+#include "db/sortents.h"
 #include "db/symtables.h"
 
 namespace kx::detail {
@@ -48,6 +49,7 @@ void registerHostClasses()
         VxDbTableStyle::desc(),
         VxDbMLeaderStyle::desc(),
         VxDbGroup::desc(),
+        VxDbSortentsTable::desc(),
         VxDbPlotSettings::desc(),
         VxDbLayout::desc(),
         VxDbEntity::desc(),
@@ -66,6 +68,13 @@ void registerHostClasses()
         VxDbTrace::desc(),
         VxDbPolyline::desc(),
         VxDbBlockReference::desc(),
+        VxDbMInsertBlock::desc(),
+        VxDbText::desc(),
+        VxDbAttributeDefinition::desc(),
+        VxDbAttribute::desc(),
+        VxDbMText::desc(),
+        VxDbShape::desc(),
+        VxDbFcf::desc(),
     };
     (void)classes;
 }

@@ -186,6 +186,12 @@ private:
             }
             return dictionary->setAt(key.c_str(), copy, cloneId);
         }
+        if (auto* reference = VxDbBlockReference::cast(owner)) {
+            auto* entity = VxDbEntity::cast(copy);
+            if (!entity)
+                return Velt::eInvalidOwner;
+            return reference->appendAttribute(cloneId, entity);
+        }
         // Anything else owns its copy directly (an extension dictionary).
         if (Velt::ErrorStatus es = mDest->addVxDbObject(cloneId, copy))
             return es;

@@ -18,12 +18,6 @@ VxGeVector3d transformedNormal(const VxGeMatrix3d& xform, const VxGeVector3d& no
     return n.isZeroLength() ? normal : n;
 }
 
-// Thickness follows a uniform scale; other transformations keep it.
-double transformedThickness(const VxGeMatrix3d& xform, double thickness)
-{
-    return xform.isUniScaledOrtho() ? thickness * xform.scale() : thickness;
-}
-
 void addThickness(VxGeExtents3d& extents, const VxGeVector3d& normal, double thickness)
 {
     if (thickness == 0.0 || !extents.isValid())
@@ -69,7 +63,7 @@ Velt::ErrorStatus VxDbLine::transformBy(const VxGeMatrix3d& xform)
     f.startPoint = xform.transform(f.startPoint);
     f.endPoint = xform.transform(f.endPoint);
     f.normal = transformedNormal(xform, f.normal);
-    f.thickness = transformedThickness(xform, f.thickness);
+    f.thickness = detail::transformedThickness(xform, f.thickness);
     return Velt::eOk;
 }
 
@@ -124,7 +118,7 @@ Velt::ErrorStatus VxDbCircle::transformBy(const VxGeMatrix3d& xform)
     mFields.center = circle.center();
     mFields.normal = circle.normal();
     mFields.radius = circle.radius();
-    mFields.thickness = transformedThickness(xform, mFields.thickness);
+    mFields.thickness = detail::transformedThickness(xform, mFields.thickness);
     return Velt::eOk;
 }
 
@@ -217,7 +211,7 @@ Velt::ErrorStatus VxDbArc::transformBy(const VxGeMatrix3d& xform)
     f.radius = arc.radius();
     f.startAngle = vxgeNormalizeAngle(arc.startAng());
     f.endAngle = vxgeNormalizeAngle(arc.endAng());
-    f.thickness = transformedThickness(xform, f.thickness);
+    f.thickness = detail::transformedThickness(xform, f.thickness);
     return Velt::eOk;
 }
 
@@ -531,7 +525,7 @@ Velt::ErrorStatus VxDbPoint::transformBy(const VxGeMatrix3d& xform)
     Fields& f = mFields;
     f.position = xform.transform(f.position);
     f.normal = transformedNormal(xform, f.normal);
-    f.thickness = transformedThickness(xform, f.thickness);
+    f.thickness = detail::transformedThickness(xform, f.thickness);
     return Velt::eOk;
 }
 
@@ -820,7 +814,7 @@ Velt::ErrorStatus VxDbQuadBase::transformBy(const VxGeMatrix3d& xform)
     for (int i = 0; i < 4; ++i)
         *point(i) = xform.transform(*point(i));
     mFields.normal = transformedNormal(xform, mFields.normal);
-    mFields.thickness = transformedThickness(xform, mFields.thickness);
+    mFields.thickness = detail::transformedThickness(xform, mFields.thickness);
     return Velt::eOk;
 }
 

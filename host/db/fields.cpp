@@ -21,7 +21,7 @@ bool vxdbSameFieldValue(const VxDbFieldValue& a, const VxDbFieldValue& b)
 }
 
 VxDbKind::VxDbKind(const VxDbKind* parent, const char* subclass, std::vector<VxDbField> own, Check check,
-                   VxDbKindFileHooks hooks)
+                   VxDbKindFileHooks hooks, std::vector<VxDbFieldMove> moves)
     : mSubclass(subclass), mOwn(std::move(own)), mHooks(hooks)
 {
     if (parent) {
@@ -39,6 +39,20 @@ VxDbKind::VxDbKind(const VxDbKind* parent, const char* subclass, std::vector<VxD
             mHooks.subObjects = inherited.subObjects;
         if (!mHooks.recordClass)
             mHooks.recordClass = inherited.recordClass;
+    }
+    // Moved fields are copies held here; reserved so that the pointers to them stay.
+    mMoved.reserve(moves.size());
+    for (const VxDbFieldMove& move : moves) {
+        for (const VxDbField*& field : mAll) {
+            if (std::strcmp(field->name, move.name) != 0)
+                continue;
+            VxDbField moved = *field;
+            moved.subclass = move.subclass;
+            moved.code = move.code;
+            moved.flags = move.flags;
+            mMoved.push_back(moved);
+            field = &mMoved.back();
+        }
     }
     for (const VxDbField& field : mOwn)
         mAll.push_back(&field);

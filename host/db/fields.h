@@ -34,6 +34,7 @@
 #include <vector>
 
 #include "db/object.h"
+#include "db/objectid.h"
 #include "dxf/dxffile.h"
 #include "ge/angle.h"
 #include "ge/point.h"
@@ -48,7 +49,9 @@ struct SubObject;
 }  // namespace dxf
 
 // The values fields hold, as the engine sees them.
-using VxDbFieldValue = std::variant<double, int16_t, int32_t, bool, VxGePoint3d, VxGeVector3d, std::wstring>;
+// An object id is a reference to a symbol-table record, named in files (see kxdxf).
+using VxDbFieldValue =
+    std::variant<double, int16_t, int32_t, bool, VxGePoint3d, VxGeVector3d, std::wstring, VxDbObjectId>;
 
 // Exact equality of field values: a field is written only when it differs from its default
 // by any bit, not by a tolerance.
@@ -60,7 +63,12 @@ enum : uint32_t {
     kOptional = 1,  // written only when it is not the default
     kDegrees = 2,   // an angle held in radians, written in degrees
     kOcs = 4,       // a world point written in the object's coordinates (by the kind's normal)
+    kMarkerAgain = 8,      // the field opens its subclass again (a second marker of the same name)
+    kTextStyleName = 16,   // an id written as the name of a text style
+    kBlockName = 32,       // an id written as the name of a block
+    kChunked = 64,         // a long text written as 250-character groups 3 before its own group
 };
+constexpr uint32_t kRecordName = kTextStyleName | kBlockName;
 // Fields that older files do not carry.
 constexpr uint32_t since(VxDbDxfVersion version) { return uint32_t(version) << 8; }
 constexpr VxDbDxfVersion sinceOf(uint32_t flags) { return VxDbDxfVersion(flags >> 8); }
@@ -99,13 +107,22 @@ struct VxDbKindFileHooks {
     const VxRxClass* (*recordClass)(const std::vector<dxf::FieldGroup>& groups) = nullptr;
 };
 
+// An inherited field that a kind keeps in a subclass and group of its own in files (an
+// attribute's vertical mode is group 74 of its own subclass, a text's group 73).
+struct VxDbFieldMove {
+    const char* name;
+    const char* subclass;
+    int16_t code;
+    uint32_t flags;
+};
+
 // The description of one kind: its fields after those of its described ancestors.
 class VxDbKind {
 public:
     using Check = Velt::ErrorStatus (*)(VxDbObject& object, uint64_t readMask);
 
     VxDbKind(const VxDbKind* parent, const char* subclass, std::vector<VxDbField> own, Check check,
-             VxDbKindFileHooks hooks = {});
+             VxDbKindFileHooks hooks = {}, std::vector<VxDbFieldMove> moves = {});
     VxDbKind(const VxDbKind&) = delete;
     VxDbKind& operator=(const VxDbKind&) = delete;
 
@@ -120,6 +137,7 @@ public:
 private:
     const char* mSubclass;
     std::vector<VxDbField> mOwn;
+    std::vector<VxDbField> mMoved;
     std::vector<const VxDbField*> mAll;
     std::vector<Check> mChecks;  // ancestors' first
     int mNormal = -1;
@@ -317,6 +335,19 @@ VxDbKindFileHooks kindFileHooks()
                                                  {KX_FIELDS_##CLASS(KX_FIELD_ENTRY)},          \
                                                  ::kx::detail::kindCheck<Self>(),              \
                                                  ::kx::detail::kindFileHooks<Self>());         \
+        return description;                                                                    \
+    }                                                                                          \
+    KX_DB_DEFINE_CLASS(CLASS, PARENT, NAME, CREATE, DXFNAME)
+
+// The same for a kind that moves inherited fields: MOVES is a braced list of VxDbFieldMove.
+#define KX_DB_DEFINE_MOVING_KIND(CLASS, PARENT, NAME, CREATE, DXFNAME, SUBCLASS, MOVES)           \
+    const ::kx::VxDbKind& CLASS::kind()                                                        \
+    {                                                                                          \
+        using Self = CLASS;                                                                    \
+        static const ::kx::VxDbKind description(::kx::detail::parentKind<PARENT>(), SUBCLASS,  \
+                                                 {KX_FIELDS_##CLASS(KX_FIELD_ENTRY)},          \
+                                                 ::kx::detail::kindCheck<Self>(),              \
+                                                 ::kx::detail::kindFileHooks<Self>(), MOVES);  \
         return description;                                                                    \
     }                                                                                          \
     KX_DB_DEFINE_CLASS(CLASS, PARENT, NAME, CREATE, DXFNAME)

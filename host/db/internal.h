@@ -8,6 +8,7 @@
 #include "db/database.h"
 #include "db/object.h"
 #include "db/resbuf.h"
+#include "ge/matrix.h"
 
 namespace kx::detail {
 
@@ -49,5 +50,12 @@ Velt::ErrorStatus checkReference(VxDbObjectId id, const VxRxClass* cls, const Vx
 
 // Collects the ids an object owns.
 std::vector<VxDbObjectId> ownedIds(VxDbObject* object);
+
+// An entity's thickness after a transformation: it follows a uniform scale; other
+// transformations keep it.
+inline double transformedThickness(const VxGeMatrix3d& xform, double thickness)
+{
+    return xform.isUniScaledOrtho() ? thickness * xform.scale() : thickness;
+}
 
 }  // namespace kx::detail

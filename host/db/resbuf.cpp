@@ -126,6 +126,9 @@ VxRbStorage vxutStorageOf(int restype)
 VxResBuf* vxutNewRb(int restype)
 {
     auto* rb = new VxResBuf;
+    // An empty braced union sets only its first member: clear all of it, so that the
+    // pointers of string and binary values start null whatever the compiler does.
+    std::memset(&rb->resval, 0, sizeof(rb->resval));
     rb->restype = static_cast<int16_t>(restype);
     return rb;
 }

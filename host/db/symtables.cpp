@@ -1150,6 +1150,27 @@ Velt::ErrorStatus VxDbAbstractViewTableRecord::setUcs(const VxGePoint3d& origin,
     return Velt::eOk;
 }
 
+Velt::ErrorStatus VxDbAbstractViewTableRecord::setViewFrom(const VxDbAbstractViewTableRecord& view)
+{
+    if (Velt::ErrorStatus es = assertWriteEnabled())
+        return es;
+    mCenter = view.mCenter;
+    mTarget = view.mTarget;
+    mViewDirection = view.mViewDirection;
+    mHeight = view.mHeight;
+    mWidth = view.mWidth;
+    mViewTwist = view.mViewTwist;
+    mLensLength = view.mLensLength;
+    mFrontClip = view.mFrontClip;
+    mBackClip = view.mBackClip;
+    mRenderMode = view.mRenderMode;
+    mPerspective = view.mPerspective;
+    mFrontClipOn = view.mFrontClipOn;
+    mBackClipOn = view.mBackClipOn;
+    mFrontClipAtEye = view.mFrontClipAtEye;
+    return Velt::eOk;
+}
+
 void VxDbAbstractViewTableRecord::copyDataFrom(const VxDbObject& other)
 {
     VxDbSymbolTableRecord::copyDataFrom(other);
@@ -1322,6 +1343,87 @@ void VxDbViewportTableRecord::copyDataFrom(const VxDbObject& other)
     mFastZooms = vp.mFastZooms;
     mUcsFollow = vp.mUcsFollow;
     mUcsPerViewport = vp.mUcsPerViewport;
+}
+
+// ---- splitting a viewport ----
+
+std::vector<VxDbScreenArea> vxdbSplitArea(const VxDbScreenArea& area, VxDbViewportSplit split)
+{
+    const double x0 = area.lowerLeft.x, y0 = area.lowerLeft.y, x1 = area.upperRight.x, y1 = area.upperRight.y;
+    const double mx = (x0 + x1) / 2.0, my = (y0 + y1) / 2.0;
+    const double tx1 = x0 + (x1 - x0) / 3.0, tx2 = x0 + 2.0 * (x1 - x0) / 3.0;
+    const double ty1 = y0 + (y1 - y0) / 3.0, ty2 = y0 + 2.0 * (y1 - y0) / 3.0;
+    auto part = [](double a, double b, double c, double d) { return VxDbScreenArea{{a, b}, {c, d}}; };
+    switch (split) {
+    case VxDbViewportSplit::k2Horizontal: return {part(x0, my, x1, y1), part(x0, y0, x1, my)};
+    case VxDbViewportSplit::k2Vertical: return {part(x0, y0, mx, y1), part(mx, y0, x1, y1)};
+    case VxDbViewportSplit::k3Left: return {part(x0, y0, mx, y1), part(mx, my, x1, y1), part(mx, y0, x1, my)};
+    case VxDbViewportSplit::k3Right: return {part(mx, y0, x1, y1), part(x0, my, mx, y1), part(x0, y0, mx, my)};
+    case VxDbViewportSplit::k3Horizontal:
+        return {part(x0, ty2, x1, y1), part(x0, ty1, x1, ty2), part(x0, y0, x1, ty1)};
+    case VxDbViewportSplit::k3Vertical:
+        return {part(x0, y0, tx1, y1), part(tx1, y0, tx2, y1), part(tx2, y0, x1, y1)};
+    case VxDbViewportSplit::k3Above: return {part(x0, my, x1, y1), part(x0, y0, mx, my), part(mx, y0, x1, my)};
+    case VxDbViewportSplit::k3Below: return {part(x0, y0, x1, my), part(x0, my, mx, y1), part(mx, my, x1, y1)};
+    case VxDbViewportSplit::k4:
+        return {part(x0, my, mx, y1), part(mx, my, x1, y1), part(x0, y0, mx, my), part(mx, y0, x1, my)};
+    }
+    return {};
+}
+
+namespace {
+
+// Gives a viewport a part of the screen; the view keeps its height and takes the part's shape.
+Velt::ErrorStatus placeViewport(VxDbViewportTableRecord& viewport, const VxDbScreenArea& whole,
+                                const VxDbScreenArea& part)
+{
+    const double wholeWidth = whole.upperRight.x - whole.lowerLeft.x, wholeHeight = whole.upperRight.y - whole.lowerLeft.y;
+    const double partWidth = part.upperRight.x - part.lowerLeft.x, partHeight = part.upperRight.y - part.lowerLeft.y;
+    // The parts lie within the whole: the lower-left corner moves first.
+    if (Velt::ErrorStatus es = viewport.setLowerLeftCorner(part.lowerLeft))
+        return es;
+    if (Velt::ErrorStatus es = viewport.setUpperRightCorner(part.upperRight))
+        return es;
+    return viewport.setWidth(viewport.width() * (partWidth / wholeWidth) / (partHeight / wholeHeight));
+}
+
+}  // namespace
+
+Velt::ErrorStatus vxdbSplitViewport(VxDbObjectId viewportId, VxDbViewportSplit split, VxDbObjectIdArray* made)
+{
+    if (made)
+        made->clear();
+    if (int(split) < 0 || int(split) > int(VxDbViewportSplit::k4))
+        return Velt::eInvalidInput;
+    VxDbObjectPointer<VxDbViewportTableRecord> viewport(viewportId, VxDb::kForWrite);
+    if (!viewport)
+        return viewport.openStatus();
+    const VxDbScreenArea whole{viewport->lowerLeftCorner(), viewport->upperRightCorner()};
+    const std::vector<VxDbScreenArea> parts = vxdbSplitArea(whole, split);
+    // The copies first, while the viewport still covers the whole area.
+    std::vector<std::unique_ptr<VxDbViewportTableRecord>> copies;
+    for (size_t i = 1; i < parts.size(); ++i) {
+        auto copy = std::make_unique<VxDbViewportTableRecord>();
+        if (Velt::ErrorStatus es = copy->copyFrom(viewport.get()))
+            return es;
+        if (Velt::ErrorStatus es = placeViewport(*copy, whole, parts[i]))
+            return es;
+        copies.push_back(std::move(copy));
+    }
+    VxDbObjectPointer<VxDbViewportTable> table(viewport->ownerId(), VxDb::kForWrite);
+    if (!table)
+        return table.openStatus();
+    if (Velt::ErrorStatus es = placeViewport(*viewport.get(), whole, parts[0]))
+        return es;
+    for (auto& copy : copies) {
+        VxDbObjectId id;
+        if (Velt::ErrorStatus es = table->add(id, copy.get()))
+            return es;
+        copy.release()->close();
+        if (made)
+            made->push_back(id);
+    }
+    return Velt::eOk;
 }
 
 VX_RX_DEFINE_MEMBERS(VxDbViewportTable, VxDbSymbolTable, L"KxDbViewportTable",

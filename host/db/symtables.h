@@ -492,6 +492,9 @@ public:
     Velt::ErrorStatus setElevation(double value);
     void getUcs(VxGePoint3d& origin, VxGeVector3d& xAxis, VxGeVector3d& yAxis) const;
     Velt::ErrorStatus setUcs(const VxGePoint3d& origin, const VxGeVector3d& xAxis, const VxGeVector3d& yAxis);
+    // Shows the view of another record: centre, size, target, direction, twist, lens,
+    // clipping, perspective and render mode; the name and coordinate system stay.
+    Velt::ErrorStatus setViewFrom(const VxDbAbstractViewTableRecord& view);
 
 protected:
     void copyDataFrom(const VxDbObject& other) override;
@@ -621,6 +624,28 @@ protected:
     // Several records may share a name: the parts of one configuration.
     bool allowsDuplicateNames() const override { return true; }
 };
+
+// ---- viewport configurations ----
+
+// The arrangements a viewport splits into: two one above the other or side by side; three
+// with a large one left, right, above or below, or three in a column or a row; four.
+enum class VxDbViewportSplit : int {
+    k2Horizontal, k2Vertical, k3Left, k3Right, k3Horizontal, k3Vertical, k3Above, k3Below, k4
+};
+
+struct VxDbScreenArea {
+    VxGePoint2d lowerLeft;
+    VxGePoint2d upperRight;
+};
+
+// The parts of an area in an arrangement: the large part first, the others from the top
+// left, row by row.
+std::vector<VxDbScreenArea> vxdbSplitArea(const VxDbScreenArea& area, VxDbViewportSplit split);
+
+// Splits a viewport of the drawing: it keeps the first part, new records of its name take
+// the others, each showing the same view at the same zoom. The new ids go to `made`.
+Velt::ErrorStatus vxdbSplitViewport(VxDbObjectId viewportId, VxDbViewportSplit split,
+                                    VxDbObjectIdArray* made = nullptr);
 
 using VxDbLayerTableIterator = VxDbSymbolTableIterator;
 using VxDbLinetypeTableIterator = VxDbSymbolTableIterator;

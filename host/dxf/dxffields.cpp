@@ -58,7 +58,11 @@ const VxRxClass* describedClassOfDxfName(std::string_view type)
             std::string name;
             for (const wchar_t* c = cls->dxfName(); *c; ++c)
                 name += char(*c);
-            byName.emplace(std::move(name), cls);
+            // Kinds that share a record type (a grid of insertions is an INSERT too): the
+            // most general one names it; the reader picks the other by its groups.
+            auto [at, added] = byName.emplace(std::move(name), cls);
+            if (!added && at->second->isDerivedFrom(cls))
+                at->second = cls;
         }
         return byName;
     }();
@@ -67,7 +71,7 @@ const VxRxClass* describedClassOfDxfName(std::string_view type)
 }
 
 void writeFields(GroupWriter& out, const VxDbObject& object, const VxDbKind& kind, VxDbDxfVersion version,
-                 bool utf8File)
+                 bool utf8File, const RecordNamer& namer, bool markers)
 {
     const auto& fields = kind.fields();
     VxGeVector3d normal = VxGeVector3d::kZAxis;
@@ -78,11 +82,23 @@ void writeFields(GroupWriter& out, const VxDbObject& object, const VxDbKind& kin
     for (const VxDbField* field : fields) {
         if (field->code == 0 || version < kxdxf::sinceOf(field->flags))
             continue;  // kept in memory only, or not in files this old
+        const char* marker = field->subclass ? field->subclass : kind.subclass();
+        if (markers && marker && (field->flags & kxdxf::kMarkerAgain)) {
+            out.text(100, marker);
+            subclass = marker;
+        }
         const VxDbFieldValue value = field->get(object);
         if ((field->flags & kxdxf::kOptional) && vxdbSameFieldValue(value, field->defaultValue))
             continue;
-        const char* marker = field->subclass ? field->subclass : kind.subclass();
-        if (marker && (!subclass || std::strcmp(marker, subclass) != 0)) {
+        std::string recordName;
+        if (const VxDbObjectId* id = std::get_if<VxDbObjectId>(&value)) {
+            if (!namer || id->isNull())
+                continue;
+            recordName = namer(*id);
+            if (recordName.empty())
+                continue;
+        }
+        if (markers && marker && (!subclass || std::strcmp(marker, subclass) != 0)) {
             out.text(100, marker);
             subclass = marker;
         }
@@ -99,36 +115,61 @@ void writeFields(GroupWriter& out, const VxDbObject& object, const VxDbKind& kin
                     out.point(field->code, (field->flags & kxdxf::kOcs) ? toOcs(v, normal) : v);
                 } else if constexpr (std::is_same_v<T, VxGeVector3d>) {
                     out.point(field->code, VxGePoint3d::kOrigin + v);
+                } else if constexpr (std::is_same_v<T, VxDbObjectId>) {
+                    out.text(field->code, recordName);
                 } else {
                     text.clear();
                     appendEncoded(text, v, utf8File);
-                    out.text(field->code, text);
+                    if (field->flags & kxdxf::kChunked) {
+                        // Whole characters of the encoded text: never split a UTF-8 sequence.
+                        std::string_view rest = text;
+                        while (rest.size() > 250) {
+                            size_t cut = 250;
+                            while (cut > 0 && (uint8_t(rest[cut]) & 0xC0) == 0x80)
+                                --cut;
+                            out.text(3, rest.substr(0, cut));
+                            rest.remove_prefix(cut);
+                        }
+                        out.text(field->code, rest);
+                    } else {
+                        out.text(field->code, text);
+                    }
                 }
             },
             value);
     }
     if (const auto write = kind.fileHooks().writeGroups) {
         const char* own = kind.subclass();
-        if (own && (!subclass || std::strcmp(own, subclass) != 0))
+        if (markers && own && (!subclass || std::strcmp(own, subclass) != 0))
             out.text(100, own);
         write(object, out, version, utf8File);
     }
 }
 
-bool readFields(VxDbObject& object, const VxDbKind& kind, const std::vector<FieldGroup>& groups, bool utf8File)
+bool readFields(VxDbObject& object, const VxDbKind& kind, const std::vector<FieldGroup>& groups, bool utf8File,
+                std::vector<NamedRecord>* names)
 {
     const auto& fields = kind.fields();
     if (fields.size() > 64)
         return false;  // the read mask has a bit a field
     std::vector<VxDbFieldValue> values;
     values.reserve(fields.size());
-    for (const VxDbField* field : fields)
+    const VxDbField* chunked = nullptr;
+    for (const VxDbField* field : fields) {
         values.push_back(field->get(object));
+        if (field->flags & kxdxf::kChunked)
+            chunked = field;
+    }
     uint64_t readMask = 0;
+    std::string chunks;  // groups 3 of a long text, until its own group
 
     for (const FieldGroup& group : groups) {
         if (group.code == 100)
             continue;
+        if (chunked && group.code == 3) {
+            chunks += group.value;
+            continue;
+        }
         bool taken = false;
         for (size_t i = 0; i < fields.size() && !taken; ++i) {
             const VxDbField& field = *fields[i];
@@ -162,6 +203,16 @@ bool readFields(VxDbObject& object, const VxDbKind& kind, const std::vector<Fiel
                     } else if constexpr (std::is_same_v<T, VxGePoint3d> || std::is_same_v<T, VxGeVector3d>) {
                         ok = parseDouble(group.value, real);
                         (axis == 0 ? v.x : axis == 1 ? v.y : v.z) = real;
+                    } else if constexpr (std::is_same_v<T, VxDbObjectId>) {
+                        // Resolved by the reader once the records are there; an empty name is none.
+                        ok = names != nullptr;
+                        v = VxDbObjectId();
+                        if (ok && !group.value.empty())
+                            names->push_back({i, decodeText(group.value, utf8File)});
+                    } else if (&field == chunked && !chunks.empty()) {
+                        chunks += group.value;
+                        v = decodeText(chunks, utf8File);
+                        chunks.clear();
                     } else {
                         v = decodeText(group.value, utf8File);
                     }
@@ -176,6 +227,8 @@ bool readFields(VxDbObject& object, const VxDbKind& kind, const std::vector<Fiel
                 return false;  // a group this kind does not hold
         }
     }
+    if (!chunks.empty())
+        return false;  // parts of a text without its end
 
     const VxGeVector3d normal = normalOf(kind, values);
     for (size_t i = 0; i < fields.size(); ++i) {

@@ -3,6 +3,8 @@
 // Reading and writing the described fields of database objects (db/fields.h): one engine
 // for every kind that has a description.
 
+#include <functional>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -20,11 +22,16 @@ class GroupWriter;
 // The described class that a record type names ("LINE", "3DFACE" ...); null for any other.
 const VxRxClass* describedClassOfDxfName(std::string_view type);
 
+// The name of a record as the file spells it; empty for none.
+using RecordNamer = std::function<std::string(VxDbObjectId)>;
+
 // Writes the object's fields in the kind's order, each subclass marker before its first
-// field; fields of later versions and optional fields at their default are left out. The
-// kind's own groups (its writeGroups hook) follow.
+// field; fields of later versions and optional fields at their default are left out. Ids of
+// records are written as the namer names them; with no namer, or no name, not at all. Without
+// markers the groups go as they are (an object embedded in another's record). The kind's own
+// groups (its writeGroups hook) follow.
 void writeFields(GroupWriter& out, const VxDbObject& object, const VxDbKind& kind, VxDbDxfVersion version,
-                 bool utf8File);
+                 bool utf8File, const RecordNamer& namer = {}, bool markers = true);
 
 struct FieldGroup {
     int code;
@@ -51,6 +58,13 @@ struct SubObject {
 // of the kind; groups no field takes go to the kind's readGroup hook. False when a group is
 // not one of the kind's, a number group holds no number, or a value or the whole is
 // refused: the record is then kept as it is, not modelled.
-bool readFields(VxDbObject& object, const VxDbKind& kind, const std::vector<FieldGroup>& groups, bool utf8File);
+// Fields that name records are left null and listed in *names (field index, name) for the
+// reader to resolve once the records are resident; without names they are refused.
+struct NamedRecord {
+    size_t field;
+    std::wstring name;
+};
+bool readFields(VxDbObject& object, const VxDbKind& kind, const std::vector<FieldGroup>& groups, bool utf8File,
+                std::vector<NamedRecord>* names = nullptr);
 
 }  // namespace kx::dxf

@@ -10,6 +10,20 @@
 #include "db/strings.h"
 #include "dxf/dxfxref.h"
 
+#ifdef _WIN32
+#ifndef NOMINMAX
+#define NOMINMAX
+#endif
+#ifndef WIN32_LEAN_AND_MEAN
+#define WIN32_LEAN_AND_MEAN
+#endif
+#include <io.h>
+#include <windows.h>
+#else
+#include <fcntl.h>
+#include <unistd.h>
+#endif
+
 namespace kx {
 
 namespace {
@@ -116,22 +130,67 @@ fs::path temporaryBeside(const fs::path& target)
     return temp;
 }
 
-// Moves from onto to, replacing it.
-bool replaceFile(const fs::path& from, const fs::path& to)
+// Puts what was written on the disk itself before it is renamed into place,
+// so a crash of the machine cannot leave a renamed but empty file.
+bool syncFile(std::FILE* file)
 {
-    std::error_code error;
-    fs::rename(from, to, error);
-    if (!error)
-        return true;
-    // Some systems do not rename over an existing file.
-    if (fs::exists(to, error)) {
-        fs::remove(to, error);
-        fs::rename(from, to, error);
-        return !error;
-    }
-    return false;
+    if (std::fflush(file) != 0)
+        return false;
+#ifdef _WIN32
+    return _commit(_fileno(file)) == 0;
+#else
+    return ::fsync(fileno(file)) == 0;
+#endif
 }
 
+// Moves from onto to in one step: to holds either its old or its new
+// contents at every moment, never neither.
+bool replaceFile(const fs::path& from, const fs::path& to)
+{
+#ifdef _WIN32
+    return MoveFileExW(from.c_str(), to.c_str(), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH) != 0;
+#else
+    std::error_code error;
+    fs::rename(from, to, error);
+    return !error;
+#endif
+}
+
+// Makes backup a copy of target while target stays where it is, then
+// renames it over the old backup in one step. A copy, not a link: a save
+// stopped after this step must not leave the drawing and its backup as one
+// file that a later write in place would change both of.
+bool copyToBackup(const fs::path& target, const fs::path& backup)
+{
+    const fs::path staged = temporaryBeside(backup);
+    std::error_code error;
+    if (!fs::copy_file(target, staged, fs::copy_options::overwrite_existing, error) || error) {
+        fs::remove(staged, error);
+        return false;
+    }
+    const bool done = replaceFile(staged, backup);
+    // (left behind only by a failed rename)
+    fs::remove(staged, error);
+    return done;
+}
+
+#ifndef _WIN32
+// Makes the renames themselves survive a crash of the machine.
+void syncFolder(const fs::path& folder)
+{
+    const int fd = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY);
+    if (fd >= 0) {
+        ::fsync(fd);
+        ::close(fd);
+    }
+}
+#endif
+
+// The new drawing goes to a temporary file beside the target, which is
+// flushed to the disk and then renamed over the target, so that whatever
+// stops the save (the process killed, a full disk, a folder that cannot be
+// written) the target holds the whole previous drawing or the whole new one.
+// The backup is made before the rename and is the previous drawing.
 Velt::ErrorStatus writeFile(VxDbDatabase* database, const fs::path& target, VxDbDxfVersion version, int precision,
                             bool keepBackup)
 {
@@ -147,7 +206,7 @@ Velt::ErrorStatus writeFile(VxDbDatabase* database, const fs::path& target, VxDb
         if (!file)
             return Velt::eFileAccessErr;
         Velt::ErrorStatus es = vxdbWriteDxf(database, file.get(), version, precision);
-        if (es == Velt::eOk && std::fflush(file.get()) != 0)
+        if (es == Velt::eOk && !syncFile(file.get()))
             es = Velt::eFileAccessErr;
         if (std::fclose(file.release()) != 0 && es == Velt::eOk)
             es = Velt::eFileAccessErr;
@@ -158,20 +217,29 @@ Velt::ErrorStatus writeFile(VxDbDatabase* database, const fs::path& target, VxDb
     }
     fs::path backup = target;
     backup.replace_extension(".bak");
-    // A drawing that is itself named like its backup has none: moving it
-    // there would remove it before the new one is in place.
-    if (keepBackup && backup != target && fs::exists(target, error)) {
-        fs::remove(backup, error);
-        fs::rename(target, backup, error);
-        if (error) {
+    // A drawing that is itself named like its backup has none.
+    const bool wantBackup = keepBackup && backup != target && fs::is_regular_file(target, error);
+    bool replaced = false;
+#ifdef _WIN32
+    // The system's own replace-with-backup; where it fails (the backup's
+    // name taken by a folder, a file system without it) the steps below.
+    if (wantBackup && !fs::is_directory(backup, error))
+        replaced = ReplaceFileW(target.c_str(), temp.c_str(), backup.c_str(), REPLACEFILE_IGNORE_MERGE_ERRORS,
+                                nullptr, nullptr) != 0;
+#endif
+    if (!replaced) {
+        if (wantBackup && !copyToBackup(target, backup)) {
+            fs::remove(temp, error);
+            return Velt::eFileAccessErr;
+        }
+        if (!replaceFile(temp, target)) {
             fs::remove(temp, error);
             return Velt::eFileAccessErr;
         }
     }
-    if (!replaceFile(temp, target)) {
-        fs::remove(temp, error);
-        return Velt::eFileAccessErr;
-    }
+#ifndef _WIN32
+    syncFolder(folder);
+#endif
     return Velt::eOk;
 }
 

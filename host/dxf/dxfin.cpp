@@ -24,6 +24,7 @@
 #include "db/internal.h"
 #include "db/layout.h"
 #include "db/objects.h"
+#include "db/sortents.h"
 #include "db/strings.h"
 #include "db/symtables.h"
 #include "dxf/dxffields.h"
@@ -211,6 +212,7 @@ struct PendingRecord : Pending {
 };
 
 struct PendingEntity : Pending {
+    std::vector<uint32_t> attributes;  // into mEntities: those a block reference owns
     uint32_t block = kNone;
     uint32_t layer = kNone;     // interned name
     uint32_t linetype = kNone;  // interned name; kNone: by layer
@@ -288,7 +290,7 @@ private:
     void applyXData(VxDbObject* object, VxResBufPtr& xdata);
 
     void parseRecord(Record& record, int table);
-    void parseEntity(Record& record, uint32_t block, std::vector<Record>* subRecords);
+    void parseEntity(Record& record, uint32_t block, std::vector<Record>* subRecords, uint32_t ownerEntity = kNone);
     void parseObject(Record& record);
     VxDbEntity* makeKnownEntity(const Record& record, const std::vector<size_t>& body, bool& keepOpaque);
     void applyEntityCommon(VxDbEntity* entity, PendingEntity& pending, const Record& record, size_t index,
@@ -310,6 +312,7 @@ private:
     bool placeTable(int table);
     bool placeRecordsUpTo(int table, size_t index);
     bool placeEntity(uint32_t index);
+    void prepareForPlacing(PendingEntity& e);
     void reserveSubRecordHandles(VxDbDxfOpaqueEntity* entity);
 
     // ---- linking ----
@@ -325,6 +328,7 @@ private:
     VxDbDxfVersion mVersion = VxDbDxfVersion::kR12;
     bool mUtf8 = false;
     std::vector<FieldGroup> mFieldGroups;  // reused for each described record
+    std::vector<NamedRecord> mNamedRecords;  // of the last described record
     uint64_t mFileHandseed = 0;
     uint64_t mMaxHandle = 0;
 
@@ -859,8 +863,18 @@ bool Reader::readEntityList(uint32_t block, std::string_view end, bool& sawEndSe
             closed = record.type == "SEQEND";
             mSubs.push_back(record);
         }
-        if (block != kNone)
+        if (block != kNone) {
+            const size_t before = mEntities.size();
             parseEntity(mMain, block, &mSubs);
+            // A reference the host models owns its attributes; the end record goes.
+            if (mEntities.size() > before && VxDbBlockReference::cast(mEntities[before].object.get())) {
+                const uint32_t owner = uint32_t(before);
+                for (Record& sub : mSubs) {
+                    if (sub.type == "ATTRIB")
+                        parseEntity(sub, mEntities[owner].block, nullptr, owner);
+                }
+            }
+        }
         if (closed && !nextRecord(record))
             return false;
     }
@@ -1449,107 +1463,38 @@ void Reader::parseRecord(Record& record, int table)
 
 // ---- entities ----
 
-namespace {
-
-// Object coordinates (the arbitrary axis rule of the normal) to world.
-VxGePoint3d ocsToWcs(const VxGePoint3d& p, const VxGeVector3d& normal)
-{
-    if (normal.x == 0.0 && normal.y == 0.0 && normal.z > 0.0)
-        return p;
-    VxGeMatrix3d m;
-    m.setToPlaneToWorld(normal);
-    VxGePoint3d out = p;
-    out.transformBy(m);
-    return out;
-}
-
-struct Vec3Reader {
-    VxGePoint3d value;
-    bool apply(int code, int base, double v)
-    {
-        if (code == base)
-            value.x = v;
-        else if (code == base + 10)
-            value.y = v;
-        else if (code == base + 20)
-            value.z = v;
-        else
-            return false;
-        return true;
-    }
-};
-
-}  // namespace
-
 VxDbEntity* Reader::makeKnownEntity(const Record& record, const std::vector<size_t>& body, bool& keepOpaque)
 {
     keepOpaque = false;
+    mNamedRecords.clear();
     const std::string& type = record.type;
-    if (const VxRxClass* cls = describedClassOfDxfName(type)) {
-        std::unique_ptr<VxDbEntity> made(VxDbEntity::cast(cls->create()));
-        std::vector<FieldGroup>& groups = mFieldGroups;
-        groups.clear();
-        for (size_t i : body)
-            groups.push_back({record.code(i), record.value(i)});
-        if (!made || !readFields(*made, *vxdbKindOf(cls), groups, mUtf8)) {
-            keepOpaque = true;  // something this kind does not hold, or refuses
-            return nullptr;
+    const VxRxClass* cls = describedClassOfDxfName(type);
+    if (cls && type == "INSERT") {
+        // A grid of insertions says so by its subclass or its counts.
+        for (size_t i : body) {
+            const int code = record.code(i);
+            if ((code == 100 && record.value(i) == "AcDbMInsertBlock") || code == 70 || code == 71 || code == 44 ||
+                code == 45)
+                cls = VxDbMInsertBlock::desc();
         }
-        return made.release();
     }
-    if (type != "INSERT") {
+    if (!cls) {
         keepOpaque = true;
         return nullptr;
     }
-    // Insertions of one block; multiple insertions stay as they are.
-    Vec3Reader p10;
-    Vec3Reader normal;
-    normal.value = VxGePoint3d{0, 0, 1};
-    double r41 = 1, r42 = 1, r43 = 1, a50 = 0;
-    int64_t columns = 1, rows = 1;
-    std::string_view blockName;
-    for (size_t i : body) {
-        const int code = record.code(i);
-        if (code == 100 || code == 66)
-            continue;
-        if (code == 2) {
-            blockName = record.value(i);
-            continue;
-        }
-        if (code == 70 || code == 71) {
-            (code == 70 ? columns : rows) = record.integer(i);
-            continue;
-        }
-        const double v = record.real(i);
-        if (p10.apply(code, 10, v) || normal.apply(code, 210, v))
-            continue;
-        switch (code) {
-        case 41: r41 = v; break;
-        case 42: r42 = v; break;
-        case 43: r43 = v; break;
-        case 44: case 45: break;
-        case 50: a50 = v; break;
-        default:
-            keepOpaque = true;
-            return nullptr;
-        }
-    }
-    if (columns > 1 || rows > 1 || blockName.empty()) {
-        keepOpaque = true;
+    std::unique_ptr<VxDbEntity> made(VxDbEntity::cast(cls->create()));
+    std::vector<FieldGroup>& groups = mFieldGroups;
+    groups.clear();
+    for (size_t i : body)
+        groups.push_back({record.code(i), record.value(i)});
+    if (!made || !readFields(*made, *vxdbKindOf(cls), groups, mUtf8, &mNamedRecords)) {
+        keepOpaque = true;  // something this kind does not hold, or refuses
         return nullptr;
     }
-    const VxGeVector3d n = normal.value.asVector();
-    auto insert = std::make_unique<VxDbBlockReference>();
-    if (insert->setNormal(n) != Velt::eOk || insert->setPosition(ocsToWcs(p10.value, n.normal())) != Velt::eOk ||
-        insert->setScaleFactors(VxGeVector3d{r41, r42, r43}) != Velt::eOk ||
-        insert->setRotation(radians(a50)) != Velt::eOk) {
-        keepOpaque = true;
-        return nullptr;
-    }
-    return insert.release();
+    return made.release();
 }
 
-void Reader::parseEntity(Record& record, uint32_t block, std::vector<Record>* subRecords)
+void Reader::parseEntity(Record& record, uint32_t block, std::vector<Record>* subRecords, uint32_t ownerEntity)
 {
     Head head;
     VxResBufPtr xdata;
@@ -1563,8 +1508,14 @@ void Reader::parseEntity(Record& record, uint32_t block, std::vector<Record>* su
     Part part = Part::kHead;
     // Kinds the host models use none of the common codes themselves, and some
     // writers put those after the kind's subclass marker.
+    // A block reference the host models takes its attributes as entities of their own.
+    bool modelledFollowers = subRecords != nullptr && record.type == "INSERT";
+    if (subRecords) {
+        for (const Record& sub : *subRecords)
+            modelledFollowers = modelledFollowers && (sub.type == "ATTRIB" || sub.type == "SEQEND");
+    }
     const bool knownKind =
-        subRecords == nullptr && (record.type == "INSERT" || describedClassOfDxfName(record.type) != nullptr);
+        (subRecords == nullptr || modelledFollowers) && describedClassOfDxfName(record.type) != nullptr;
     size_t layer = SIZE_MAX, linetype = SIZE_MAX, color = SIZE_MAX, trueColor = SIZE_MAX, weight = SIZE_MAX,
            scale = SIZE_MAX, invisible = SIZE_MAX, alpha = SIZE_MAX;
     uint64_t material = 0, plotStyle = 0;
@@ -1604,15 +1555,11 @@ void Reader::parseEntity(Record& record, uint32_t block, std::vector<Record>* su
     if (block == kNone)
         return;
 
-    bool keepOpaque = subRecords != nullptr;
+    bool keepOpaque = subRecords != nullptr && !modelledFollowers;
     VxDbEntity* entity = keepOpaque ? nullptr : makeKnownEntity(record, own, keepOpaque);
-    std::string_view insertBlock;
-    if (entity && record.type == "INSERT") {
-        for (size_t i : own) {
-            if (record.code(i) == 2)
-                insertBlock = record.value(i);
-        }
-    }
+    std::vector<NamedRecord> named;
+    if (entity)
+        named.swap(mNamedRecords);
     VxDbDxfOpaqueEntity* opaque = nullptr;
     if (!entity) {
         opaque = new VxDbDxfOpaqueEntity();
@@ -1685,12 +1632,14 @@ void Reader::parseEntity(Record& record, uint32_t block, std::vector<Record>* su
     pending.object.reset(entity);
     const uint32_t index = uint32_t(mEntities.size());
     mEntities.push_back(std::move(pending));
-    mBlocks[block].entities.push_back(index);
+    if (ownerEntity != kNone)
+        mEntities[ownerEntity].attributes.push_back(index);
+    else
+        mBlocks[block].entities.push_back(index);
 
     // References to objects that are resident only later.
-    if (material || plotStyle || !insertBlock.empty()) {
-        std::wstring blockName = text(insertBlock);
-        mLinks.push_back([this, index, material, plotStyle, blockName] {
+    if (material || plotStyle || !named.empty()) {
+        mLinks.push_back([this, index, material, plotStyle, named = std::move(named)] {
             auto* entity = static_cast<VxDbEntity*>(mEntities[index].live);
             if (!entity)
                 return;
@@ -1702,12 +1651,26 @@ void Reader::parseEntity(Record& record, uint32_t block, std::vector<Record>* su
                 if (VxDbObjectId id = idOf(plotStyle); !id.isNull())
                     entity->setPlotStyleName(VxDb::kPlotStyleNameById, id);
             }
-            if (!blockName.empty()) {
-                auto* insert = VxDbBlockReference::cast(entity);
-                VxDbObjectId id = mDb->blockId(blockName.c_str());
-                if (insert && (id.isNull() || insert->setBlockTableRecord(id) != Velt::eOk)) {
-                    warn("an insertion of a missing block was left out: " + vxToUtf8(blockName));
-                    entity->erase();
+            const VxDbKind* kind = vxdbKindOf(entity);
+            for (const NamedRecord& record : named) {
+                const VxDbField* field = kind ? kind->fields()[record.field] : nullptr;
+                if (!field)
+                    continue;
+                if (field->flags & kxdxf::kBlockName) {
+                    auto* insert = VxDbBlockReference::cast(entity);
+                    VxDbObjectId id = mDb->blockId(record.name.c_str());
+                    if (insert && (id.isNull() || insert->setBlockTableRecord(id) != Velt::eOk)) {
+                        warn("an insertion of a missing block was left out: " + vxToUtf8(record.name));
+                        entity->erase();
+                        return;
+                    }
+                } else if (field->flags & kxdxf::kTextStyleName) {
+                    // A style the file lacks: the standard one.
+                    VxDbObjectId id = mDb->textStyleId(record.name.c_str());
+                    if (id.isNull())
+                        id = mDb->textStyleId(L"Standard");
+                    if (!id.isNull())
+                        field->set(*entity, VxDbFieldValue(id));
                 }
             }
         });
@@ -1911,6 +1874,37 @@ void Reader::parseObject(Record& record)
                 }
             });
         }
+    } else if (type == "SORTENTSTABLE") {
+        auto* sorting = new VxDbSortentsTable();
+        object = sorting;
+        uint64_t block = 0, entity = 0;
+        std::vector<std::pair<uint64_t, uint64_t>> entries;  // entity, the handle it is drawn by
+        for (size_t i : mBody) {
+            switch (record.code(i)) {
+            case 330: block = record.handle(i); break;
+            case 331: entity = record.handle(i); break;
+            case 5:
+                if (entity && record.handle(i))
+                    entries.emplace_back(entity, record.handle(i));
+                entity = 0;
+                break;
+            default: break;
+            }
+        }
+        linkTo([this, index, block, entries = std::move(entries)] {
+            auto* sorting = VxDbSortentsTable::cast(mObjects[index].live);
+            if (!sorting)
+                return;
+            if (sorting->setBlockId(idOf(block)) != Velt::eOk) {
+                warn("a draw order whose block is not in the drawing was emptied");
+                return;
+            }
+            for (const auto& [entity, handle] : entries) {
+                const VxDbObjectId id = idOf(entity);
+                if (id.isNull() || sorting->setSortHandle(id, VxDbHandle(handle)) != Velt::eOk)
+                    warn("a draw order entry of no entity was left out");
+            }
+        });
     } else if (type == "LAYOUT" || type == "PLOTSETTINGS") {
         VxDbPlotSettings* settings = type == "LAYOUT" ? new VxDbLayout() : new VxDbPlotSettings();
         object = settings;
@@ -2247,6 +2241,43 @@ bool Reader::placeEntity(uint32_t index)
             return false;
         }
     }
+    prepareForPlacing(e);
+    reserveExact(e.handle);
+    auto* entity = static_cast<VxDbEntity*>(e.object.get());
+    auto* block = static_cast<VxDbBlockTableRecord*>(blockRecord.live);
+    const Velt::ErrorStatus es = block->appendVxDbEntity(e.id, entity);
+    if (es != Velt::eOk) {
+        warn(std::string("an entity could not be added: ") + Velt::statusName(es));
+        e.object.reset();
+        return false;
+    }
+    e.live = e.object.release();
+    noteHandle(e);
+    if (auto* opaque = VxDbDxfOpaqueEntity::cast(e.live))
+        reserveSubRecordHandles(opaque);
+    // A reference's attributes come right after it.
+    if (auto* insert = VxDbBlockReference::cast(e.live)) {
+        for (uint32_t a : e.attributes) {
+            PendingEntity& attribute = mEntities[a];
+            if (!attribute.object)
+                continue;
+            prepareForPlacing(attribute);
+            reserveExact(attribute.handle);
+            if (insert->appendAttribute(attribute.id, static_cast<VxDbEntity*>(attribute.object.get())) != Velt::eOk) {
+                warn("an attribute could not be added");
+                attribute.object.reset();
+                continue;
+            }
+            attribute.live = attribute.object.release();
+            noteHandle(attribute);
+        }
+    }
+    return true;
+}
+
+// Layer and linetype of an entity about to be placed.
+void Reader::prepareForPlacing(PendingEntity& e)
+{
     auto* entity = static_cast<VxDbEntity*>(e.object.get());
     // A layer now spares the entity the database's defaults.
     auto layerOf = [this](uint32_t name) -> VxDbObjectId {
@@ -2272,19 +2303,6 @@ bool Reader::placeEntity(uint32_t index)
         if (!linetype.isNull())
             entity->setLinetype(linetype);
     }
-    reserveExact(e.handle);
-    auto* block = static_cast<VxDbBlockTableRecord*>(blockRecord.live);
-    const Velt::ErrorStatus es = block->appendVxDbEntity(e.id, entity);
-    if (es != Velt::eOk) {
-        warn(std::string("an entity could not be added: ") + Velt::statusName(es));
-        e.object.reset();
-        return false;
-    }
-    e.live = e.object.release();
-    noteHandle(e);
-    if (auto* opaque = VxDbDxfOpaqueEntity::cast(e.live))
-        reserveSubRecordHandles(opaque);
-    return true;
 }
 
 // The records that follow a kept entity keep their handles as placeholders.

@@ -13,6 +13,7 @@
 #include "db/internal.h"
 #include "db/layout.h"
 #include "db/objects.h"
+#include "db/sortents.h"
 #include "db/strings.h"
 #include "db/symtables.h"
 #include "dxf/dxffields.h"
@@ -30,20 +31,6 @@ using namespace dxf;
 
 double degrees(double radians) { return radians * 180.0 / kPi; }
 
-// World to object coordinates (the arbitrary axis rule of the normal).
-VxGePoint3d wcsToOcs(const VxGePoint3d& p, const VxGeVector3d& normal)
-{
-    if (normal.x == 0.0 && normal.y == 0.0 && normal.z > 0.0)
-        return p;
-    VxGeMatrix3d m;
-    m.setToWorldToPlane(normal);
-    VxGePoint3d out = p;
-    out.transformBy(m);
-    return out;
-}
-
-bool isZAxis(const VxGeVector3d& v) { return v.x == 0.0 && v.y == 0.0 && v.z == 1.0; }
-
 // Classes the host's own objects need declared.
 struct KnownClass {
     const char* dxfName;
@@ -59,6 +46,7 @@ constexpr KnownClass kKnownClasses[] = {
     {"TABLESTYLE", "AcDbTableStyle", "ObjectDBX Classes", 4095},
     {"MLEADERSTYLE", "AcDbMLeaderStyle", "ACDB_MLEADERSTYLE_CLASS", 4095},
     {"PLOTSETTINGS", "AcDbPlotSettings", "ObjectDBX Classes", 0},
+    {"SORTENTSTABLE", "AcDbSortentsTable", "ObjectDBX Classes", 0},
 };
 
 // Applications whose extended data carries layer properties.
@@ -342,6 +330,8 @@ uint64_t Writer::countExtraHandles()
             continue;
         count += 2;
         for (VxDbObjectId entityId : block->entityIds()) {
+            if (auto* insert = VxDbBlockReference::cast(detail::objectOf(entityId)); insert && insert->attributesFollow())
+                ++count;  // its end record
             auto* opaque = VxDbDxfOpaqueEntity::cast(detail::objectOf(entityId));
             if (!opaque)
                 continue;
@@ -792,33 +782,32 @@ void Writer::entity(VxDbEntity* entity, VxDbObjectId owner, bool paperSpace)
         }
         return;
     }
+    auto* insert = VxDbBlockReference::cast(entity);
+    if (insert && !handleValue(insert->blockTableRecord()))
+        return;  // an insertion of nothing cannot be written
     if (const VxDbKind* kind = vxdbKindOf(entity); kind && *entity->isA()->dxfName()) {
         head(dxfNameOf(entity->isA()).c_str(), entity, owner);
         entityCommon(entity, paperSpace);
-        writeFields(mOut, *entity, *kind, mVersion, mUtf8);
-    } else if (auto* insert = VxDbBlockReference::cast(entity)) {
-        if (!handleValue(insert->blockTableRecord()))
-            return;  // an insertion of nothing cannot be written
-        head("INSERT", entity, owner);
-        entityCommon(entity, paperSpace);
-        mOut.text(100, "AcDbBlockReference");
-        mOut.text(2, nameOf(insert->blockTableRecord()));
-        mOut.point(10, wcsToOcs(insert->position(), insert->normal()));
-        const VxGeVector3d scale = insert->scaleFactors();
-        if (scale.x != 1.0)
-            mOut.real(41, scale.x);
-        if (scale.y != 1.0)
-            mOut.real(42, scale.y);
-        if (scale.z != 1.0)
-            mOut.real(43, scale.z);
-        if (insert->rotation() != 0.0)
-            mOut.real(50, degrees(insert->rotation()));
-        if (!isZAxis(insert->normal()))
-            mOut.point(210, VxGePoint3d::kOrigin + insert->normal());
+        writeFields(mOut, *entity, *kind, mVersion, mUtf8, [this](VxDbObjectId id) { return nameOf(id); });
     } else {
         return;  // a kind this writer does not know
     }
     xdata(entity);
+    // A reference's attributes follow it, up to the end record.
+    if (insert && insert->attributesFollow()) {
+        for (VxDbObjectId id : insert->attributeIds()) {
+            auto* attribute = VxDbEntity::cast(detail::objectOf(id));
+            if (attribute && !attribute->isErased())
+                this->entity(attribute, entity->objectId(), paperSpace);
+        }
+        mOut.text(0, "SEQEND");
+        mOut.handle(5, newHandle());
+        handleOf(330, entity->objectId());
+        mOut.text(100, "AcDbEntity");
+        if (paperSpace)
+            mOut.integer(67, 1);
+        mOut.text(8, nameOf(entity->layerId()));
+    }
 }
 
 // ---- objects ----
@@ -916,6 +905,17 @@ void Writer::object(VxDbObject* object)
         for (VxDbObjectId member : group->memberIds()) {
             if (handleValue(member))
                 handleOf(340, member);
+        }
+    } else if (auto* sorting = VxDbSortentsTable::cast(object)) {
+        head("SORTENTSTABLE", object, owner);
+        mOut.text(100, "AcDbSortentsTable");
+        handleOf(330, sorting->blockId());
+        // Only the entities drawn by another handle than their own.
+        for (const auto& [entity, sortHandle] : sorting->entries()) {
+            if (handleValue(entity) && !sortHandle.isNull()) {
+                handleOf(331, entity);
+                mOut.handle(5, sortHandle.value());
+            }
         }
     } else if (auto* settings = VxDbPlotSettings::cast(object)) {
         auto* layout = VxDbLayout::cast(object);

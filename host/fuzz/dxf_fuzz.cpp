@@ -1,5 +1,6 @@
-// libFuzzer target for the drawing-file reader: any input must fail with a
-// status or read; what reads must write and read again.
+// libFuzzer target for the drawing-file reader: any input, ASCII or binary,
+// must fail with a status or read; what reads must give up its extended data
+// and dictionary entries, and write and read again.
 //
 // Native clang build (see host/CMakeLists.txt, option KX_FUZZ):
 //   dxf_fuzz -max_total_time=60 corpus/
@@ -10,6 +11,9 @@
 #include <string_view>
 
 #include "db/database.h"
+#include "db/dictionary.h"
+#include "db/object.h"
+#include "db/resbuf.h"
 #include "dxf/dxffile.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
@@ -21,6 +25,17 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
         if (db.objectSlotCount() != 1)
             __builtin_trap();  // a failed read must leave the database as it was
         return 0;
+    }
+    // Every object's extended data and every dictionary's entries.
+    for (size_t slot = 1; slot < db.objectSlotCount(); ++slot) {
+        const VxDbObjectId id = db.objectIdAtSlot(slot);
+        const VxDbObject* object = detail::objectOf(id);
+        if (!object)
+            continue;
+        vxutRelRb(object->xData());
+        if (VxDbDictionary::cast(object))
+            for (VxDbDictionaryIterator it(id); !it.done(); it.next())
+                (void)it.name();
     }
     std::string written;
     if (vxdbWriteDxf(&db, written) != Velt::eOk)

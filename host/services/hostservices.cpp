@@ -253,6 +253,36 @@ size_t getVeltProductPreName(wchar_t* buffer, size_t size)
     return prefix.size();
 }
 
+void VxCrashRecorder::setError(Velt::ErrorStatus status)
+{
+    std::lock_guard lock(mMutex);
+    mPending = status;
+}
+
+void VxCrashRecorder::record()
+{
+    std::lock_guard lock(mMutex);
+    mRecorded.push_back(mPending);
+}
+
+size_t VxCrashRecorder::recordCount() const
+{
+    std::lock_guard lock(mMutex);
+    return mRecorded.size();
+}
+
+Velt::ErrorStatus VxCrashRecorder::lastRecorded() const
+{
+    std::lock_guard lock(mMutex);
+    return mRecorded.empty() ? Velt::eOk : mRecorded.back();
+}
+
+VxCrashRecorder* veltGetCrashRecorder()
+{
+    static VxCrashRecorder recorder;
+    return &recorder;
+}
+
 std::wstring veltResourceLibraryName()
 {
     return std::wstring(vxdbHostApplicationServices()->productPrefix()) + L"AutoRes.dll";

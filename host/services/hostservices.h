@@ -79,6 +79,23 @@ Velt::ErrorStatus vxdbLoadLinetypeFromFile(const wchar_t* linetypeName, const wc
 // Registers an application name in the database (nothing when it is there).
 Velt::ErrorStatus vxdbRegApp(const wchar_t* name, VxDbDatabase* database = nullptr);
 
+// Keeps the errors that ended an operation abnormally, for the crash report: an error is
+// set, then recorded.
+class VxCrashRecorder {
+public:
+    void setError(Velt::ErrorStatus status);
+    void record();
+    size_t recordCount() const;
+    Velt::ErrorStatus lastRecorded() const;
+
+private:
+    mutable std::mutex mMutex;
+    Velt::ErrorStatus mPending = Velt::eOk;
+    std::vector<Velt::ErrorStatus> mRecorded;
+};
+
+VxCrashRecorder* veltGetCrashRecorder();
+
 // World to current user coordinates of the working database and back; with
 // displacement true a vector (no translation).
 Velt::ErrorStatus vxdbWcs2Ucs(const double in[3], double out[3], bool displacement = false);

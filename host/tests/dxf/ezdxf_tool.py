@@ -1,8 +1,10 @@
 #!/usr/bin/python3
 """ezdxf's view of drawings the host writes, and drawings for the host to read.
 
-  ezdxf_tool.py check FILE EXPECTED [FILE EXPECTED ...]
-                                      audit each FILE and compare it with the facts in its EXPECTED
+  ezdxf_tool.py check [--others] FILE EXPECTED [FILE EXPECTED ...]
+                                      audit each FILE and compare it with the facts in its EXPECTED;
+                                      with --others, GDAL and LibreCAD must open each FILE too
+                                      (other_programs.py)
   ezdxf_tool.py make FOLDER           write drawings of every entity kind, several versions
   ezdxf_tool.py lines FILE COUNT      write a drawing of COUNT lines (benchmark input)
   ezdxf_tool.py time FILE OUT         time reading FILE and writing it to OUT; prints seconds
@@ -15,6 +17,9 @@ EXPECTED holds one fact per line, fields separated by tabs:
   XDATA  <handle> <app> <code>=<value>|...
   DICT   <dictionary handle> <key> <entry type>
   XRECORD <handle> <code>=<value>|...
+  RECORD <table> <record name> <attr>=<value>;...
+  GROUP  <group name> <member handle>,...          (in any order: ezdxf keeps a set)
+  SORTENTS <block record handle> <entity handle>,... (the block's entities, first drawn first)
 Exit status 0 when the audit finds no error and every fact holds.
 """
 
@@ -155,6 +160,41 @@ def check(path, expected_path):
                 code, value = item.split("=", 1)
                 if tag.code != int(code) or not tag_value_matches(tag.code, tag.value, value):
                     problems.append(f"extended record {handle}: {tag.code}={tag.value} instead of {item}")
+        elif kind == "RECORD":
+            table = {"LAYER": doc.layers, "LTYPE": doc.linetypes, "STYLE": doc.styles, "DIMSTYLE": doc.dimstyles,
+                     "UCS": doc.ucs, "VIEW": doc.views, "APPID": doc.appids, "VPORT": doc.viewports}[fact[1]]
+            records = [r for r in table if r.dxf.name.lower() == fact[2].lower()] if fact[1] == "VPORT" else (
+                [table.get(fact[2])] if table.has_entry(fact[2]) else [])
+            if not records:
+                problems.append(f"no {fact[1]} record {fact[2]!r}")
+                continue
+            for item in (fact[3].split(";") if len(fact) > 3 and fact[3] else []):
+                name, value = item.split("=", 1)
+                actual = records[0].dxf.get(name)
+                if actual is None or not same(actual, parse_value(value)):
+                    problems.append(f"{fact[1]} {fact[2]!r}: {name} is {actual}, not {value}")
+        elif kind == "GROUP":
+            group = doc.groups.get(fact[1])
+            if group is None:
+                problems.append(f"no group {fact[1]!r}")
+                continue
+            members = ",".join(sorted(e.dxf.handle for e in group))
+            expected = ",".join(sorted(fact[2].split(","))) if len(fact) > 2 and fact[2] else ""
+            if members != expected:
+                problems.append(f"group {fact[1]!r} holds {members}, not {expected}")
+        elif kind == "SORTENTS":
+            record = db.get(fact[1])
+            if record is None or record.dxftype() != "BLOCK_RECORD":
+                problems.append(f"no block record {fact[1]}")
+                continue
+            tables = [o for o in doc.objects if o.dxftype() == "SORTENTSTABLE"
+                      and o.dxf.get("block_record_handle") == fact[1]]
+            order = dict(tables[0].table) if tables else {}
+            entities = [e.dxf.handle for e in record.entity_space]
+            entities.sort(key=lambda h: int(order.get(h, h), 16))
+            expected = fact[2] if len(fact) > 2 else ""
+            if ",".join(entities) != expected:
+                problems.append(f"block record {fact[1]} draws {','.join(entities)}, not {expected}")
         else:
             problems.append(f"unknown fact {kind}")
     for p in problems:
@@ -253,11 +293,17 @@ def timing(path, out):
 
 
 def main(argv):
-    if len(argv) >= 4 and argv[1] == "check" and len(argv) % 2 == 0:
-        failed = 0
-        for i in range(2, len(argv), 2):
-            failed |= check(argv[i], argv[i + 1])
-        return failed
+    if len(argv) >= 3 and argv[1] == "check":
+        others = argv[2] == "--others"
+        pairs = argv[3:] if others else argv[2:]
+        if pairs and len(pairs) % 2 == 0:
+            failed = 0
+            for i in range(0, len(pairs), 2):
+                failed |= check(pairs[i], pairs[i + 1])
+            if others:
+                import other_programs  # beside this script
+                failed |= other_programs.check(pairs[0::2])
+            return failed
     if len(argv) >= 3 and argv[1] == "make":
         return make(argv[2])
     if len(argv) >= 4 and argv[1] == "lines":

@@ -1,0 +1,164 @@
+// Texts and attributed blocks in the host: the attributes a reference gets from its block,
+// what exploding gives, the character-cell extents, the plain view of a multiline text, and
+// references with their attributes through a file and back.
+
+#include "dxf_test_util.h"
+#include "ge/matrix.h"
+
+using namespace kx;
+using namespace kx::dxftest;
+
+namespace {
+
+VxDbObjectId addDefinition(VxDbDatabase& db, VxDbObjectId block, const wchar_t* tag, const wchar_t* value,
+                           int16_t flags, double y)
+{
+    auto* definition = new VxDbAttributeDefinition();
+    definition->setDatabaseDefaults(&db);
+    definition->setTag(tag);
+    definition->setTextString(value);
+    definition->setAttributeFlags(flags);
+    definition->setPosition({1, y, 0});
+    definition->setHeight(0.5);
+    return append(db, block, definition);
+}
+
+// A block with a line and three attribute definitions (the last constant), inserted once with
+// its attributes.
+struct TitleBlock {
+    VxDbObjectId block, insert;
+};
+
+TitleBlock titleBlock(VxDbDatabase& db)
+{
+    TitleBlock t;
+    t.block = addRecord(db.blockTableId(), new VxDbBlockTableRecord(), L"TITLE");
+    append(db, t.block, new VxDbLine({0, 0, 0}, {10, 0, 0}));
+    addDefinition(db, t.block, L"PROJECT", L"Unnamed", 0, 1);
+    addDefinition(db, t.block, L"DRAWN", L"nobody", VxDbAttributeFlags::kInvisible, 2);
+    addDefinition(db, t.block, L"COMPANY", L"NkAuto Works", VxDbAttributeFlags::kConstant, 3);
+    auto* insert = new VxDbBlockReference({100, 50, 0}, t.block);
+    insert->setDatabaseDefaults(&db);
+    insert->setScaleFactors({2, 2, 2});
+    t.insert = append(db, db.modelSpaceId(), insert);
+    VxDbObjectPointer<VxDbBlockReference> reference(t.insert, VxDb::kForWrite);
+    EXPECT_EQ(UpdataBlkAttribute(reference.get()), Velt::eOk);
+    return t;
+}
+
+std::vector<std::pair<std::wstring, std::wstring>> attributesOf(VxDbObjectId insert)
+{
+    std::vector<std::pair<std::wstring, std::wstring>> out;
+    VxDbObjectPointer<VxDbBlockReference> reference(insert, VxDb::kForRead);
+    for (VxDbObjectId id : reference->attributeIds()) {
+        VxDbObjectPointer<VxDbAttribute> attribute(id, VxDb::kForRead);
+        if (attribute)
+            out.emplace_back(attribute->tag(), attribute->textString());
+    }
+    return out;
+}
+
+}  // namespace
+
+// The block's definitions that are not constant become attributes where the reference puts
+// them; a second call adds none.
+TEST(DbTexts, ReferencesGetTheirBlocksAttributesOnce)
+{
+    VxDbDatabase db;
+    const TitleBlock t = titleBlock(db);
+    using Pairs = std::vector<std::pair<std::wstring, std::wstring>>;
+    EXPECT_EQ(attributesOf(t.insert), (Pairs{{L"PROJECT", L"Unnamed"}, {L"DRAWN", L"nobody"}}));
+    {
+        VxDbObjectPointer<VxDbBlockReference> reference(t.insert, VxDb::kForWrite);
+        EXPECT_EQ(UpdataBlkAttribute(reference.get()), Velt::eOk);
+        ASSERT_EQ(reference->attributeIds().size(), 2u);
+        VxDbObjectPointer<VxDbAttribute> project(reference->attributeIds()[0], VxDb::kForRead);
+        EXPECT_TRUE(project->position().isEqualTo({102, 52, 0}));
+        EXPECT_DOUBLE_EQ(project->height(), 1.0);
+        EXPECT_EQ(project->ownerId(), t.insert);
+    }
+    // Moved, the attributes go along.
+    {
+        VxDbObjectPointer<VxDbBlockReference> reference(t.insert, VxDb::kForWrite);
+        ASSERT_EQ(reference->transformBy(VxGeMatrix3d::translation({-100, 0, 0})), Velt::eOk);
+    }
+    VxDbObjectPointer<VxDbBlockReference> reference(t.insert, VxDb::kForRead);
+    VxDbObjectPointer<VxDbAttribute> project(reference->attributeIds()[0], VxDb::kForRead);
+    EXPECT_TRUE(project->position().isEqualTo({2, 52, 0}));
+}
+
+// Exploding leaves the definitions out, gives the constant one as a text and the visible
+// attributes as texts of their values.
+TEST(DbTexts, ExplodeGivesTextsForValues)
+{
+    VxDbDatabase db;
+    const TitleBlock t = titleBlock(db);
+    VxDbObjectPointer<VxDbBlockReference> reference(t.insert, VxDb::kForRead);
+    std::vector<VxDbEntity*> made;
+    ASSERT_EQ(reference->explode(made), Velt::eOk);
+    std::vector<std::unique_ptr<VxDbEntity>> owned(made.begin(), made.end());
+    std::vector<std::wstring> texts;
+    size_t lines = 0;
+    for (const auto& e : owned) {
+        EXPECT_EQ(VxDbAttributeDefinition::cast(e.get()), nullptr);
+        EXPECT_EQ(VxDbAttribute::cast(e.get()), nullptr);
+        if (auto* text = VxDbText::cast(e.get()))
+            texts.push_back(text->textString());
+        if (auto* line = VxDbLine::cast(e.get())) {
+            ++lines;
+            EXPECT_TRUE(line->endPoint().isEqualTo({120, 50, 0}));
+        }
+    }
+    EXPECT_EQ(lines, 1u);
+    EXPECT_EQ(texts, (std::vector<std::wstring>{L"NkAuto Works", L"Unnamed"}));  // DRAWN is invisible
+}
+
+// Character cells: height × width factor a character, slanted, turned with the text.
+TEST(DbTexts, ExtentsComeFromCharacterCells)
+{
+    VxDbText text({1, 2, 0}, L"ABCD", 2.0);
+    text.setWidthFactor(0.5);
+    VxGeExtents3d box;
+    ASSERT_EQ(text.getGeomExtents(box), Velt::eOk);
+    EXPECT_TRUE(box.minPoint().isEqualTo({1, 2, 0}));
+    EXPECT_TRUE(box.maxPoint().isEqualTo({5, 4, 0}));
+    text.setRotation(kPi / 2);
+    ASSERT_EQ(text.getGeomExtents(box), Velt::eOk);
+    EXPECT_TRUE(box.minPoint().isEqualTo({-1, 2, 0}));
+    EXPECT_TRUE(box.maxPoint().isEqualTo({1, 6, 0}));
+
+    VxDbMText mtext;
+    mtext.setContents(L"{\\fArial|b1;Bold} \\S1/2; and\\Pnext %%d \\\\ done");
+    EXPECT_EQ(mtext.plainText(), L"Bold 1/2 and\nnext \u00B0 \\ done");
+}
+
+// A reference with its attributes, written and read again, owns the same attributes; the
+// end record is not left behind as an entity of its own.
+TEST(DbTexts, AttributesTravelWithTheirReferenceThroughFiles)
+{
+    VxDbDatabase db;
+    const TitleBlock t = titleBlock(db);
+    {
+        VxDbObjectPointer<VxDbBlockReference> reference(t.insert, VxDb::kForRead);
+        VxDbObjectPointer<VxDbAttribute> project(reference->attributeIds()[0], VxDb::kForWrite);
+        project->setTextString(L"Harbour Office");
+    }
+    for (VxDbDxfVersion version : {VxDbDxfVersion::kR2000, VxDbDxfVersion::kR2018}) {
+        VxDbDxfReadInfo info;
+        std::unique_ptr<VxDbDatabase> back = fromDxf(toDxf(db, version), &info);
+        ASSERT_TRUE(back);
+        EXPECT_EQ(info.opaqueEntities, 0u);
+        VxDbObjectId insert;
+        ASSERT_EQ(back->getVxDbObjectId(insert, false, t.insert.handle()), Velt::eOk);
+        using Pairs = std::vector<std::pair<std::wstring, std::wstring>>;
+        EXPECT_EQ(attributesOf(insert), (Pairs{{L"PROJECT", L"Harbour Office"}, {L"DRAWN", L"nobody"}}));
+        VxDbObjectPointer<VxDbBlockTableRecord> space(back->modelSpaceId(), VxDb::kForRead);
+        EXPECT_EQ(space->entityIds().size(), 1u);
+        // And out and in again, the same attributes.
+        std::unique_ptr<VxDbDatabase> again = fromDxf(toDxf(*back, version));
+        ASSERT_TRUE(again);
+        VxDbObjectId insertAgain;
+        ASSERT_EQ(again->getVxDbObjectId(insertAgain, false, t.insert.handle()), Velt::eOk);
+        EXPECT_EQ(attributesOf(insertAgain), attributesOf(insert));
+    }
+}
