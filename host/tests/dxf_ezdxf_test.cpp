@@ -502,7 +502,8 @@ TEST(DxfEzdxf, LightweightPolylinesReadTheSameThere)
 
     TempFolder folder;
     std::string arguments;
-    for (VxDbDxfVersion version : {VxDbDxfVersion::kR2000, VxDbDxfVersion::kR2010, VxDbDxfVersion::kR2018}) {
+    for (VxDbDxfVersion version : {VxDbDxfVersion::kR2000, VxDbDxfVersion::kR2004, VxDbDxfVersion::kR2007,
+                                   VxDbDxfVersion::kR2010, VxDbDxfVersion::kR2013, VxDbDxfVersion::kR2018}) {
         const std::string name = vxdbDxfVersionName(version);
         const std::string text = toDxf(db, version);
         writeText(folder / (name + ".dxf"), text);
