@@ -319,7 +319,7 @@ constexpr int kListRounds = 50;
 
 // Coordinates get and put of a 10,000-vertex polyline through the vtable, beside the host's
 // own loop over the same vertices (getPointAt / setPointAt on the open polyline).
-void polylineRow(IVeltModelSpace* space)
+void polylineRow(IVeltModelSpace* modelSpace)
 {
     SAFEARRAY* sa = SafeArrayCreateVector(VT_R8, 0, 2 * kVertices);
     if (!sa) fail("an array", E_OUTOFMEMORY);
@@ -335,10 +335,18 @@ void polylineRow(IVeltModelSpace* space)
     V_VT(&list) = VT_ARRAY | VT_R8;
     V_ARRAY(&list) = sa;
     ComPtr<IVeltLWPolyline> polyline;
-    if (HRESULT hr = space->AddLightWeightPolyline(list, polyline.put()); FAILED(hr)) fail("AddLightWeightPolyline", hr);
-    LONG_PTR old = 0;
-    polyline->get_ObjectID(&old);
-    const kx::VxDbObjectId id = kx::VxDbObjectId::fromOldId(old);
+    if (HRESULT hr = modelSpace->AddLightWeightPolyline(list, polyline.put()); FAILED(hr)) fail("AddLightWeightPolyline", hr);
+    // The host's loop runs on this program's own host (the DLL has its own copy): the same
+    // polyline in a drawing of its own.
+    kx::VxDbDatabase db;
+    kx::VxDbObjectId id;
+    {
+        kx::VxDbObjectPointer<kx::VxDbBlockTableRecord> space(db.modelSpaceId(), kx::VxDb::kForWrite);
+        auto* own = new kx::VxDbPolyline();
+        for (int i = 0; i < kVertices; ++i) own->addVertexAt(i, kx::VxGePoint2d{data[2 * i], data[2 * i + 1]});
+        if (space->appendVxDbEntity(id, own) != kx::Velt::eOk) fail("host append", E_FAIL);
+        own->close();
+    }
 
     auto rounds = [](auto body) {
         Timing t{size_t(kListRounds) * kVertices};
