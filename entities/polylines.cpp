@@ -12,12 +12,31 @@ namespace {
 
 using LwAccess = OwnAccess<IVeltLWPolyline, kx::VxDbPolyline>;
 
-// Pairs of finite doubles; anything else is refused before the polyline is touched.
+// Pairs of finite doubles; anything else is refused before the polyline is touched. A plain
+// vector of doubles is read in one access; any other form goes through the conversion,
+// which answers its own errors.
 std::vector<kx::VxGePoint2d> finitePairs(const VARIANT& v)
 {
-    VxAxPoint2dArray array;
-    array.append(v);
-    std::vector<kx::VxGePoint2d> points(array.begin(), array.end());
+    std::vector<kx::VxGePoint2d> points;
+    SAFEARRAY* sa = V_VT(&v) == (VT_ARRAY | VT_R8) ? V_ARRAY(&v) : nullptr;
+    LONG lower = 0, upper = -1;
+    VARTYPE vt = VT_EMPTY;
+    const long long count = sa && SUCCEEDED(SafeArrayGetLBound(sa, 1, &lower)) &&
+                                    SUCCEEDED(SafeArrayGetUBound(sa, 1, &upper))
+                                ? static_cast<long long>(upper) - lower + 1
+                                : -1;
+    if (sa && SafeArrayGetDim(sa) == 1 && SafeArrayGetElemsize(sa) == sizeof(double) &&
+        SUCCEEDED(SafeArrayGetVartype(sa, &vt)) && vt == VT_R8 && count >= 0 && count % 2 == 0) {
+        points.resize(size_t(count / 2));
+        double* data = nullptr;
+        if (count > 0 && FAILED(SafeArrayAccessData(sa, reinterpret_cast<void**>(&data)))) throw E_INVALIDARG;
+        for (size_t i = 0; i < points.size(); ++i) points[i] = kx::VxGePoint2d{data[2 * i], data[2 * i + 1]};
+        if (count > 0) SafeArrayUnaccessData(sa);
+    } else {
+        VxAxPoint2dArray array;
+        array.append(v);
+        points.assign(array.begin(), array.end());
+    }
     for (const kx::VxGePoint2d& p : points)
         if (!std::isfinite(p.x) || !std::isfinite(p.y)) throw E_INVALIDARG;
     return points;
@@ -62,16 +81,24 @@ HRESULT coordinates(VxAxObjectRef& ref, VARIANT* coordinates)
     return guarded(__uuidof(IVeltLWPolyline), [&]() -> HRESULT {
         OpenedObject<kx::VxDbPolyline> polyline(ref, kx::VxDb::kForRead);
         if (!polyline.isOpen()) return S_OK;
-        VxAxPoint2dArray points;
-        kx::VxGePoint2d p;
-        for (int i = 0; i < polyline->numVerts(); ++i) {
-            polyline->getPointAt(i, p);
-            points.append(p);
+        // Filled in one access: a long polyline's list is the common case.
+        const int n = polyline->numVerts();
+        SAFEARRAY* sa = SafeArrayCreateVector(VT_R8, 0, ULONG(2 * n));
+        if (!sa) throw E_OUTOFMEMORY;
+        double* data = nullptr;
+        if (n > 0 && FAILED(SafeArrayAccessData(sa, reinterpret_cast<void**>(&data)))) {
+            SafeArrayDestroy(sa);
+            throw E_OUTOFMEMORY;
         }
-        VARIANT made;
-        VariantInit(&made);
-        points.setVariant(made);
-        *coordinates = made;
+        kx::VxGePoint2d p;
+        for (int i = 0; i < n; ++i) {
+            polyline->getPointAt(i, p);
+            data[2 * i] = p.x;
+            data[2 * i + 1] = p.y;
+        }
+        if (n > 0) SafeArrayUnaccessData(sa);
+        V_VT(coordinates) = VT_ARRAY | VT_R8;
+        V_ARRAY(coordinates) = sa;
         return S_OK;
     });
 }
