@@ -305,6 +305,7 @@ TEST_F(DeclaredProperties, EveryPropertyIsSetReadAndRefusedThroughTheInterfaces)
     Value p1 = drawing::point(0, 0, 0), p2 = drawing::point(4, 0, 1), p3 = drawing::point(4, 3, 2),
           p4 = drawing::point(0, 3, 1), axis = drawing::point(5, 0, 0);
     Value corners = doubles({0, 0, 0, 1, 0, 0, 1, 1, 0, 0, 1, 0});
+    Value pairs = doubles({0, 0, 4, 0, 4, 3});
     const std::unique_ptr<OLECHAR, decltype(&SysFreeString)> label(SysAllocString(L"Room 12"), &SysFreeString);
     auto as = [](auto* typed, IDispatch** out) {
         if (!typed) return;
@@ -349,6 +350,9 @@ TEST_F(DeclaredProperties, EveryPropertyIsSetReadAndRefusedThroughTheInterfaces)
         {L"IVeltTrace", __uuidof(IVeltTrace), "TRACE",
          [&](IVeltModelSpace* s, IDispatch** o) { IVeltTrace* e = nullptr; HRESULT hr = s->AddTrace(*corners, &e); as(e, o); return hr; },
          {{L"Coordinates", "*@vtx"}, {L"Normal", "extrusion"}, {L"Thickness", "thickness"}}},
+        {L"IVeltLWPolyline", __uuidof(IVeltLWPolyline), "LWPOLYLINE",
+         [&](IVeltModelSpace* s, IDispatch** o) { IVeltLWPolyline* e = nullptr; HRESULT hr = s->AddLightWeightPolyline(*pairs, &e); as(e, o); return hr; },
+         {{L"Normal", "extrusion"}, {L"Thickness", "thickness"}, {L"ConstantWidth", "const_width"}, {L"Elevation", "elevation"}}},
         {L"IVeltText", __uuidof(IVeltText), "TEXT",
          [&](IVeltModelSpace* s, IDispatch** o) { IVeltText* e = nullptr; HRESULT hr = s->AddText(label.get(), *p1, 2.0, &e); as(e, o); return hr; },
          {{L"InsertionPoint", "@insert"}, {L"Height", "height"}, {L"Rotation", "°rotation"}, {L"ScaleFactor", "width"},

@@ -12,7 +12,8 @@
 EXPECTED holds one fact per line, fields separated by tabs:
   TABLE  <table> <record name>
   BLOCK  <name> <entity count>
-  ENTITY <handle> <type> <layer> <colour> <attr>=<value>;...   (vectors as x,y,z)
+  ENTITY <handle> <type> <layer> <colour> <attr>=<value>;...   (vectors as x,y,z;
+                                      vertices=x,y,start width,end width,bulge,... of an LWPOLYLINE)
   XDATA  <handle> <app> <code>=<value>|...
   DICT   <dictionary handle> <key> <entry type>
   XRECORD <handle> <code>=<value>|...
@@ -112,6 +113,12 @@ def check(path, expected_path):
             if len(fact) > 5 and fact[5]:
                 for item in fact[5].split(";"):
                     name, value = item.split("=", 1)
+                    if name == "vertices":  # x,y,start width,end width,bulge of each vertex
+                        actual = [v for p in e.get_points("xyseb") for v in p]
+                        wanted = [float(v) for v in value.split(",")] if value else []
+                        if len(actual) != len(wanted) or not all(close(a, b) for a, b in zip(actual, wanted)):
+                            problems.append(f"{handle}: vertices {actual}, not {wanted}")
+                        continue
                     actual = getattr(e.dxf, name, None)  # the format's default when not written
                     if actual is None or not same(actual, parse_value(value)):
                         problems.append(f"{handle}: {name} is {actual}, not {value}")
