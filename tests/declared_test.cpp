@@ -162,22 +162,7 @@ protected:
     // Reads through IDispatch by name.
     HRESULT getByName(IDispatch* object, const std::wstring& name, Value& out, std::vector<VARIANT*> args = {})
     {
-        DISPID id = 0;
-        LPOLESTR text = const_cast<LPOLESTR>(name.c_str());
-        if (FAILED(object->GetIDsOfNames(IID_NULL, &text, 1, LOCALE_USER_DEFAULT, &id))) return DISP_E_UNKNOWNNAME;
-        std::vector<VARIANTARG> reversed;
-        for (auto it = args.rbegin(); it != args.rend(); ++it) reversed.push_back(**it);
-        DISPPARAMS params = {reversed.data(), nullptr, UINT(reversed.size()), 0};
-        EXCEPINFO excep = {};
-        HRESULT hr = object->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_PROPERTYGET, &params, out.get(),
-                                    &excep, nullptr);
-        if (hr == DISP_E_EXCEPTION) {
-            hr = excep.scode;
-            SysFreeString(excep.bstrSource);
-            SysFreeString(excep.bstrDescription);
-            SysFreeString(excep.bstrHelpFile);
-        }
-        return hr;
+        return drawing::invoke(object, name.c_str(), DISPATCH_PROPERTYGET, std::move(args), &out);
     }
 
     // Every declared property of the kind and of the entities, readable ones by name.

@@ -16,6 +16,7 @@
 
 using drawing::doubles;
 using drawing::Value;
+using drawing::invoke;
 using nk::ComPtr;
 
 namespace {
@@ -65,30 +66,6 @@ protected:
         return polyline;
     }
 
-    // As a script calls: arguments in order, the error of a failed member as its code.
-    static HRESULT invoke(IDispatch* object, const wchar_t* name, WORD flags, std::vector<VARIANT*> args,
-                          Value* result = nullptr)
-    {
-        DISPID id = 0;
-        LPOLESTR text = const_cast<LPOLESTR>(name);
-        if (FAILED(object->GetIDsOfNames(IID_NULL, &text, 1, LOCALE_USER_DEFAULT, &id))) return DISP_E_UNKNOWNNAME;
-        std::vector<VARIANTARG> reversed;
-        for (auto it = args.rbegin(); it != args.rend(); ++it) reversed.push_back(**it);
-        DISPID named = DISPID_PROPERTYPUT;
-        DISPPARAMS params = {reversed.data(), flags == DISPATCH_PROPERTYPUT ? &named : nullptr, UINT(reversed.size()),
-                             flags == DISPATCH_PROPERTYPUT ? 1u : 0u};
-        EXCEPINFO excep = {};
-        Value ignored;
-        HRESULT hr = object->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, flags, &params,
-                                    result ? result->get() : ignored.get(), &excep, nullptr);
-        if (hr == DISP_E_EXCEPTION) {
-            hr = excep.scode;
-            SysFreeString(excep.bstrSource);
-            SysFreeString(excep.bstrDescription);
-            SysFreeString(excep.bstrHelpFile);
-        }
-        return hr;
-    }
     static std::vector<double> get(IDispatch* object, const wchar_t* name, std::vector<VARIANT*> args = {})
     {
         Value v;

@@ -46,21 +46,7 @@ protected:
     // Through IDispatch, as a script puts a property.
     static HRESULT putByName(IDispatch* object, const wchar_t* name, VARIANT value)
     {
-        DISPID id = 0;
-        LPOLESTR text = const_cast<LPOLESTR>(name);
-        if (FAILED(object->GetIDsOfNames(IID_NULL, &text, 1, LOCALE_USER_DEFAULT, &id))) return DISP_E_UNKNOWNNAME;
-        DISPID named = DISPID_PROPERTYPUT;
-        DISPPARAMS params = {&value, &named, 1, 1};
-        EXCEPINFO excep = {};
-        HRESULT hr = object->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_PROPERTYPUT, &params, nullptr, &excep,
-                                    nullptr);
-        if (hr == DISP_E_EXCEPTION) {
-            hr = excep.scode;
-            SysFreeString(excep.bstrSource);
-            SysFreeString(excep.bstrDescription);
-            SysFreeString(excep.bstrHelpFile);
-        }
-        return hr;
+        return drawing::invoke(object, name, DISPATCH_PROPERTYPUT, {&value});
     }
     static std::wstring textOf(IVeltAttributeReference* a, HRESULT (STDMETHODCALLTYPE IVeltAttributeReference::*get)(BSTR*))
     {
