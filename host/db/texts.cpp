@@ -349,46 +349,37 @@ double VxDbAttributeText::mtextBoundaryWidth() const { return mMText ? mMText->w
 int16_t VxDbAttributeText::mtextDrawingDirection() const { return mMText ? mMText->flowDirection() : 0; }
 int16_t VxDbAttributeText::mtextAttachment() const { return mMText ? mMText->attachment() : 0; }
 
-Velt::ErrorStatus VxDbAttributeText::setMTextContents(const std::wstring& contents)
+template <class Change>
+Velt::ErrorStatus VxDbAttributeText::changeMText(Change&& change)
 {
     if (!mMText)
         return Velt::eNotApplicable;
     if (Velt::ErrorStatus es = assertWriteEnabled())
         return es;
-    if (Velt::ErrorStatus es = mMText->setContents(contents))
-        return es;
     markModified();
+    return change(*mMText);
+}
+
+Velt::ErrorStatus VxDbAttributeText::setMTextContents(const std::wstring& contents)
+{
+    if (Velt::ErrorStatus es = changeMText([&](VxDbMText& m) { return m.setContents(contents); }))
+        return es;
     return setTextString(firstLineOf(mMText->plainText()));
 }
 
 Velt::ErrorStatus VxDbAttributeText::setMTextBoundaryWidth(double width)
 {
-    if (!mMText)
-        return Velt::eNotApplicable;
-    if (Velt::ErrorStatus es = assertWriteEnabled())
-        return es;
-    markModified();
-    return mMText->setWidth(width);
+    return changeMText([&](VxDbMText& m) { return m.setWidth(width); });
 }
 
 Velt::ErrorStatus VxDbAttributeText::setMTextDrawingDirection(int16_t direction)
 {
-    if (!mMText)
-        return Velt::eNotApplicable;
-    if (Velt::ErrorStatus es = assertWriteEnabled())
-        return es;
-    markModified();
-    return mMText->setFlowDirection(direction);
+    return changeMText([&](VxDbMText& m) { return m.setFlowDirection(direction); });
 }
 
 Velt::ErrorStatus VxDbAttributeText::setMTextAttachment(int16_t attachment)
 {
-    if (!mMText)
-        return Velt::eNotApplicable;
-    if (Velt::ErrorStatus es = assertWriteEnabled())
-        return es;
-    markModified();
-    return mMText->setAttachment(attachment);
+    return changeMText([&](VxDbMText& m) { return m.setAttachment(attachment); });
 }
 
 Velt::ErrorStatus VxDbAttributeText::transformBy(const VxGeMatrix3d& xform)

@@ -172,6 +172,10 @@ protected:
     void copyDataFrom(const VxDbObject& other) override;
 
 private:
+    // A change of the multiline text: eNotApplicable on a single-line attribute.
+    template <class Change>
+    Velt::ErrorStatus changeMText(Change&& change);
+
     std::unique_ptr<VxDbMText> mMText;
 };
 
