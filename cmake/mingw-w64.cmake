@@ -11,3 +11,16 @@ set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 # Built programs run under Wine, in the build tree's own prefix.
 set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_CURRENT_LIST_DIR}/../tools/winerun.sh)
+# The LLVM linker and archiver handle our large objects in seconds where binutils takes minutes;
+# binutils stays the fallback on a machine without them.
+if(EXISTS /usr/bin/${triple}-ld.lld)
+  set(CMAKE_EXE_LINKER_FLAGS_INIT -fuse-ld=lld)
+  set(CMAKE_SHARED_LINKER_FLAGS_INIT -fuse-ld=lld)
+  set(CMAKE_MODULE_LINKER_FLAGS_INIT -fuse-ld=lld)
+endif()
+find_program(NK_LLVM_AR NAMES llvm-ar llvm-ar-14)
+find_program(NK_LLVM_RANLIB NAMES llvm-ranlib llvm-ranlib-14)
+if(NK_LLVM_AR AND NK_LLVM_RANLIB)
+  set(CMAKE_AR ${NK_LLVM_AR} CACHE FILEPATH "archiver" FORCE)
+  set(CMAKE_RANLIB ${NK_LLVM_RANLIB} CACHE FILEPATH "archive indexer" FORCE)
+endif()

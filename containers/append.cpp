@@ -77,6 +77,11 @@ HRESULT appendWithWrappers(kx::VxDbObjectId block, std::vector<NewEntity> entiti
         }
     }
 
+    return wrapperArrayOf(ids, app, out);
+}
+
+HRESULT wrapperArrayOf(const std::vector<kx::VxDbObjectId>& ids, IDispatch* app, VARIANT* out)
+{
     SafeArray array(SafeArrayCreateVector(VT_VARIANT, 0, static_cast<ULONG>(ids.size())));
     if (!array.get()) return E_OUTOFMEMORY;
     for (LONG i = 0; i < static_cast<LONG>(ids.size()); ++i) {

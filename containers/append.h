@@ -63,4 +63,7 @@ kx::VxGeVector3d blockNormal(const kx::VxDbBlockTableRecord& block);
 // that were not appended are deleted.
 HRESULT appendWithWrappers(kx::VxDbObjectId block, std::vector<NewEntity> entities, IDispatch* app, VARIANT* out);
 
+// The wrappers of objects as a VARIANT array of IDispatch (empty when there are none).
+HRESULT wrapperArrayOf(const std::vector<kx::VxDbObjectId>& ids, IDispatch* app, VARIANT* out);
+
 }  // namespace nk

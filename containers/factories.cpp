@@ -10,6 +10,7 @@
 
 #include "containers/append.h"
 #include "db/entities.h"
+#include "db/polylines.h"
 #include "db/symtables.h"
 #include "db/texts.h"
 #include "db/viewport.h"
@@ -219,6 +220,28 @@ HRESULT addTrace(VxAxObjectRef& block, IDispatch* app, VARIANT PointsArray, IVel
         auto made = newEntity<kx::VxDbTrace>(record);
         accept(made->setPoints(corners));
         check(made->setNormal(blockNormal(record)));
+        return NewEntity(std::move(made));
+    });
+}
+
+// Vertices as one flat array of x, y pairs: at least two, else E_INVALIDARG; each plain
+// (bulge 0, no widths of its own).
+HRESULT addLightWeightPolyline(VxAxObjectRef& block, IDispatch* app, VARIANT VerticesList,
+                               IVeltLWPolyline** polyline)
+{
+    std::vector<kx::VxGePoint2d> vertices;
+    if (HRESULT hr = takeArguments(polyline, [&] {
+            VxAxPoint2dArray array;
+            array.append(VerticesList);
+            vertices.assign(array.begin(), array.end());
+        });
+        FAILED(hr))
+        return hr;
+    if (vertices.size() < 2) return E_INVALIDARG;
+    return appendEntity(block, app, polyline, [&](VxDbBlockTableRecord& record) {
+        auto made = newEntity<kx::VxDbPolyline>(record);
+        for (size_t i = 0; i < vertices.size(); ++i)
+            accept(made->addVertexAt(int(i), vertices[i], 0.0, -1.0, -1.0, 0));
         return NewEntity(std::move(made));
     });
 }

@@ -16,27 +16,6 @@ using Reference = OwnAccess<IVeltBlockReference, kx::VxDbBlockReference>;
 using kx::VxDbBlockTableRecord;
 using kx::VxDbObjectId;
 
-// The wrappers of objects as a VARIANT array of IDispatch (empty when there are none).
-HRESULT wrappersOf(const std::vector<VxDbObjectId>& ids, IDispatch* app, VARIANT* out)
-{
-    SafeArray array(SafeArrayCreateVector(VT_VARIANT, 0, static_cast<ULONG>(ids.size())));
-    if (!array.get()) return E_OUTOFMEMORY;
-    for (LONG i = 0; i < static_cast<LONG>(ids.size()); ++i) {
-        ComPtr<IUnknown> wrapper;
-        VxAxGetIUnknownOfObject(wrapper.put(), ids[static_cast<size_t>(i)], app);
-        if (!wrapper) return E_FAIL;
-        Variant item;
-        HRESULT hr = wrapper->QueryInterface(IID_IDispatch, reinterpret_cast<void**>(&V_DISPATCH(item.get())));
-        if (FAILED(hr)) return hr;
-        V_VT(item.get()) = VT_DISPATCH;
-        hr = SafeArrayPutElement(array.get(), &i, item.get());
-        if (FAILED(hr)) return hr;
-    }
-    V_VT(out) = VT_ARRAY | VT_VARIANT;
-    V_ARRAY(out) = array.detach();
-    return S_OK;
-}
-
 // Ids read from the reference (or its block) under a read open.
 template <class Collect>
 HRESULT answerWrappers(VxAxObjectRef& ref, IDispatch* app, VARIANT* out, Collect&& collect)
@@ -50,7 +29,7 @@ HRESULT answerWrappers(VxAxObjectRef& ref, IDispatch* app, VARIANT* out, Collect
             if (!reference.isOpen()) return E_POINTER;
             collect(*reference.get(), ids);
         }
-        return wrappersOf(ids, app, out);
+        return wrapperArrayOf(ids, app, out);
     });
 }
 
@@ -208,7 +187,7 @@ HRESULT dynamicBlockProperties(VxAxObjectRef& ref, VARIANT* properties)
             OpenedObject<kx::VxDbBlockReference> reference(ref, kx::VxDb::kForRead);
             if (!reference.isOpen()) return E_POINTER;
         }
-        return wrappersOf({}, nullptr, properties);
+        return wrapperArrayOf({}, nullptr, properties);
     });
 }
 

@@ -91,6 +91,10 @@ HRESULT setAlignment(VxAxObjectRef& ref, VxAlignment value)
             else if (alignedOrFit(horizontal) && !alignedOrFit(h0))
                 check(t.setPosition(t.alignmentPoint()));
         }
+        // A definition's multiline text hangs from the corner the modes name; the baseline row
+        // names none the text accepts, and leaves its attachment as it was.
+        if (auto* definition = kx::VxDbAttributeDefinition::cast(&t); definition && definition->isMTextAttribute())
+            definition->setMTextAttachment(int16_t(horizontal - 3 * vertical + 10));
         return S_OK;
     });
 }
@@ -99,6 +103,14 @@ HRESULT setAlignment(VxAxObjectRef& ref, VxAlignment value)
 HRESULT fieldCode(VxAxObjectRef& ref, BSTR* code)
 {
     return member::get<Text, conv::Text>(ref, code, [](const kx::VxDbText& t) { return t.textString(); });
+}
+
+HRESULT updateMTextAttribute(VxAxObjectRef& ref)
+{
+    return member::call<Text>(ref, [](kx::VxDbText& t) {
+        kx::VxDbAttributeText* attribute = kx::vxdbAttributeTextOf(&t);
+        return attribute ? attribute->updateMTextAttribute() : kx::Velt::eWrongObjectType;
+    });
 }
 
 HRESULT mtextStyleName(VxAxObjectRef& ref, BSTR* name)

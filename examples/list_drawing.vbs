@@ -19,6 +19,7 @@ Function Detail(item)
         Case "KxDbLine":    Detail = "length " & item.Length
         Case "KxDbArc":     Detail = "radius " & item.Radius & ", arc length " & item.ArcLength
         Case "KxDbCircle":  Detail = "radius " & item.Radius & ", area " & item.Area
+        Case "KxDbPolyline": Detail = "length " & item.Length & ", area " & item.Area
         Case "KxDbEllipse": Detail = "ratio " & item.RadiusRatio
         Case "KxDbPoint":   Detail = "at " & Join(Coordinates(item.Coordinates), ", ")
         Case "KxDbText":    Detail = "text " & item.TextString

@@ -1,5 +1,5 @@
 // An early-bound client: makes a drawing without an editor. It creates a document, adds
-// layers and a small floor plan in model space (walls and door leaves as lines, door swings
+// layers and a small floor plan in model space (outer walls as a closed polyline, inner walls and door leaves as lines, door swings
 // as arcs, columns as circles), gives each its layer and colour, reads them back through the
 // model space's enumerator and saves the drawing. The rooms are named with texts and a note;
 // the title block is a drawing of its own (titleblock.dxf beside the plan): a frame with
@@ -60,10 +60,14 @@ struct Wall {
     double x1, y1, x2, y2;
     const wchar_t* layer;
 };
-// Outer walls, an inner wall and two door leaves.
+// The outer walls: one closed polyline as thick as the walls are.
+const double kOutline[] = {0, 0, 12, 0, 12, 8, 0, 8};
+const double kWallThickness = 0.24;
+// An inner wall and two door leaves.
 const Wall kWalls[] = {
-    {0, 0, 12, 0, L"Walls"}, {12, 0, 12, 8, L"Walls"}, {12, 8, 0, 8, L"Walls"}, {0, 8, 0, 0, L"Walls"},
-    {7, 0, 7, 5, L"Walls"},  {7, 5, 8, 6, L"Doors"},   {3, 8, 4, 7, L"Doors"},
+    {7, 0, 7, 5, L"Walls"},
+    {7, 5, 8, 6, L"Doors"},
+    {3, 8, 4, 7, L"Doors"},
 };
 
 // The doors' swings: centred on the hinge, from the open leaf to the closed position.
@@ -223,6 +227,20 @@ int run(const wchar_t* file)
 
     ComPtr<IVeltModelSpace> modelSpace;
     check(document->get_ModelSpace(modelSpace.put()), L"reading model space");
+    {
+        Variant outline;
+        V_VT(outline.get()) = VT_ARRAY | VT_R8;
+        V_ARRAY(outline.get()) = SafeArrayCreateVector(VT_R8, 0, ULONG(std::size(kOutline)));
+        if (!V_ARRAY(outline.get())) check(E_OUTOFMEMORY, L"making the outline");
+        for (LONG i = 0; i < LONG(std::size(kOutline)); ++i)
+            check(SafeArrayPutElement(V_ARRAY(outline.get()), &i, const_cast<double*>(&kOutline[i])),
+                  L"making the outline");
+        ComPtr<IVeltLWPolyline> walls;
+        check(modelSpace->AddLightWeightPolyline(*outline.get(), walls.put()), L"adding the outer walls");
+        check(walls->put_Closed(VARIANT_TRUE), L"closing the outer walls");
+        check(walls->put_ConstantWidth(kWallThickness), L"giving the walls their thickness");
+        place(walls.get(), L"Walls");
+    }
     for (const Wall& wall : kWalls) {
         Variant start, end;
         setPoint(start, wall.x1, wall.y1);
@@ -245,7 +263,7 @@ int run(const wchar_t* file)
         check(modelSpace->AddCircle(*center.get(), kColumnRadius, circle.put()), L"adding a circle");
         place(circle.get(), L"Columns");
     }
-    std::wprintf(L"%zu walls and door leaves, %zu door swings and %zu columns added to model space\n",
+    std::wprintf(L"outer walls, %zu inner walls and door leaves, %zu door swings and %zu columns added to model space\n",
                  std::size(kWalls), std::size(kSwings), std::size(kColumns));
 
     // The rooms' names, centred in each room, and a note of several lines.

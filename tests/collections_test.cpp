@@ -18,6 +18,9 @@
 #include "frame/com.h"
 
 using drawing::Value;
+using drawing::invoke;
+using drawing::flag;
+using drawing::real;
 using nk::ComPtr;
 
 namespace {
@@ -25,41 +28,14 @@ namespace {
 HRESULT statusCode(kx::Velt::ErrorStatus status) { return RaiseVrxException(IID_NULL, 0, status); }
 
 // A member called by name; an error raised inside comes back as its code.
-HRESULT call(IDispatch* object, const wchar_t* name, WORD flags, std::vector<VARIANT*> args = {},
-             Value* result = nullptr)
-{
-    DISPID id = 0;
-    LPOLESTR text = const_cast<LPOLESTR>(name);
-    HRESULT hr = object->GetIDsOfNames(IID_NULL, &text, 1, LOCALE_USER_DEFAULT, &id);
-    if (FAILED(hr)) return hr;
-    std::vector<VARIANTARG> reversed;
-    for (auto it = args.rbegin(); it != args.rend(); ++it) reversed.push_back(**it);
-    DISPID named = DISPID_PROPERTYPUT;
-    DISPPARAMS params = {reversed.data(), nullptr, UINT(reversed.size()), 0};
-    if (flags == DISPATCH_PROPERTYPUT) {
-        params.rgdispidNamedArgs = &named;
-        params.cNamedArgs = 1;
-    }
-    Value ignored;
-    EXCEPINFO excep = {};
-    hr = object->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, flags, &params, result ? result->get() : ignored.get(),
-                        &excep, nullptr);
-    if (hr == DISP_E_EXCEPTION) {
-        hr = excep.scode;
-        SysFreeString(excep.bstrSource);
-        SysFreeString(excep.bstrDescription);
-        SysFreeString(excep.bstrHelpFile);
-    }
-    return hr;
-}
 
 HRESULT get(IDispatch* object, const wchar_t* name, Value& out, std::vector<VARIANT*> args = {})
 {
-    return call(object, name, DISPATCH_PROPERTYGET | DISPATCH_METHOD, std::move(args), &out);
+    return invoke(object, name, DISPATCH_PROPERTYGET | DISPATCH_METHOD, std::move(args), &out);
 }
 HRESULT put(IDispatch* object, const wchar_t* name, Value value)
 {
-    return call(object, name, DISPATCH_PROPERTYPUT, {value.get()});
+    return invoke(object, name, DISPATCH_PROPERTYPUT, {value.get()});
 }
 ComPtr<IDispatch> object(IDispatch* from, const wchar_t* name, std::vector<VARIANT*> args = {})
 {
@@ -80,20 +56,6 @@ std::wstring text(IDispatch* from, const wchar_t* name)
     Value v;
     EXPECT_EQ(get(from, name, v), S_OK);
     return v.type() == VT_BSTR && V_BSTR(v.get()) ? V_BSTR(v.get()) : L"";
-}
-Value flag(bool on)
-{
-    Value v;
-    V_VT(v.get()) = VT_BOOL;
-    V_BOOL(v.get()) = on ? VARIANT_TRUE : VARIANT_FALSE;
-    return v;
-}
-Value real(double d)
-{
-    Value v;
-    V_VT(v.get()) = VT_R8;
-    V_R8(v.get()) = d;
-    return v;
 }
 Value dispatch(IDispatch* d)
 {
@@ -268,8 +230,8 @@ TEST_F(DrawingCollections, AddHandsBackWhatHasTheNameAndRefusesBadNames)
     ASSERT_TRUE(saved);
     EXPECT_EQ(number(viewports.get(), L"Count"), 2);
     Value savedName = drawing::text(L"Saved"), activeName = drawing::text(L"*Active");
-    EXPECT_EQ(call(viewports.get(), L"DeleteConfiguration", DISPATCH_METHOD, {savedName.get()}), S_OK);
-    EXPECT_EQ(call(viewports.get(), L"DeleteConfiguration", DISPATCH_METHOD, {activeName.get()}), E_INVALIDARG);
+    EXPECT_EQ(invoke(viewports.get(), L"DeleteConfiguration", DISPATCH_METHOD, {savedName.get()}), S_OK);
+    EXPECT_EQ(invoke(viewports.get(), L"DeleteConfiguration", DISPATCH_METHOD, {activeName.get()}), E_INVALIDARG);
     EXPECT_EQ(number(viewports.get(), L"Count"), 1);
 }
 
@@ -283,7 +245,7 @@ TEST_F(DrawingCollections, LayerMembersKeepTheirOddRules)
     Value on;
     ASSERT_EQ(get(walls.get(), L"LayerOn", on), S_OK);
     EXPECT_EQ(V_BOOL(on.get()), VARIANT_FALSE);
-    ASSERT_EQ(call(walls.get(), L"LayerOn", DISPATCH_PROPERTYPUT, {one.get()}), S_OK);
+    ASSERT_EQ(invoke(walls.get(), L"LayerOn", DISPATCH_PROPERTYPUT, {one.get()}), S_OK);
     ASSERT_EQ(get(walls.get(), L"LayerOn", on), S_OK);
     EXPECT_EQ(V_BOOL(on.get()), VARIANT_TRUE) << "1 is on";
 
@@ -303,7 +265,7 @@ TEST_F(DrawingCollections, LayerMembersKeepTheirOddRules)
     // Used is known after the usage was generated.
     ComPtr<IDispatch> made = line(1);
     ASSERT_EQ(put(made.get(), L"Layer", drawing::text(L"Walls")), S_OK);
-    ASSERT_EQ(call(collection(L"Layers").get(), L"GenerateUsageData", DISPATCH_METHOD), S_OK);
+    ASSERT_EQ(invoke(collection(L"Layers").get(), L"GenerateUsageData", DISPATCH_METHOD), S_OK);
     Value used;
     ASSERT_EQ(get(walls.get(), L"Used", used), S_OK);
     EXPECT_EQ(V_BOOL(used.get()), VARIANT_TRUE);
@@ -324,7 +286,7 @@ TEST_F(DrawingCollections, TextStylesViewportsAndCoordinateSystems)
     EXPECT_EQ(number(notes.get(), L"TextGenerationFlag"), 2) << "only the low 16 bits count";
     Value face = drawing::text(L"Arial"), bold = flag(true), italic = flag(false), charset = drawing::number(0),
           pitch = drawing::number(34);
-    ASSERT_EQ(call(notes.get(), L"SetFont", DISPATCH_METHOD, {face.get(), bold.get(), italic.get(), charset.get(),
+    ASSERT_EQ(invoke(notes.get(), L"SetFont", DISPATCH_METHOD, {face.get(), bold.get(), italic.get(), charset.get(),
                                                               pitch.get()}),
               S_OK);
     Value f, b, i, c, p;
@@ -341,7 +303,7 @@ TEST_F(DrawingCollections, TextStylesViewportsAndCoordinateSystems)
     V_I4REF(c.get()) = &charsetOut;
     V_VT(p.get()) = VT_I4 | VT_BYREF;
     V_I4REF(p.get()) = &pitchOut;
-    ASSERT_EQ(call(notes.get(), L"GetFont", DISPATCH_METHOD, {f.get(), b.get(), i.get(), c.get(), p.get()}), S_OK);
+    ASSERT_EQ(invoke(notes.get(), L"GetFont", DISPATCH_METHOD, {f.get(), b.get(), i.get(), c.get(), p.get()}), S_OK);
     EXPECT_EQ(std::wstring(faceOut ? faceOut : L""), L"Arial");
     EXPECT_EQ(boldOut, VARIANT_TRUE);
     EXPECT_EQ(italicOut, VARIANT_FALSE);
@@ -353,13 +315,13 @@ TEST_F(DrawingCollections, TextStylesViewportsAndCoordinateSystems)
     ComPtr<IDispatch> viewports = collection(L"Viewports");
     ComPtr<IDispatch> active = add(L"Viewports", L"*Active");
     ASSERT_TRUE(active);
-    ASSERT_EQ(call(active.get(), L"Split", DISPATCH_METHOD, {drawing::number(8).get()}), S_OK);  // four
+    ASSERT_EQ(invoke(active.get(), L"Split", DISPATCH_METHOD, {drawing::number(8).get()}), S_OK);  // four
     EXPECT_EQ(number(viewports.get(), L"Count"), 4);
     Value corner;
     ASSERT_EQ(get(active.get(), L"UpperRightCorner", corner), S_OK);
     EXPECT_EQ(corner.type(), VT_ARRAY | VT_R8);
     Value bad = drawing::number(99);
-    EXPECT_EQ(call(active.get(), L"Split", DISPATCH_METHOD, {bad.get()}), E_INVALIDARG);
+    EXPECT_EQ(invoke(active.get(), L"Split", DISPATCH_METHOD, {bad.get()}), E_INVALIDARG);
     EXPECT_EQ(number(viewports.get(), L"Count"), 4);
     // OrthoOn is the isometric snap of the record.
     ASSERT_EQ(put(active.get(), L"OrthoOn", flag(true)), S_OK);
@@ -413,7 +375,7 @@ TEST_F(DrawingCollections, DictionariesAndExtendedRecords)
     LONG n0 = 0, n1 = 1;
     SafeArrayPutElement(V_ARRAY(values.get()), &n0, first.get());
     SafeArrayPutElement(V_ARRAY(values.get()), &n1, second.get());
-    ASSERT_EQ(call(record.get(), L"SetXRecordData", DISPATCH_METHOD, {types.get(), values.get()}), S_OK);
+    ASSERT_EQ(invoke(record.get(), L"SetXRecordData", DISPATCH_METHOD, {types.get(), values.get()}), S_OK);
     {
         kx::VxDbObjectPointer<kx::VxDbXrecord> host(kx::VxDbObjectId::fromOldId(objectIdOf(record.get())),
                                                     kx::VxDb::kForRead);
@@ -426,11 +388,11 @@ TEST_F(DrawingCollections, DictionariesAndExtendedRecords)
     // Missing keys and taken names are refused and change nothing.
     Value missing = drawing::text(L"Missing"), taken = drawing::text(L"Settings"), renamed = drawing::text(L"Kept");
     EXPECT_EQ(get(mine.get(), L"Remove", result, {missing.get()}), statusCode(kx::Velt::eKeyNotFound));
-    EXPECT_EQ(call(mine.get(), L"Rename", DISPATCH_METHOD, {other.get(), taken.get()}),
+    EXPECT_EQ(invoke(mine.get(), L"Rename", DISPATCH_METHOD, {other.get(), taken.get()}),
               statusCode(kx::Velt::eDuplicateKey));
-    EXPECT_EQ(call(mine.get(), L"Rename", DISPATCH_METHOD, {missing.get(), renamed.get()}),
+    EXPECT_EQ(invoke(mine.get(), L"Rename", DISPATCH_METHOD, {missing.get(), renamed.get()}),
               statusCode(kx::Velt::eKeyNotFound));
-    ASSERT_EQ(call(mine.get(), L"Rename", DISPATCH_METHOD, {other.get(), renamed.get()}), S_OK);
+    ASSERT_EQ(invoke(mine.get(), L"Rename", DISPATCH_METHOD, {other.get(), renamed.get()}), S_OK);
     EXPECT_EQ(text(record.get(), L"Name"), L"Kept");
     Value asObject = dispatch(record.get());
     Value keyOf;
@@ -444,7 +406,7 @@ TEST_F(DrawingCollections, DictionariesAndExtendedRecords)
     Value foreignKey = drawing::text(L"Foreign");
     ComPtr<IDispatch> foreign = object(foreignDictionary.get(), L"Add", {foreignKey.get()});
     Value foreignObject = dispatch(foreign.get());
-    EXPECT_EQ(call(mine.get(), L"Replace", DISPATCH_METHOD, {taken.get(), foreignObject.get()}), E_INVALIDARG);
+    EXPECT_EQ(invoke(mine.get(), L"Replace", DISPATCH_METHOD, {taken.get(), foreignObject.get()}), E_INVALIDARG);
     EXPECT_EQ(objectIdOf(object(mine.get(), L"GetObject", {taken.get()}).get()), objectIdOf(stored.get()));
     foreign.reset();
     foreignDictionary.reset();
@@ -459,7 +421,7 @@ TEST_F(DrawingCollections, GroupsTakeTheirDrawingsEntitiesAndApplyTheirSetters)
 {
     ComPtr<IDispatch> group = add(L"Groups", L"Doors");
     ComPtr<IDispatch> a = line(1), b = line(2), c = line(3);
-    ASSERT_EQ(call(group.get(), L"AppendItems", DISPATCH_METHOD, {objects({a.get(), b.get()}).get()}), S_OK);
+    ASSERT_EQ(invoke(group.get(), L"AppendItems", DISPATCH_METHOD, {objects({a.get(), b.get()}).get()}), S_OK);
     EXPECT_EQ(number(group.get(), L"Count"), 2);
 
     // An entity of another drawing: nothing is added.
@@ -474,11 +436,11 @@ TEST_F(DrawingCollections, GroupsTakeTheirDrawingsEntitiesAndApplyTheirSetters)
         ASSERT_EQ(space->AddLine(*s, *e, made.put()), S_OK);
         foreign = made.as<IDispatch>();
     }
-    EXPECT_EQ(call(group.get(), L"AppendItems", DISPATCH_METHOD, {objects({c.get(), foreign.get()}).get()}),
+    EXPECT_EQ(invoke(group.get(), L"AppendItems", DISPATCH_METHOD, {objects({c.get(), foreign.get()}).get()}),
               E_INVALIDARG);
     EXPECT_EQ(number(group.get(), L"Count"), 2);
     foreign.reset();
-    EXPECT_EQ(call(group.get(), L"RemoveItems", DISPATCH_METHOD, {objects({c.get()}).get()}), E_INVALIDARG);
+    EXPECT_EQ(invoke(group.get(), L"RemoveItems", DISPATCH_METHOD, {objects({c.get()}).get()}), E_INVALIDARG);
     EXPECT_EQ(number(group.get(), L"Count"), 2);
 
     // Item: 0 ... Count - 1; anything else is refused.
@@ -498,7 +460,7 @@ TEST_F(DrawingCollections, GroupsTakeTheirDrawingsEntitiesAndApplyTheirSetters)
     ASSERT_EQ(put(group.get(), L"color", drawing::number(3)), S_OK);
     EXPECT_EQ(number(a.get(), L"color"), 3);
 
-    ASSERT_EQ(call(group.get(), L"RemoveItems", DISPATCH_METHOD, {objects({a.get()}).get()}), S_OK);
+    ASSERT_EQ(invoke(group.get(), L"RemoveItems", DISPATCH_METHOD, {objects({a.get()}).get()}), S_OK);
     EXPECT_EQ(number(group.get(), L"Count"), 1);
     ASSERT_EQ(put(group.get(), L"Name", drawing::text(L"Windows")), S_OK);
     Value windows = drawing::text(L"Windows");
@@ -514,9 +476,9 @@ TEST_F(DrawingCollections, DrawOrderChangesTheTableNotTheBlock)
     Value key = drawing::text(L"ACAD_SORTENTS"), cls = drawing::text(L"VxDbSortentsTable");
     ComPtr<IDispatch> sorting = object(extension.get(), L"AddObject", {key.get(), cls.get()});
     ASSERT_TRUE(sorting);
-    ASSERT_EQ(call(sorting.get(), L"MoveToBottom", DISPATCH_METHOD, {objects({c.get()}).get()}), S_OK);
+    ASSERT_EQ(invoke(sorting.get(), L"MoveToBottom", DISPATCH_METHOD, {objects({c.get()}).get()}), S_OK);
     Value target = dispatch(a.get());
-    ASSERT_EQ(call(sorting.get(), L"MoveAbove", DISPATCH_METHOD, {objects({b.get()}).get(), target.get()}), S_OK);
+    ASSERT_EQ(invoke(sorting.get(), L"MoveAbove", DISPATCH_METHOD, {objects({b.get()}).get(), target.get()}), S_OK);
     Value honour = flag(false), order;
     ASSERT_EQ(get(sorting.get(), L"GetFullDrawOrder", order, {honour.get()}), S_OK);
     ASSERT_TRUE(order.type() & VT_ARRAY);
@@ -540,7 +502,7 @@ TEST_F(DrawingCollections, DrawOrderChangesTheTableNotTheBlock)
     EXPECT_EQ(objectIdOf(walked[0].get()), objectIdOf(a.get()));
     // Something that is no entity of the block changes nothing.
     ComPtr<IDispatch> group = add(L"Groups", L"NotAnEntity");
-    EXPECT_EQ(call(sorting.get(), L"MoveToTop", DISPATCH_METHOD, {objects({group.get()}).get()}), E_INVALIDARG);
+    EXPECT_EQ(invoke(sorting.get(), L"MoveToTop", DISPATCH_METHOD, {objects({group.get()}).get()}), E_INVALIDARG);
     Value again;
     ASSERT_EQ(get(sorting.get(), L"GetFullDrawOrder", again, {honour.get()}), S_OK);
     EXPECT_EQ(V_ARRAY(again.get())->rgsabound[0].cElements, 3u);
@@ -572,12 +534,12 @@ TEST_F(DrawingCollections, RecordPropertiesReachTheFile)
     V_ARRAY(center.get()) = SafeArrayCreateVector(VT_R8, 0, 2);
     double cx[2] = {10, 20};
     for (LONG i = 0; i < 2; ++i) SafeArrayPutElement(V_ARRAY(center.get()), &i, &cx[i]);
-    ASSERT_EQ(call(view.get(), L"Center", DISPATCH_PROPERTYPUT, {center.get()}), S_OK);
+    ASSERT_EQ(invoke(view.get(), L"Center", DISPATCH_PROPERTYPUT, {center.get()}), S_OK);
     ASSERT_EQ(put(view.get(), L"Height", real(30)), S_OK);
     ASSERT_EQ(put(view.get(), L"Width", real(40)), S_OK);
     ASSERT_EQ(put(view.get(), L"Direction", drawing::point(0, 0.6, 0.8)), S_OK);
     ComPtr<IDispatch> active = add(L"Viewports", L"*Active");
-    ASSERT_EQ(call(active.get(), L"Center", DISPATCH_PROPERTYPUT, {center.get()}), S_OK);
+    ASSERT_EQ(invoke(active.get(), L"Center", DISPATCH_PROPERTYPUT, {center.get()}), S_OK);
     ASSERT_EQ(put(active.get(), L"Height", real(12)), S_OK);
     ASSERT_EQ(put(active.get(), L"Direction", drawing::point(0.6, 0, 0.8)), S_OK);
 
@@ -587,12 +549,12 @@ TEST_F(DrawingCollections, RecordPropertiesReachTheFile)
 
     ComPtr<IDispatch> a = line(1), b = line(2);
     ComPtr<IDispatch> group = add(L"Groups", L"Doors");
-    ASSERT_EQ(call(group.get(), L"AppendItems", DISPATCH_METHOD, {objects({b.get(), a.get()}).get()}), S_OK);
+    ASSERT_EQ(invoke(group.get(), L"AppendItems", DISPATCH_METHOD, {objects({b.get(), a.get()}).get()}), S_OK);
     ComPtr<IDispatch> extension = object(modelSpace().as<IDispatch>().get(), L"GetExtensionDictionary");
     Value key = drawing::text(L"ACAD_SORTENTS"), cls = drawing::text(L"KxDbSortentsTable");
     ComPtr<IDispatch> sorting = object(extension.get(), L"AddObject", {key.get(), cls.get()});
     ASSERT_TRUE(sorting);
-    ASSERT_EQ(call(sorting.get(), L"MoveToBottom", DISPATCH_METHOD, {objects({b.get()}).get()}), S_OK);
+    ASSERT_EQ(invoke(sorting.get(), L"MoveToBottom", DISPATCH_METHOD, {objects({b.get()}).get()}), S_OK);
 
     ComPtr<IDispatch> mine = add(L"Dictionaries", L"Mine");
     Value recordKey = drawing::text(L"Settings");
@@ -610,7 +572,7 @@ TEST_F(DrawingCollections, RecordPropertiesReachTheFile)
     LONG n0 = 0, n1 = 1;
     SafeArrayPutElement(V_ARRAY(values.get()), &n0, first.get());
     SafeArrayPutElement(V_ARRAY(values.get()), &n1, second.get());
-    ASSERT_EQ(call(record.get(), L"SetXRecordData", DISPATCH_METHOD, {types.get(), values.get()}), S_OK);
+    ASSERT_EQ(invoke(record.get(), L"SetXRecordData", DISPATCH_METHOD, {types.get(), values.get()}), S_OK);
 
     auto handle = [&](IDispatch* d) { return narrow(text(d, L"Handle")); };
     std::string facts;
@@ -645,19 +607,19 @@ TEST_F(DrawingCollections, LayerStatesSaveRestoreAndTravelInFiles)
     ComPtr<IDispatch> manager;
     ASSERT_EQ(nk::createInstance(CLSID_VeltLayerStateManager, IID_IDispatch, manager.putVoid()), S_OK);
     Value before = drawing::text(L"Before"), colorAndOn = drawing::number(vxLsColor | vxLsOn);
-    EXPECT_EQ(call(manager.get(), L"Save", DISPATCH_METHOD, {before.get(), colorAndOn.get()}), E_FAIL)
+    EXPECT_EQ(invoke(manager.get(), L"Save", DISPATCH_METHOD, {before.get(), colorAndOn.get()}), E_FAIL)
         << "a manager without a drawing";
     Value drawingArg = dispatch(database.get());
-    ASSERT_EQ(call(manager.get(), L"SetDatabase", DISPATCH_METHOD, {drawingArg.get()}), S_OK);
-    ASSERT_EQ(call(manager.get(), L"Save", DISPATCH_METHOD, {before.get(), colorAndOn.get()}), S_OK);
+    ASSERT_EQ(invoke(manager.get(), L"SetDatabase", DISPATCH_METHOD, {drawingArg.get()}), S_OK);
+    ASSERT_EQ(invoke(manager.get(), L"Save", DISPATCH_METHOD, {before.get(), colorAndOn.get()}), S_OK);
     Value sameName = drawing::text(L"BEFORE");
-    EXPECT_EQ(call(manager.get(), L"Save", DISPATCH_METHOD, {sameName.get(), colorAndOn.get()}),
+    EXPECT_EQ(invoke(manager.get(), L"Save", DISPATCH_METHOD, {sameName.get(), colorAndOn.get()}),
               statusCode(kx::Velt::eDuplicateKey));
 
     ASSERT_EQ(put(walls.get(), L"color", drawing::number(5)), S_OK);
     ASSERT_EQ(put(walls.get(), L"LayerOn", flag(false)), S_OK);
     ASSERT_EQ(put(walls.get(), L"Lock", flag(true)), S_OK);
-    ASSERT_EQ(call(manager.get(), L"Restore", DISPATCH_METHOD, {before.get()}), S_OK);
+    ASSERT_EQ(invoke(manager.get(), L"Restore", DISPATCH_METHOD, {before.get()}), S_OK);
     EXPECT_EQ(number(walls.get(), L"color"), 1);
     Value on, locked;
     ASSERT_EQ(get(walls.get(), L"LayerOn", on), S_OK);
@@ -672,21 +634,21 @@ TEST_F(DrawingCollections, LayerStatesSaveRestoreAndTravelInFiles)
     EXPECT_EQ(V_I4(maskNumber.get()), vxLsColor | vxLsOn);
 
     Value saved = drawing::text(L"Saved"), nowhere = drawing::text(L"Nowhere");
-    ASSERT_EQ(call(manager.get(), L"Rename", DISPATCH_METHOD, {before.get(), saved.get()}), S_OK);
-    EXPECT_EQ(call(manager.get(), L"Restore", DISPATCH_METHOD, {before.get()}), statusCode(kx::Velt::eKeyNotFound));
-    EXPECT_EQ(call(manager.get(), L"Delete", DISPATCH_METHOD, {nowhere.get()}), statusCode(kx::Velt::eKeyNotFound));
+    ASSERT_EQ(invoke(manager.get(), L"Rename", DISPATCH_METHOD, {before.get(), saved.get()}), S_OK);
+    EXPECT_EQ(invoke(manager.get(), L"Restore", DISPATCH_METHOD, {before.get()}), statusCode(kx::Velt::eKeyNotFound));
+    EXPECT_EQ(invoke(manager.get(), L"Delete", DISPATCH_METHOD, {nowhere.get()}), statusCode(kx::Velt::eKeyNotFound));
 
     // Exported, deleted and imported again, the state restores as before.
     wchar_t folder[MAX_PATH] = {};
     GetTempPathW(MAX_PATH, folder);
     const std::wstring file = std::wstring(folder) + L"nkauto_collections.las";
     Value fileName = drawing::text(file.c_str()), noFile = drawing::text((std::wstring(folder) + L"no_such.las").c_str());
-    ASSERT_EQ(call(manager.get(), L"Export", DISPATCH_METHOD, {saved.get(), fileName.get()}), S_OK);
-    ASSERT_EQ(call(manager.get(), L"Delete", DISPATCH_METHOD, {saved.get()}), S_OK);
-    EXPECT_NE(call(manager.get(), L"Import", DISPATCH_METHOD, {noFile.get()}), S_OK);
-    ASSERT_EQ(call(manager.get(), L"Import", DISPATCH_METHOD, {fileName.get()}), S_OK);
+    ASSERT_EQ(invoke(manager.get(), L"Export", DISPATCH_METHOD, {saved.get(), fileName.get()}), S_OK);
+    ASSERT_EQ(invoke(manager.get(), L"Delete", DISPATCH_METHOD, {saved.get()}), S_OK);
+    EXPECT_NE(invoke(manager.get(), L"Import", DISPATCH_METHOD, {noFile.get()}), S_OK);
+    ASSERT_EQ(invoke(manager.get(), L"Import", DISPATCH_METHOD, {fileName.get()}), S_OK);
     ASSERT_EQ(put(walls.get(), L"color", drawing::number(6)), S_OK);
-    ASSERT_EQ(call(manager.get(), L"Restore", DISPATCH_METHOD, {saved.get()}), S_OK);
+    ASSERT_EQ(invoke(manager.get(), L"Restore", DISPATCH_METHOD, {saved.get()}), S_OK);
     EXPECT_EQ(number(walls.get(), L"color"), 1);
     DeleteFileW(file.c_str());
 }

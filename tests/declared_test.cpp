@@ -23,6 +23,8 @@
 
 using drawing::doubles;
 using drawing::Value;
+using drawing::flag;
+using drawing::real;
 using nk::ComPtr;
 using nk::Variant;
 
@@ -31,27 +33,6 @@ namespace {
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 constexpr double kInf = std::numeric_limits<double>::infinity();
 
-Value real(double d)
-{
-    Value v;
-    V_VT(v.get()) = VT_R8;
-    V_R8(v.get()) = d;
-    return v;
-}
-Value flag(bool b)
-{
-    Value v;
-    V_VT(v.get()) = VT_BOOL;
-    V_BOOL(v.get()) = b ? VARIANT_TRUE : VARIANT_FALSE;
-    return v;
-}
-Value shortValue(int n)
-{
-    Value v;
-    V_VT(v.get()) = VT_I4;
-    V_I4(v.get()) = n;
-    return v;
-}
 // A point is a VARIANT array; any other value goes as itself.
 std::vector<double> numbersOf(const VARIANT& v)
 {
@@ -207,22 +188,7 @@ protected:
     // Reads through IDispatch by name.
     HRESULT getByName(IDispatch* object, const std::wstring& name, Value& out, std::vector<VARIANT*> args = {})
     {
-        DISPID id = 0;
-        LPOLESTR text = const_cast<LPOLESTR>(name.c_str());
-        if (FAILED(object->GetIDsOfNames(IID_NULL, &text, 1, LOCALE_USER_DEFAULT, &id))) return DISP_E_UNKNOWNNAME;
-        std::vector<VARIANTARG> reversed;
-        for (auto it = args.rbegin(); it != args.rend(); ++it) reversed.push_back(**it);
-        DISPPARAMS params = {reversed.data(), nullptr, UINT(reversed.size()), 0};
-        EXCEPINFO excep = {};
-        HRESULT hr = object->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_PROPERTYGET, &params, out.get(),
-                                    &excep, nullptr);
-        if (hr == DISP_E_EXCEPTION) {
-            hr = excep.scode;
-            SysFreeString(excep.bstrSource);
-            SysFreeString(excep.bstrDescription);
-            SysFreeString(excep.bstrHelpFile);
-        }
-        return hr;
+        return drawing::invoke(object, name.c_str(), DISPATCH_PROPERTYGET, std::move(args), &out);
     }
 
     // Every declared property of the kind and of the entities, readable ones by name.
@@ -272,8 +238,8 @@ std::vector<Value> samples(const nk::DeclaredMember& m, const VARIANT& current)
     else if (name == L"ObliqueAngle") out.push_back(real(0.5));  // within 85 degrees
     else if (name == L"Linetype") out.push_back(drawing::text(L"Continuous"));
     else if (name == L"Material") out.push_back(drawing::text(L"Global"));
-    else if (name == L"color") out.push_back(shortValue(3));
-    else if (name == L"Lineweight") out.push_back(shortValue(50));
+    else if (name == L"color") out.push_back(drawing::number(3));
+    else if (name == L"Lineweight") out.push_back(drawing::number(50));
     else if (conv == "double" || conv == "length") out.push_back(real(2.5));
     else if (conv == "ratio") out.push_back(real(0.5));
     else if (conv == "point") out.push_back(doubles({1.5, -2.25, 3.125}));
@@ -289,8 +255,8 @@ std::vector<Value> refused(const nk::DeclaredMember& m)
     const std::wstring name = m.name;
     std::vector<Value> out;
     if (name == L"Layer" || name == L"Linetype" || name == L"Material") out.push_back(drawing::text(L"No such"));
-    if (name == L"color") out.push_back(shortValue(300));
-    if (name == L"Lineweight") out.push_back(shortValue(7));
+    if (name == L"color") out.push_back(drawing::number(300));
+    if (name == L"Lineweight") out.push_back(drawing::number(7));
     if (conv == "double" || conv == "length" || conv == "ratio") {
         out.push_back(real(kNaN));
         out.push_back(real(kInf));
@@ -350,6 +316,7 @@ TEST_F(DeclaredProperties, EveryPropertyIsSetReadAndRefusedThroughTheInterfaces)
     Value p1 = drawing::point(0, 0, 0), p2 = drawing::point(4, 0, 1), p3 = drawing::point(4, 3, 2),
           p4 = drawing::point(0, 3, 1), axis = drawing::point(5, 0, 0);
     Value corners = doubles({0, 0, 0, 1, 0, 0, 1, 1, 0, 0, 1, 0});
+    Value pairs = doubles({0, 0, 4, 0, 4, 3});
     const std::unique_ptr<OLECHAR, decltype(&SysFreeString)> label(SysAllocString(L"Room 12"), &SysFreeString);
     auto as = [](auto* typed, IDispatch** out) {
         if (!typed) return;
@@ -394,6 +361,9 @@ TEST_F(DeclaredProperties, EveryPropertyIsSetReadAndRefusedThroughTheInterfaces)
         {L"IVeltTrace", __uuidof(IVeltTrace), "TRACE",
          [&](IVeltModelSpace* s, IDispatch** o) { IVeltTrace* e = nullptr; HRESULT hr = s->AddTrace(*corners, &e); as(e, o); return hr; },
          {{L"Coordinates", "*@vtx"}, {L"Normal", "extrusion"}, {L"Thickness", "thickness"}}},
+        {L"IVeltLWPolyline", __uuidof(IVeltLWPolyline), "LWPOLYLINE",
+         [&](IVeltModelSpace* s, IDispatch** o) { IVeltLWPolyline* e = nullptr; HRESULT hr = s->AddLightWeightPolyline(*pairs, &e); as(e, o); return hr; },
+         {{L"Normal", "extrusion"}, {L"Thickness", "thickness"}, {L"ConstantWidth", "const_width"}, {L"Elevation", "elevation"}}},
         {L"IVeltText", __uuidof(IVeltText), "TEXT",
          [&](IVeltModelSpace* s, IDispatch** o) { IVeltText* e = nullptr; HRESULT hr = s->AddText(label.get(), *p1, 2.0, &e); as(e, o); return hr; },
          {{L"InsertionPoint", "@insert"}, {L"Height", "height"}, {L"Rotation", "°rotation"}, {L"ScaleFactor", "width"},
@@ -438,7 +408,7 @@ TEST_F(DeclaredProperties, EveryPropertyIsSetReadAndRefusedThroughTheInterfaces)
         for (const nk::DeclaredMember* m : propertiesOf(kind.itf)) {
             if (!m->put || !m->get) continue;
             SCOPED_TRACE(narrow(m->name));
-            Value index = shortValue(2);
+            Value index = drawing::number(2);
             std::vector<VARIANT*> leading;
             if (m->extraArguments == 1) leading.push_back(index.get());
             Value current;

@@ -30,7 +30,8 @@ std::vector<ComPtr<IDispatch>> makeDrawing(kx::VxDbDatabase& db)
     ComPtr<IVeltModelSpace> space = wrapper(db.modelSpaceId()).as<IVeltModelSpace>();
     Value p1 = drawing::point(0, 0, 0), p2 = drawing::point(4, 1, 0), p3 = drawing::point(4, 3, 0),
           p4 = drawing::point(0, 3, 0), axis = drawing::point(2, 0, 0),
-          trace = drawing::doubles({0, 0, 0, 2, 0, 0, 2, 1, 0, 0, 1, 0});
+          trace = drawing::doubles({0, 0, 0, 2, 0, 0, 2, 1, 0, 0, 1, 0}),
+          pairs = drawing::doubles({0, 0, 4, 0, 4, 3, 0, 3});
     auto keep = [&](auto made, HRESULT hr) {
         EXPECT_EQ(hr, S_OK);
         objects.push_back(made.template as<IDispatch>());
@@ -74,6 +75,10 @@ std::vector<ComPtr<IDispatch>> makeDrawing(kx::VxDbDatabase& db)
     {
         ComPtr<IVeltTrace> e;
         keep(e, space->AddTrace(*trace, e.put()));
+    }
+    {
+        ComPtr<IVeltLWPolyline> e;
+        keep(e, space->AddLightWeightPolyline(*pairs, e.put()));
     }
     objects.push_back(wrapper(db.layerTableId()));
     objects.push_back(space.as<IDispatch>());  // last: its factories add to both drawings alike

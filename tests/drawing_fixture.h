@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <vector>
 
 #include "core/lookup.h"
 #include "db/blocks.h"
@@ -72,12 +73,52 @@ inline Value number(LONG n)
     V_I4(v.get()) = n;
     return v;
 }
+inline Value real(double d)
+{
+    Value v;
+    V_VT(v.get()) = VT_R8;
+    V_R8(v.get()) = d;
+    return v;
+}
+inline Value flag(bool on)
+{
+    Value v;
+    V_VT(v.get()) = VT_BOOL;
+    V_BOOL(v.get()) = on ? VARIANT_TRUE : VARIANT_FALSE;
+    return v;
+}
 inline Value text(const wchar_t* s)
 {
     Value v;
     V_VT(v.get()) = VT_BSTR;
     V_BSTR(v.get()) = SysAllocString(s);
     return v;
+}
+
+// As a script calls a member by name: arguments in order, a property put as a put; the
+// error of a failed member (raised as an exception) as its code.
+inline HRESULT invoke(IDispatch* object, const wchar_t* name, WORD flags, std::vector<VARIANT*> args = {},
+                      Value* result = nullptr)
+{
+    DISPID id = 0;
+    LPOLESTR text = const_cast<LPOLESTR>(name);
+    if (FAILED(object->GetIDsOfNames(IID_NULL, &text, 1, LOCALE_USER_DEFAULT, &id))) return DISP_E_UNKNOWNNAME;
+    std::vector<VARIANTARG> reversed;
+    for (auto it = args.rbegin(); it != args.rend(); ++it) reversed.push_back(**it);
+    DISPID named = DISPID_PROPERTYPUT;
+    const bool put = flags == DISPATCH_PROPERTYPUT;
+    DISPPARAMS params = {reversed.data(), put ? &named : nullptr, UINT(reversed.size()), put ? 1u : 0u};
+    EXCEPINFO excep = {};
+    Value ignored;
+    HRESULT hr = object->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, flags, &params,
+                                result ? result->get() : ignored.get(), &excep, nullptr);
+    if (hr == DISP_E_EXCEPTION) {
+        hr = excep.scode;
+        SysFreeString(excep.bstrSource);
+        SysFreeString(excep.bstrDescription);
+        SysFreeString(excep.bstrHelpFile);
+    }
+    return hr;
 }
 
 // The point a member returned; (-1, -1, -1) when it is not an array of three doubles.

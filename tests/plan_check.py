@@ -14,11 +14,9 @@ sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), ".."
 import other_programs  # noqa: E402
 
 # (start, end, layer, colour) as the example client adds them.
-PLAN = [
-    ((0, 0), (12, 0), "Walls", 1), ((12, 0), (12, 8), "Walls", 1), ((12, 8), (0, 8), "Walls", 1),
-    ((0, 8), (0, 0), "Walls", 1), ((7, 0), (7, 5), "Walls", 1), ((7, 5), (8, 6), "Doors", 5),
-    ((3, 8), (4, 7), "Doors", 5),
-]
+PLAN = [((7, 0), (7, 5), "Walls", 1), ((7, 5), (8, 6), "Doors", 5), ((3, 8), (4, 7), "Doors", 5)]
+# The outer walls: a closed polyline 0.24 wide on Walls in red.
+OUTLINE = [(0, 0), (12, 0), (12, 8), (0, 8)]
 # (centre, radius, start and end angle in degrees) of the doors' swings, on Doors in blue.
 SWINGS = [((7, 5), math.sqrt(2), 45, 90), ((3, 8), math.sqrt(2), 315, 0)]
 # Centres of the columns, circles of radius 0.25 on Columns in green.
@@ -42,6 +40,16 @@ def main(path):
     expected = [((float(a[0]), float(a[1])), (float(b[0]), float(b[1])), layer, color) for a, b, layer, color in PLAN]
     if found != expected:
         print("lines differ:\n  found    ", found, "\n  expected ", expected)
+        return 1
+    outlines = [p for p in doc.modelspace() if p.dxftype() == "LWPOLYLINE"]
+    if len(outlines) != 1:
+        print(f"{len(outlines)} polylines instead of the outer walls")
+        return 1
+    walls = outlines[0]
+    points = [(round(x, 9), round(y, 9)) for x, y in walls.get_points("xy")]
+    if (points != [(float(x), float(y)) for x, y in OUTLINE] or not walls.closed
+            or abs(walls.dxf.const_width - 0.24) > 1e-12 or walls.dxf.layer != "Walls" or walls.dxf.color != 1):
+        print("outer walls differ:", points, walls.closed, walls.dxf.const_width, walls.dxf.layer, walls.dxf.color)
         return 1
     arcs = [(round(a.dxf.center.x, 9), round(a.dxf.center.y, 9), round(a.dxf.radius, 9),
              round(a.dxf.start_angle % 360, 6), round(a.dxf.end_angle % 360, 6), a.dxf.layer, a.dxf.color)
@@ -90,7 +98,7 @@ def main(path):
         return 1
     if other_programs.check([path]):
         return 1
-    print(f"ezdxf reads {len(lines)} lines, {len(arcs)} arcs and {len(circles)} circles on their layers in their"
+    print(f"ezdxf reads the outer walls as a closed polyline, {len(lines)} lines, {len(arcs)} arcs and {len(circles)} circles on their layers in their"
           " colours, the rooms' names, the title block filled in and the A3 sheet at 1:50; the audit is clean; GDAL and LibreCAD open it")
     return 0
 

@@ -18,6 +18,8 @@
 using drawing::coordinates;
 using drawing::point;
 using drawing::Value;
+using drawing::number;
+using drawing::real;
 using kx::VxGePoint3d;
 using nk::ComPtr;
 
@@ -44,21 +46,7 @@ protected:
     // Through IDispatch, as a script puts a property.
     static HRESULT putByName(IDispatch* object, const wchar_t* name, VARIANT value)
     {
-        DISPID id = 0;
-        LPOLESTR text = const_cast<LPOLESTR>(name);
-        if (FAILED(object->GetIDsOfNames(IID_NULL, &text, 1, LOCALE_USER_DEFAULT, &id))) return DISP_E_UNKNOWNNAME;
-        DISPID named = DISPID_PROPERTYPUT;
-        DISPPARAMS params = {&value, &named, 1, 1};
-        EXCEPINFO excep = {};
-        HRESULT hr = object->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, DISPATCH_PROPERTYPUT, &params, nullptr, &excep,
-                                    nullptr);
-        if (hr == DISP_E_EXCEPTION) {
-            hr = excep.scode;
-            SysFreeString(excep.bstrSource);
-            SysFreeString(excep.bstrDescription);
-            SysFreeString(excep.bstrHelpFile);
-        }
-        return hr;
+        return drawing::invoke(object, name, DISPATCH_PROPERTYPUT, {&value});
     }
     static std::wstring textOf(IVeltAttributeReference* a, HRESULT (STDMETHODCALLTYPE IVeltAttributeReference::*get)(BSTR*))
     {
@@ -72,20 +60,6 @@ protected:
 
 bool closeTo(const VxGePoint3d& a, const VxGePoint3d& b) { return a.distanceTo(b) < 1e-9; }
 
-Value integer(LONG n)
-{
-    Value v;
-    V_VT(v.get()) = VT_I4;
-    V_I4(v.get()) = n;
-    return v;
-}
-Value real(double d)
-{
-    Value v;
-    V_VT(v.get()) = VT_R8;
-    V_R8(v.get()) = d;
-    return v;
-}
 
 }  // namespace
 
@@ -96,7 +70,7 @@ TEST_F(Texts, AlignmentKeepsTheTextInPlace)
     ComPtr<IVeltText> text = addText(L"Room 12", {10, 20, 0});
     ComPtr<IDispatch> script = text.as<IDispatch>();
 
-    ASSERT_EQ(putByName(script.get(), L"Alignment", *integer(vxAlignmentMiddleRight)), S_OK);
+    ASSERT_EQ(putByName(script.get(), L"Alignment", *number(vxAlignmentMiddleRight)), S_OK);
     VxHorizontalAlignment h;
     VxVerticalAlignment v;
     ASSERT_EQ(text->get_HorizontalAlignment(&h), S_OK);
@@ -107,7 +81,7 @@ TEST_F(Texts, AlignmentKeepsTheTextInPlace)
     EXPECT_TRUE(closeTo(pointOf(text.get(), &IVeltText::get_TextAlignmentPoint), {10, 20, 0}));
 
     for (LONG bad : {15L, -1L}) {
-        EXPECT_EQ(putByName(script.get(), L"Alignment", *integer(bad)), E_INVALIDARG);
+        EXPECT_EQ(putByName(script.get(), L"Alignment", *number(bad)), E_INVALIDARG);
         VxAlignment now;
         ASSERT_EQ(text->get_Alignment(&now), S_OK);
         EXPECT_EQ(now, vxAlignmentMiddleRight);
@@ -216,6 +190,52 @@ TEST_F(Texts, FactoriesFollowTheCurrentStyle)
     SysFreeString(s);
     modelSpace()->get_Count(&after);
     EXPECT_EQ(after, before);
+}
+
+// A multiline attribute definition as a script drives it: made from the text, its content,
+// width and direction; the alignment names the corner its text hangs from; a single-line
+// attribute refuses what only a multiline one has, and reads it as empty.
+TEST_F(Texts, MultilineAttributesKeepTheirText)
+{
+    ComPtr<IVeltBlock> block = wrapperOf<IVeltBlock>(addBlock(L"NOTE"));
+    ComPtr<IVeltAttribute> definition;
+    Value at = point(1, 2, 0);
+    BSTR tag = SysAllocString(L"REMARK"), value = SysAllocString(L"none"), prompt = SysAllocString(L"?");
+    ASSERT_EQ(block->AddAttribute(2.5, vxAttributeModeNormal, prompt, *at, tag, value, definition.put()), S_OK);
+    SysFreeString(tag), SysFreeString(value), SysFreeString(prompt);
+    IDispatch* script = definition.as<IDispatch>().get();
+
+    EXPECT_TRUE(FAILED(putByName(script, L"MTextBoundaryWidth", *real(10.0))));
+    double width = -1;
+    ASSERT_EQ(definition->get_MTextBoundaryWidth(&width), S_OK);
+    EXPECT_EQ(width, 0.0);
+
+    ASSERT_EQ(putByName(script, L"MTextAttribute", *drawing::flag(true)), S_OK);
+    ASSERT_EQ(putByName(script, L"MTextAttributeContent", *drawing::text(L"Fire door\\PEI 30")), S_OK);
+    ASSERT_EQ(putByName(script, L"MTextBoundaryWidth", *real(10.0)), S_OK);
+    EXPECT_TRUE(FAILED(putByName(script, L"MTextBoundaryWidth", *real(-1.0))));
+    ASSERT_EQ(putByName(script, L"MTextDrawingDirection", *number(vxTopToBottom)), S_OK);
+    ASSERT_EQ(putByName(script, L"Alignment", *number(vxAlignmentTopLeft)), S_OK);
+    ASSERT_EQ(definition->get_MTextBoundaryWidth(&width), S_OK);
+    EXPECT_EQ(width, 10.0);
+    BSTR line = nullptr;
+    ASSERT_EQ(definition->get_TextString(&line), S_OK);
+    EXPECT_STREQ(line, L"Fire door");
+    SysFreeString(line);
+
+    kx::VxDbObjectPointer<kx::VxDbAttributeDefinition> host(idOf(definition.get()));
+    ASSERT_EQ(host.openStatus(), kx::Velt::eOk);
+    EXPECT_EQ(host->mtextAttachment(), 1);  // top left
+    EXPECT_EQ(host->mtextDrawingDirection(), 3);
+    EXPECT_EQ(host->mtextContents(), L"Fire door\\PEI 30");
+    host.close();
+
+    // Back to one line: the first line of its plain text.
+    ASSERT_EQ(putByName(script, L"MTextAttribute", *drawing::flag(false)), S_OK);
+    VARIANT_BOOL multiline = VARIANT_TRUE;
+    ASSERT_EQ(definition->get_MTextAttribute(&multiline), S_OK);
+    EXPECT_EQ(multiline, VARIANT_FALSE);
+    ASSERT_EQ(definition->UpdateMTextAttribute(), S_OK);
 }
 
 // A block of three attribute definitions, one constant: an insertion gets the two others as

@@ -108,7 +108,7 @@ Velt::ErrorStatus VxDbBlockTableRecord::appendVxDbEntity(VxDbObjectId& id, VxDbE
         return es;
     entity->mOwnerId = objectId();
     mEntities.push_back(id);
-    return Velt::eOk;
+    return entity->makeOwnedResident();
 }
 
 Velt::ErrorStatus VxDbBlockTableRecord::newIterator(std::unique_ptr<VxDbBlockTableRecordIterator>& iterator,

@@ -8,6 +8,7 @@
 #include "db/group.h"
 #include "db/layout.h"
 #include "db/objects.h"
+#include "db/polylines.h"
 #include "db/sortents.h"
 #include "db/symtables.h"
 #include "db/viewport.h"
@@ -66,6 +67,7 @@ void registerHostClasses()
         VxDbQuadBase::desc(),
         VxDbSolid::desc(),
         VxDbTrace::desc(),
+        VxDbPolyline::desc(),
         VxDbBlockReference::desc(),
         VxDbMInsertBlock::desc(),
         VxDbText::desc(),

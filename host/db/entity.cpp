@@ -321,6 +321,54 @@ Velt::ErrorStatus VxDbEntity::getGeomExtents(VxGeExtents3d& extents) const
     return curve->getExtents(extents) ? Velt::eOk : Velt::eNotApplicable;
 }
 
+bool VxDbEntity::getGeCurves(std::vector<std::unique_ptr<VxGeCurve3d>>&, bool) const { return false; }
+
+Velt::ErrorStatus VxDbEntity::explode(std::vector<VxDbEntity*>&) const { return Velt::eNotApplicable; }
+
+namespace {
+
+// Intersections where either side is made of several curves: each piece with each, the
+// pieces of such a side already as far as they reach, the other side extended by the
+// curves' own rule. A point where two pieces meet counts once.
+Velt::ErrorStatus intersectPieces(const VxDbEntity* self, const VxDbEntity* other, VxDb::Intersect intType,
+                                  std::vector<VxGePoint3d>& points)
+{
+    const bool extendThis = intType == VxDb::kExtendThis || intType == VxDb::kExtendBoth;
+    const bool extendOther = intType == VxDb::kExtendArg || intType == VxDb::kExtendBoth;
+    std::vector<std::unique_ptr<VxGeCurve3d>> mine, theirs;
+    const bool minePieces = self->getGeCurves(mine, extendThis);
+    const bool theirPieces = other->getGeCurves(theirs, extendOther);
+    if (!minePieces)
+        mine.push_back(self->geCurve());
+    if (!theirPieces)
+        theirs.push_back(other->geCurve());
+    if (mine.empty() || !mine[0] || theirs.empty() || !theirs[0])
+        return mine.empty() || theirs.empty() ? Velt::eOk : Velt::eNotApplicable;
+    int extend = 0;
+    if (extendThis && !minePieces)
+        extend |= int(VxGeExtend::kExtendThis);
+    if (extendOther && !theirPieces)
+        extend |= int(VxGeExtend::kExtendOther);
+    const size_t first = points.size();
+    std::vector<VxGePoint3d> found;
+    for (const auto& a : mine) {
+        for (const auto& b : theirs) {
+            found.clear();
+            a->intersectWith(*b, VxGeExtend(extend), found);
+            for (const VxGePoint3d& p : found) {
+                bool seen = false;
+                for (size_t i = first; i < points.size() && !seen; ++i)
+                    seen = points[i].isEqualTo(p, VxGeTol{1e-9, 1e-9});
+                if (!seen)
+                    points.push_back(p);
+            }
+        }
+    }
+    return Velt::eOk;
+}
+
+}  // namespace
+
 Velt::ErrorStatus VxDbEntity::intersectWith(const VxDbEntity* other, VxDb::Intersect intType,
                                             std::vector<VxGePoint3d>& points, int64_t, int64_t) const
 {
@@ -328,6 +376,11 @@ Velt::ErrorStatus VxDbEntity::intersectWith(const VxDbEntity* other, VxDb::Inter
         return Velt::eNullObjectPointer;
     if (intType < VxDb::kOnBothOperands || intType > VxDb::kExtendBoth)
         return Velt::eInvalidInput;
+    {
+        std::vector<std::unique_ptr<VxGeCurve3d>> probe;
+        if (getGeCurves(probe, false) || other->getGeCurves(probe, false))
+            return intersectPieces(this, other, intType, points);
+    }
     std::unique_ptr<VxGeCurve3d> mine = geCurve();
     std::unique_ptr<VxGeCurve3d> theirs = other->geCurve();
     if (!mine || !theirs)

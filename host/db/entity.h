@@ -88,6 +88,16 @@ public:
                                             int64_t otherGsMarker = 0) const;
     // The geometry as a curve, for the kinds that are curves.
     virtual std::unique_ptr<VxGeCurve3d> geCurve() const { return nullptr; }
+    // Kinds made of several curves (polylines) answer them, as far as they reach when
+    // extended (an open polyline's ends: its first segment backwards, its last onwards);
+    // false for the others.
+    virtual bool getGeCurves(std::vector<std::unique_ptr<VxGeCurve3d>>& curves, bool extended) const;
+    // New, not resident entities the entity breaks into (the caller owns them);
+    // eNotApplicable for kinds that do not break up.
+    virtual Velt::ErrorStatus explode(std::vector<VxDbEntity*>& entities) const;
+    // Called by the block once the entity has become resident: what the entity owns and
+    // holds itself (a polyline's vertices) becomes resident with it.
+    virtual Velt::ErrorStatus makeOwnedResident() { return Velt::eOk; }
 
     // No screen here: highlighting is recorded (see VxHostDisplay).
     Velt::ErrorStatus highlight() const;

@@ -21,12 +21,24 @@ bool vxdbSameFieldValue(const VxDbFieldValue& a, const VxDbFieldValue& b)
 }
 
 VxDbKind::VxDbKind(const VxDbKind* parent, const char* subclass, std::vector<VxDbField> own, Check check,
-                   std::vector<VxDbFieldMove> moves)
-    : mSubclass(subclass), mOwn(std::move(own))
+                   VxDbKindFileHooks hooks, std::vector<VxDbFieldMove> moves)
+    : mSubclass(subclass), mOwn(std::move(own)), mHooks(hooks)
 {
     if (parent) {
         mAll = parent->mAll;
         mChecks = parent->mChecks;
+        // Hooks the kind has not got of its own come from its parent.
+        const VxDbKindFileHooks& inherited = parent->mHooks;
+        if (!mHooks.readGroup)
+            mHooks.readGroup = inherited.readGroup;
+        if (!mHooks.writeGroups)
+            mHooks.writeGroups = inherited.writeGroups;
+        if (!mHooks.readSubRecords)
+            mHooks.readSubRecords = inherited.readSubRecords;
+        if (!mHooks.subObjects)
+            mHooks.subObjects = inherited.subObjects;
+        if (!mHooks.recordClass)
+            mHooks.recordClass = inherited.recordClass;
     }
     // Moved fields are copies held here; reserved so that the pointers to them stay.
     mMoved.reserve(moves.size());

@@ -18,11 +18,18 @@
 // refused value returns the check's status and changes nothing), copying and cloning,
 // reading and writing exchange files (dxf/dxffields.cpp) and the check of an object read
 // from a file. A kind may add `Velt::ErrorStatus checkFields(uint64_t readMask)`, run after a
-// file was read into it, for rules between fields.
+// file was read into it, for rules between fields, and `void copyExtraData(const Class&)`
+// for data that is no field, copied after the fields.
+//
+// Data that is no fixed field (a polyline's vertices) a kind keeps in files through hooks it
+// may add, each found by its name (VxDbKindFileHooks below): groups repeated within its own
+// record, the records that follow its own (VERTEX ... SEQEND), and the choice among kinds
+// that share a record type.
 
 #include <cmath>
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <variant>
 #include <vector>
 
@@ -33,6 +40,13 @@
 #include "ge/point.h"
 
 namespace kx {
+
+namespace dxf {
+class GroupWriter;
+struct FieldGroup;
+struct SubRecord;
+struct SubObject;
+}  // namespace dxf
 
 // The values fields hold, as the engine sees them.
 // An object id is a reference to a symbol-table record, named in files (see kxdxf).
@@ -75,6 +89,24 @@ struct VxDbField {
     Velt::ErrorStatus (*set)(VxDbObject& object, const VxDbFieldValue& value);
 };
 
+// How a kind keeps what is no fixed field in files; each hook is optional, and a kind without
+// one of its own has its described parent's. The kind's class names them as members:
+//   bool readDxfGroup(int code, std::string_view value)           a group no field takes
+//   void writeDxfGroups(dxf::GroupWriter&, VxDbDxfVersion, bool utf8File) const   after the fields
+//   bool readDxfSubRecords(const std::vector<dxf::SubRecord>&, bool utf8File)      the records
+//                                                                that follow its own, up to SEQEND
+//   void dxfSubObjects(std::vector<dxf::SubObject>&) const       what to write there
+//   static const VxRxClass* dxfRecordClass(const std::vector<dxf::FieldGroup>&)   which kind
+//                                                                sharing the record type a record is
+struct VxDbKindFileHooks {
+    bool (*readGroup)(VxDbObject& object, int code, std::string_view value) = nullptr;
+    void (*writeGroups)(const VxDbObject& object, dxf::GroupWriter& out, VxDbDxfVersion version,
+                        bool utf8File) = nullptr;
+    bool (*readSubRecords)(VxDbObject& object, const std::vector<dxf::SubRecord>& records, bool utf8File) = nullptr;
+    void (*subObjects)(const VxDbObject& object, std::vector<dxf::SubObject>& out) = nullptr;
+    const VxRxClass* (*recordClass)(const std::vector<dxf::FieldGroup>& groups) = nullptr;
+};
+
 // An inherited field that a kind keeps in a subclass and group of its own in files (an
 // attribute's vertical mode is group 74 of its own subclass, a text's group 73).
 struct VxDbFieldMove {
@@ -90,7 +122,7 @@ public:
     using Check = Velt::ErrorStatus (*)(VxDbObject& object, uint64_t readMask);
 
     VxDbKind(const VxDbKind* parent, const char* subclass, std::vector<VxDbField> own, Check check,
-             std::vector<VxDbFieldMove> moves = {});
+             VxDbKindFileHooks hooks = {}, std::vector<VxDbFieldMove> moves = {});
     VxDbKind(const VxDbKind&) = delete;
     VxDbKind& operator=(const VxDbKind&) = delete;
 
@@ -100,6 +132,7 @@ public:
     // Index of the field named "normal" (the kind's object coordinate system), or -1.
     int normalIndex() const { return mNormal; }
     Velt::ErrorStatus checkRead(VxDbObject& object, uint64_t readMask) const;
+    const VxDbKindFileHooks& fileHooks() const { return mHooks; }
 
 private:
     const char* mSubclass;
@@ -108,6 +141,7 @@ private:
     std::vector<const VxDbField*> mAll;
     std::vector<Check> mChecks;  // ancestors' first
     int mNormal = -1;
+    VxDbKindFileHooks mHooks;
 };
 
 // The description of an object's class, or of its nearest described ancestor; null when
@@ -178,6 +212,13 @@ public:
             return es;
         return owner.setField(field, std::move(value));
     }
+    // Data that is no field (a polyline's vertices) the kind copies itself.
+    template <class Owner>
+    static void copyExtra(Owner& owner, const Owner& other)
+    {
+        if constexpr (requires { owner.copyExtraData(other); })
+            owner.copyExtraData(other);
+    }
 };
 
 }  // namespace detail
@@ -214,6 +255,7 @@ protected:                                                                      
     {                                                                                    \
         PARENT::copyDataFrom(other);                                                     \
         mFields = static_cast<const CLASS&>(other).mFields;                              \
+        ::kx::detail::FieldAccess::copyExtra(*this, static_cast<const CLASS&>(other));   \
     }                                                                                    \
     Fields mFields;                                                                      \
     friend class ::kx::detail::FieldAccess;                                              \
@@ -257,6 +299,30 @@ VxDbKind::Check kindCheck()
     else
         return nullptr;
 }
+template <class Self>
+VxDbKindFileHooks kindFileHooks()
+{
+    VxDbKindFileHooks hooks;
+    if constexpr (requires(Self& s, std::string_view v) { s.readDxfGroup(int(), v); })
+        hooks.readGroup = [](VxDbObject& o, int code, std::string_view value) {
+            return static_cast<Self&>(o).readDxfGroup(code, value);
+        };
+    if constexpr (requires(const Self& s, dxf::GroupWriter& w) { s.writeDxfGroups(w, VxDbDxfVersion(), bool()); })
+        hooks.writeGroups = [](const VxDbObject& o, dxf::GroupWriter& out, VxDbDxfVersion version, bool utf8) {
+            static_cast<const Self&>(o).writeDxfGroups(out, version, utf8);
+        };
+    if constexpr (requires(Self& s, const std::vector<dxf::SubRecord>& r) { s.readDxfSubRecords(r, bool()); })
+        hooks.readSubRecords = [](VxDbObject& o, const std::vector<dxf::SubRecord>& records, bool utf8) {
+            return static_cast<Self&>(o).readDxfSubRecords(records, utf8);
+        };
+    if constexpr (requires(const Self& s, std::vector<dxf::SubObject>& out) { s.dxfSubObjects(out); })
+        hooks.subObjects = [](const VxDbObject& o, std::vector<dxf::SubObject>& out) {
+            static_cast<const Self&>(o).dxfSubObjects(out);
+        };
+    if constexpr (requires(const std::vector<dxf::FieldGroup>& g) { Self::dxfRecordClass(g); })
+        hooks.recordClass = &Self::dxfRecordClass;
+    return hooks;
+}
 }  // namespace kx::detail
 
 // Defines the runtime class of a described kind (as VX_RX_DEFINE_MEMBERS does) and its
@@ -267,7 +333,8 @@ VxDbKind::Check kindCheck()
         using Self = CLASS;                                                                    \
         static const ::kx::VxDbKind description(::kx::detail::parentKind<PARENT>(), SUBCLASS,  \
                                                  {KX_FIELDS_##CLASS(KX_FIELD_ENTRY)},          \
-                                                 ::kx::detail::kindCheck<Self>());             \
+                                                 ::kx::detail::kindCheck<Self>(),              \
+                                                 ::kx::detail::kindFileHooks<Self>());         \
         return description;                                                                    \
     }                                                                                          \
     KX_DB_DEFINE_CLASS(CLASS, PARENT, NAME, CREATE, DXFNAME)
@@ -279,7 +346,8 @@ VxDbKind::Check kindCheck()
         using Self = CLASS;                                                                    \
         static const ::kx::VxDbKind description(::kx::detail::parentKind<PARENT>(), SUBCLASS,  \
                                                  {KX_FIELDS_##CLASS(KX_FIELD_ENTRY)},          \
-                                                 ::kx::detail::kindCheck<Self>(), MOVES);      \
+                                                 ::kx::detail::kindCheck<Self>(),              \
+                                                 ::kx::detail::kindFileHooks<Self>(), MOVES);  \
         return description;                                                                    \
     }                                                                                          \
     KX_DB_DEFINE_CLASS(CLASS, PARENT, NAME, CREATE, DXFNAME)
@@ -289,7 +357,8 @@ VxDbKind::Check kindCheck()
     const ::kx::VxDbKind& CLASS::kind()                                                                    \
     {                                                                                                      \
         static const ::kx::VxDbKind description(::kx::detail::parentKind<PARENT>(), SUBCLASS, {},          \
-                                                 ::kx::detail::kindCheck<CLASS>());                        \
+                                                 ::kx::detail::kindCheck<CLASS>(),                         \
+                                                 ::kx::detail::kindFileHooks<CLASS>());                    \
         return description;                                                                                \
     }                                                                                                      \
     KX_DB_DEFINE_CLASS(CLASS, PARENT, NAME, CREATE, DXFNAME)

@@ -266,6 +266,151 @@ KX_DB_DEFINE_MOVING_KIND(VxDbAttributeDefinition, VxDbText, L"KxDbAttributeDefin
 KX_DB_DEFINE_MOVING_KIND(VxDbAttribute, VxDbText, L"KxDbAttribute", &vxrxCreateInstance<VxDbAttribute>, L"ATTRIB",
                          "AcDbAttribute", verticalModeIn("AcDbAttribute"))
 
+// ---- multiline attributes ----
+
+namespace {
+
+// The attachment of a multiline text that sits where a text of these modes does: aligned and
+// fit texts hang from their left end, a middle text from its centre.
+int16_t attachmentForModes(int16_t horizontal, int16_t vertical)
+{
+    if (horizontal == 4)
+        return VxDbMText::kMiddleCenter;
+    const int16_t column = horizontal <= 2 ? horizontal : 0;
+    const int16_t row = vertical == 3 ? 0 : vertical == 2 ? 1 : 2;
+    return int16_t(1 + 3 * row + column);
+}
+
+std::wstring firstLineOf(const std::wstring& text)
+{
+    const size_t end = text.find_first_of(L"\r\n");
+    return end == std::wstring::npos ? text : text.substr(0, end);
+}
+
+}  // namespace
+
+VxDbAttributeText::VxDbAttributeText() = default;
+VxDbAttributeText::~VxDbAttributeText() = default;
+
+void VxDbAttributeText::copyDataFrom(const VxDbObject& other)
+{
+    VxDbText::copyDataFrom(other);
+    const auto& from = static_cast<const VxDbAttributeText&>(other);
+    mMText.reset(from.mMText ? static_cast<VxDbMText*>(from.mMText->clone()) : nullptr);
+}
+
+Velt::ErrorStatus VxDbAttributeText::setMText(std::unique_ptr<VxDbMText> mtext)
+{
+    if (Velt::ErrorStatus es = assertWriteEnabled())
+        return es;
+    mMText = std::move(mtext);
+    markModified();
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDbAttributeText::setMTextAttribute(bool multiline)
+{
+    if (Velt::ErrorStatus es = assertWriteEnabled())
+        return es;
+    if (multiline == isMTextAttribute())
+        return Velt::eOk;
+    if (!multiline) {
+        const std::wstring line = firstLineOf(mMText->plainText());
+        if (Velt::ErrorStatus es = setTextString(line))
+            return es;
+        return setMText(nullptr);
+    }
+    auto made = std::make_unique<VxDbMText>();
+    if (Velt::ErrorStatus es = made->setContents(textString()))
+        return es;
+    made->setAttachment(attachmentForModes(horizontalMode(), verticalMode()));
+    mMText = std::move(made);
+    return updateMTextAttribute();
+}
+
+Velt::ErrorStatus VxDbAttributeText::updateMTextAttribute()
+{
+    if (Velt::ErrorStatus es = assertWriteEnabled())
+        return es;
+    if (!mMText)
+        return Velt::eOk;
+    auto moved = std::unique_ptr<VxDbMText>(static_cast<VxDbMText*>(mMText->clone()));
+    for (Velt::ErrorStatus es : {moved->setNormal(normal()), moved->setRotation(rotation()),
+                                 moved->setLocation(placementPoint()), moved->setTextHeight(height())})
+        if (es != Velt::eOk)
+            return es;
+    mMText = std::move(moved);
+    markModified();
+    return Velt::eOk;
+}
+
+std::wstring VxDbAttributeText::mtextContents() const { return mMText ? mMText->contents() : std::wstring(); }
+double VxDbAttributeText::mtextBoundaryWidth() const { return mMText ? mMText->width() : 0.0; }
+int16_t VxDbAttributeText::mtextDrawingDirection() const { return mMText ? mMText->flowDirection() : 0; }
+int16_t VxDbAttributeText::mtextAttachment() const { return mMText ? mMText->attachment() : 0; }
+
+template <class Change>
+Velt::ErrorStatus VxDbAttributeText::changeMText(Change&& change)
+{
+    if (!mMText)
+        return Velt::eNotApplicable;
+    if (Velt::ErrorStatus es = assertWriteEnabled())
+        return es;
+    markModified();
+    return change(*mMText);
+}
+
+Velt::ErrorStatus VxDbAttributeText::setMTextContents(const std::wstring& contents)
+{
+    if (Velt::ErrorStatus es = changeMText([&](VxDbMText& m) { return m.setContents(contents); }))
+        return es;
+    return setTextString(firstLineOf(mMText->plainText()));
+}
+
+Velt::ErrorStatus VxDbAttributeText::setMTextBoundaryWidth(double width)
+{
+    return changeMText([&](VxDbMText& m) { return m.setWidth(width); });
+}
+
+Velt::ErrorStatus VxDbAttributeText::setMTextDrawingDirection(int16_t direction)
+{
+    return changeMText([&](VxDbMText& m) { return m.setFlowDirection(direction); });
+}
+
+Velt::ErrorStatus VxDbAttributeText::setMTextAttachment(int16_t attachment)
+{
+    return changeMText([&](VxDbMText& m) { return m.setAttachment(attachment); });
+}
+
+Velt::ErrorStatus VxDbAttributeText::transformBy(const VxGeMatrix3d& xform)
+{
+    if (Velt::ErrorStatus es = assertWriteEnabled())
+        return es;
+    // Both parts move or neither does.
+    std::unique_ptr<VxDbMText> moved;
+    if (mMText) {
+        moved.reset(static_cast<VxDbMText*>(mMText->clone()));
+        if (Velt::ErrorStatus es = moved->transformBy(xform))
+            return es;
+    }
+    if (Velt::ErrorStatus es = VxDbText::transformBy(xform))
+        return es;
+    mMText = std::move(moved);
+    return Velt::eOk;
+}
+
+VxDbAttributeText* vxdbAttributeTextOf(VxDbObject* object)
+{
+    if (auto* definition = VxDbAttributeDefinition::cast(object))
+        return definition;
+    return VxDbAttribute::cast(object);
+}
+
+const VxDbAttributeText* vxdbAttributeTextOf(const VxDbObject* object)
+{
+    return vxdbAttributeTextOf(const_cast<VxDbObject*>(object));
+}
+
 Velt::ErrorStatus VxDbAttribute::setAttributeFromBlock(const VxDbAttributeDefinition* definition,
                                                        const VxGeMatrix3d& blockTransform)
 {
@@ -275,7 +420,10 @@ Velt::ErrorStatus VxDbAttribute::setAttributeFromBlock(const VxDbAttributeDefini
         return es;
     const Fields before = mFields;
     const VxDbText::Fields textBefore = VxDbText::mFields;
+    std::unique_ptr<VxDbMText> mtextBefore(mtext() ? static_cast<VxDbMText*>(mtext()->clone()) : nullptr);
     VxDbText::setTextFrom(*definition);
+    setMText(definition->mtext() ? std::unique_ptr<VxDbMText>(static_cast<VxDbMText*>(definition->mtext()->clone()))
+                                 : nullptr);
     mFields.tag = definition->tag();
     mFields.attributeFlags = definition->attributeFlags();
     mFields.fieldLength = definition->fieldLength();
@@ -283,6 +431,7 @@ Velt::ErrorStatus VxDbAttribute::setAttributeFromBlock(const VxDbAttributeDefini
     if (Velt::ErrorStatus es = transformBy(blockTransform)) {
         mFields = before;
         VxDbText::mFields = textBefore;
+        setMText(std::move(mtextBefore));
         return es;
     }
     setPropertiesFrom(definition);

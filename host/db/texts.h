@@ -9,6 +9,7 @@
 // oblique angle, the line placed by its alignment, turned by its rotation and mirrored by
 // its generation flags, in the plane of its normal.
 
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -18,6 +19,7 @@
 namespace kx {
 
 class VxDbBlockReference;
+class VxDbMText;
 
 namespace fieldcheck {
 // Within ±85 degrees, kept in (-pi, pi].
@@ -133,9 +135,53 @@ struct VxDbAttributeFlags {
     F(GetSet, std::wstring, prompt, setPrompt, L"", any, "AcDbAttributeDefinition", 3, 0)        \
     KX_ATTRIBUTE_FIELDS(F, "AcDbAttributeDefinition")
 
-class VxDbAttributeDefinition : public VxDbText {
+// What attribute definitions and attributes share beyond a text: a multiline attribute keeps
+// a multiline text of its own (no object of the database), placed where the text is. Its
+// text style is the attribute's; the single-line text holds the first line of its contents.
+// Files of 2018 and later carry it; older ones have the single line only.
+class VxDbAttributeText : public VxDbText {
+public:
+    VxDbAttributeText();
+    ~VxDbAttributeText() override;
+
+    bool isMTextAttribute() const { return mMText != nullptr; }
+    // Makes the multiline text from the text (contents, place, height, direction), or turns a
+    // multiline attribute back into one line of its plain text.
+    Velt::ErrorStatus setMTextAttribute(bool multiline);
+    // The multiline text, for reading; null for a single-line attribute.
+    const VxDbMText* mtext() const { return mMText.get(); }
+    // Takes a multiline text made elsewhere (a file's embedded text); null makes it single-line.
+    Velt::ErrorStatus setMText(std::unique_ptr<VxDbMText> mtext);
+    // Contents (format codes kept), boundary width, drawing direction and attachment of the
+    // multiline text: empty or 0 for a single-line attribute, whose setters answer
+    // eNotApplicable.
+    std::wstring mtextContents() const;
+    Velt::ErrorStatus setMTextContents(const std::wstring& contents);
+    double mtextBoundaryWidth() const;
+    Velt::ErrorStatus setMTextBoundaryWidth(double width);
+    int16_t mtextDrawingDirection() const;
+    Velt::ErrorStatus setMTextDrawingDirection(int16_t direction);
+    int16_t mtextAttachment() const;
+    Velt::ErrorStatus setMTextAttachment(int16_t attachment);
+    // Moves the multiline text to where the text is now (place, height, direction).
+    Velt::ErrorStatus updateMTextAttribute();
+
+    Velt::ErrorStatus transformBy(const VxGeMatrix3d& xform) override;
+
+protected:
+    void copyDataFrom(const VxDbObject& other) override;
+
+private:
+    // A change of the multiline text: eNotApplicable on a single-line attribute.
+    template <class Change>
+    Velt::ErrorStatus changeMText(Change&& change);
+
+    std::unique_ptr<VxDbMText> mMText;
+};
+
+class VxDbAttributeDefinition : public VxDbAttributeText {
     VX_RX_DECLARE_MEMBERS(VxDbAttributeDefinition)
-    KX_DB_FIELDS(VxDbAttributeDefinition, VxDbText)
+    KX_DB_FIELDS(VxDbAttributeDefinition, VxDbAttributeText)
 public:
     VxDbAttributeDefinition() = default;
 
@@ -171,9 +217,9 @@ private:
 
 #define KX_FIELDS_VxDbAttribute(F) KX_ATTRIBUTE_FIELDS(F, "AcDbAttribute")
 
-class VxDbAttribute : public VxDbText {
+class VxDbAttribute : public VxDbAttributeText {
     VX_RX_DECLARE_MEMBERS(VxDbAttribute)
-    KX_DB_FIELDS(VxDbAttribute, VxDbText)
+    KX_DB_FIELDS(VxDbAttribute, VxDbAttributeText)
 public:
     VxDbAttribute() = default;
 
@@ -262,6 +308,10 @@ public:
 
 // The text of a multiline text's contents without format codes.
 std::wstring vxdbMTextPlainText(const std::wstring& contents);
+
+// The attribute part of an attribute definition or attribute; null for any other object.
+VxDbAttributeText* vxdbAttributeTextOf(VxDbObject* object);
+const VxDbAttributeText* vxdbAttributeTextOf(const VxDbObject* object);
 
 // ---- shapes ----
 

@@ -45,6 +45,9 @@ inline Velt::ErrorStatus renderMode(int16_t& v) { return v >= 0 && v <= 6 ? Velt
 #define KX_VP_R13 (kxdxf::since(VxDbDxfVersion::kR13))
 #define KX_VP_OPT13 (kxdxf::kOptional | KX_VP_R13)
 #define KX_VP_OPT07 (kxdxf::kOptional | kxdxf::since(VxDbDxfVersion::kR2007))
+// Snap and grid spacing of a new viewport.
+inline constexpr VxGePoint3d kDefaultSpacing{10.0, 10.0, 0.0};
+
 #define KX_FIELDS_VxDbViewport(F)                                                                                  \
     F(GetSet, VxGePoint3d, centerPoint, setCenterPoint, VxGePoint3d::kOrigin, finite, kOwn, 10, 0)                 \
     F(Get, double, width, -, 1.0, nonNegative, kOwn, 40, 0)                                                          \
@@ -53,8 +56,8 @@ inline Velt::ErrorStatus renderMode(int16_t& v) { return v >= 0 && v <= 6 ? Velt
     F(GetSet, int16_t, number, setNumber, 2, any, kOwn, 69, 0)                                                      \
     F(GetSet, VxGePoint3d, viewCenter, setViewCenter, VxGePoint3d::kOrigin, finite, kOwn, 12, KX_VP_R13)           \
     F(GetSet, VxGePoint3d, snapBasePoint, setSnapBasePoint, VxGePoint3d::kOrigin, finite, kOwn, 13, KX_VP_R13)     \
-    F(Get, VxGePoint3d, snapSpacing, -, VxGePoint3d(10.0, 10.0, 0.0), finite, kOwn, 14, KX_VP_R13)                     \
-    F(Get, VxGePoint3d, gridSpacing, -, VxGePoint3d(10.0, 10.0, 0.0), finite, kOwn, 15, KX_VP_R13)                     \
+    F(Get, VxGePoint3d, snapSpacing, -, kDefaultSpacing, finite, kOwn, 14, KX_VP_R13)                     \
+    F(Get, VxGePoint3d, gridSpacing, -, kDefaultSpacing, finite, kOwn, 15, KX_VP_R13)                     \
     F(GetSet, VxGeVector3d, viewDirection, setViewDirection, VxGeVector3d::kZAxis, unitVector, kOwn, 16, KX_VP_R13) \
     F(GetSet, VxGePoint3d, viewTarget, setViewTarget, VxGePoint3d::kOrigin, finite, kOwn, 17, KX_VP_R13)           \
     F(GetSet, double, lensLength, setLensLength, 50.0, positive, kOwn, 42, KX_VP_R13)                               \

@@ -1,5 +1,6 @@
 #include "dxf/dxffields.h"
 
+#include <cstdint>
 #include <cstring>
 #include <limits>
 #include <string>
@@ -137,6 +138,12 @@ void writeFields(GroupWriter& out, const VxDbObject& object, const VxDbKind& kin
             },
             value);
     }
+    if (const auto write = kind.fileHooks().writeGroups) {
+        const char* own = kind.subclass();
+        if (markers && own && (!subclass || std::strcmp(own, subclass) != 0))
+            out.text(100, own);
+        write(object, out, version, utf8File);
+    }
 }
 
 bool readFields(VxDbObject& object, const VxDbKind& kind, const std::vector<FieldGroup>& groups, bool utf8File,
@@ -214,8 +221,11 @@ bool readFields(VxDbObject& object, const VxDbKind& kind, const std::vector<Fiel
             if (!ok)
                 return false;
         }
-        if (!taken)
-            return false;  // a group this kind does not hold
+        if (!taken) {
+            const auto readGroup = kind.fileHooks().readGroup;
+            if (!readGroup || !readGroup(object, group.code, group.value))
+                return false;  // a group this kind does not hold
+        }
     }
     if (!chunks.empty())
         return false;  // parts of a text without its end

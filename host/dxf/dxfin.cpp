@@ -27,6 +27,7 @@
 #include "db/sortents.h"
 #include "db/strings.h"
 #include "db/symtables.h"
+#include "db/texts.h"
 #include "db/viewport.h"
 #include "dxf/dxffields.h"
 #include "dxf/dxfinternal.h"
@@ -1464,6 +1465,45 @@ void Reader::parseRecord(Record& record, int table)
 
 // ---- entities ----
 
+namespace {
+
+// A multiline attribute ends its own subclass with its type (71), a flag (72) and its
+// alignment point again (11, 21, 31), then carries its multiline text as an embedded object
+// (101). Takes both out of the attribute's groups and returns the text's groups: its style is
+// the attribute's, and its derived sizes (defined height 46, extents 42 and 43) are worked out
+// again, so those go too.
+std::vector<FieldGroup> takeEmbeddedMText(std::vector<FieldGroup>& groups)
+{
+    size_t own = groups.size();
+    for (size_t i = 0; i < groups.size(); ++i)
+        if (groups[i].code == 100 &&
+            (groups[i].value == "AcDbAttribute" || groups[i].value == "AcDbAttributeDefinition"))
+            own = i;
+    std::vector<FieldGroup> embedded;
+    std::vector<FieldGroup> kept;
+    bool inEmbedded = false;
+    for (size_t i = 0; i < groups.size(); ++i) {
+        const FieldGroup& group = groups[i];
+        if (!inEmbedded && group.code == 101) {
+            inEmbedded = true;
+            continue;
+        }
+        if (inEmbedded) {
+            if (group.code != 7 && group.code != 46 && group.code != 42 && group.code != 43)
+                embedded.push_back(group);
+            continue;
+        }
+        const bool extra = i > own && (group.code == 71 || group.code == 72 || group.code == 11 ||
+                                       group.code == 21 || group.code == 31);
+        if (!extra)
+            kept.push_back(group);
+    }
+    groups.swap(kept);
+    return embedded;
+}
+
+}  // namespace
+
 VxDbEntity* Reader::makeKnownEntity(const Record& record, const std::vector<size_t>& body, bool& keepOpaque)
 {
     keepOpaque = false;
@@ -1488,9 +1528,20 @@ VxDbEntity* Reader::makeKnownEntity(const Record& record, const std::vector<size
     groups.clear();
     for (size_t i : body)
         groups.push_back({record.code(i), record.value(i)});
+    std::vector<FieldGroup> embedded;
+    if (vxdbAttributeTextOf(made.get()))
+        embedded = takeEmbeddedMText(groups);
     if (!made || !readFields(*made, *vxdbKindOf(cls), groups, mUtf8, &mNamedRecords)) {
         keepOpaque = true;  // something this kind does not hold, or refuses
         return nullptr;
+    }
+    if (!embedded.empty()) {
+        auto mtext = std::make_unique<VxDbMText>();
+        if (!readFields(*mtext, VxDbMText::kind(), embedded, mUtf8) ||
+            vxdbAttributeTextOf(made.get())->setMText(std::move(mtext)) != Velt::eOk) {
+            keepOpaque = true;
+            return nullptr;
+        }
     }
     return made.release();
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <memory>
 #include <set>
 #include <unordered_map>
 
@@ -16,6 +17,7 @@
 #include "db/sortents.h"
 #include "db/strings.h"
 #include "db/symtables.h"
+#include "db/texts.h"
 #include "db/viewport.h"
 #include "dxf/dxffields.h"
 #include "dxf/dxffile.h"
@@ -87,6 +89,7 @@ private:
     void blocks();
     void entities();
     void entity(VxDbEntity* entity, VxDbObjectId owner, bool paperSpace);
+    void embeddedMText(VxDbEntity* entity);
     void entityCommon(VxDbEntity* entity, bool paperSpace);
     void objects();
     void object(VxDbObject* object);
@@ -765,6 +768,22 @@ void Writer::entityCommon(VxDbEntity* entity, bool paperSpace)
         handleOf(390, plotStyle);
 }
 
+// A multiline attribute ends its own subclass with its type (2 a reference, 4 a definition)
+// and carries its multiline text as an embedded object, in files of 2018 and later.
+void Writer::embeddedMText(VxDbEntity* entity)
+{
+    const VxDbAttributeText* attribute = vxdbAttributeTextOf(entity);
+    if (!attribute || !attribute->mtext() || mVersion < VxDbDxfVersion::kR2018)
+        return;
+    mOut.integer(71, VxDbAttributeDefinition::cast(entity) ? 4 : 2);
+    mOut.integer(72, 0);
+    mOut.text(101, "Embedded Object");
+    std::unique_ptr<VxDbMText> mtext(static_cast<VxDbMText*>(attribute->mtext()->clone()));
+    mtext->setTextStyle(attribute->textStyle());
+    writeFields(mOut, *mtext, VxDbMText::kind(), mVersion, mUtf8, [this](VxDbObjectId id) { return nameOf(id); },
+                false);
+}
+
 void Writer::entity(VxDbEntity* entity, VxDbObjectId owner, bool paperSpace)
 {
     if (auto* opaque = VxDbDxfOpaqueEntity::cast(entity)) {
@@ -790,6 +809,7 @@ void Writer::entity(VxDbEntity* entity, VxDbObjectId owner, bool paperSpace)
         head(dxfNameOf(entity->isA()).c_str(), entity, owner);
         entityCommon(entity, paperSpace);
         writeFields(mOut, *entity, *kind, mVersion, mUtf8, [this](VxDbObjectId id) { return nameOf(id); });
+        embeddedMText(entity);
         if (auto* viewport = VxDbViewport::cast(entity); viewport && mVersion >= VxDbDxfVersion::kR13) {
             for (VxDbObjectId layer : viewport->frozenLayers()) {
                 if (handleValue(layer) && !layer.isErased())

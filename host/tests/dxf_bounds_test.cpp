@@ -135,7 +135,7 @@ TEST(DxfBounds, DictionariesNestedDeepOrHoldingThemselves)
     VxDbObjectId id;
     EXPECT_EQ(reread->getVxDbObjectId(id, false, VxDbHandle(0x1000 + depth - 1)), Velt::eOk);
     const double seconds = secondsSince(start);
-    EXPECT_LT(seconds, 20.0);
+    EXPECT_LT(seconds, 60.0);
     std::printf("[ figures  ] %d nested dictionaries read, written and read again in %.2f s\n", depth, seconds);
 }
 
@@ -183,7 +183,7 @@ TEST(DxfBounds, BlocksNestedDeepOrInsertingThemselves)
     }
     ASSERT_TRUE(readBack(toDxf(*db)));
     const double seconds = secondsSince(start);
-    EXPECT_LT(seconds, 20.0);
+    EXPECT_LT(seconds, 60.0);
     std::printf("[ figures  ] %d nested blocks and self-inserting ones read, measured and written in %.2f s\n", depth,
                 seconds);
 }
@@ -225,7 +225,7 @@ TEST(DxfBounds, AMillionExtendedDataItems)
     EXPECT_EQ(found, 0u);
     EXPECT_FALSE(info.warnings.empty());
     EXPECT_TRUE(readBack(toDxf(*db)));
-    EXPECT_LT(seconds, 30.0);
+    EXPECT_LT(seconds, 60.0);
     if (growth >= 0)
         EXPECT_LT(growth, 64.0 + 40.0 * fileMiB);
     std::printf("[ figures  ] %d extended-data items (%.1f MiB of file) read in %.2f s, memory grew %.1f MiB\n",

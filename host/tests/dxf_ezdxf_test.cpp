@@ -7,6 +7,7 @@
 
 #include "dxf_test_util.h"
 #include "db/viewport.h"
+#include "db/polylines.h"
 #include "ge/matrix.h"
 #include "services/hostservices.h"
 
@@ -181,6 +182,21 @@ void entityFacts(VxDbEntity* e, std::string& out, bool escapesReadable)
                 vec(toOcs(insert->position(), insert->normal())) + ";xscale=" + num(insert->scaleFactors().x) +
                 ";yscale=" + num(insert->scaleFactors().y) + ";zscale=" + num(insert->scaleFactors().z) +
                 ";rotation=" + num(deg(insert->rotation()));
+    } else if (auto* poly = VxDbPolyline::cast(e)) {
+        type = "LWPOLYLINE";
+        std::string vertices;
+        for (int i = 0; i < poly->numVerts(); ++i) {
+            VxGePoint2d p;
+            double bulge = 0, start = 0, end = 0;
+            poly->getPointAt(i, p);
+            poly->getBulgeAt(i, bulge);
+            poly->getWidthsAt(i, start, end);
+            vertices += (i ? "," : "") + num(p.x) + "," + num(p.y) + "," + num(std::max(start, 0.0)) + "," +
+                        num(std::max(end, 0.0)) + "," + num(bulge);
+        }
+        attrs = "flags=" + std::to_string(poly->polylineFlags()) + ";const_width=" + num(poly->constantWidth()) +
+                ";elevation=" + num(poly->elevation()) + ";extrusion=" + vec(poly->normal()) +
+                ";count=" + std::to_string(poly->numVerts()) + ";vertices=" + vertices;
     } else if (auto* text = VxDbText::cast(e)) {
         type = VxDbAttribute::cast(e) ? "ATTRIB" : VxDbAttributeDefinition::cast(e) ? "ATTDEF" : "TEXT";
         const VxGeVector3d n = text->normal();
@@ -370,24 +386,63 @@ TEST(DxfEzdxf, TextsAndAttributedBlocksReadTheSame)
     definition->setAttributeFlags(VxDbAttributeFlags::kPreset | VxDbAttributeFlags::kVerifiable);
     definition->setHeight(0.25);
     append(db, sample.block, definition);
+    // A multiline one: its text travels to the reference and into files of 2018.
+    auto* note = new VxDbAttributeDefinition();
+    note->setTag(L"NOTE");
+    note->setTextString(L"none");
+    note->setPosition({0, 1, 0});
+    ASSERT_EQ(note->setMTextAttribute(true), Velt::eOk);
+    ASSERT_EQ(note->setMTextContents(L"Fire door\\PEI 30"), Velt::eOk);
+    ASSERT_EQ(note->setMTextBoundaryWidth(4.0), Velt::eOk);
+    EXPECT_EQ(note->textString(), L"Fire door");
+    append(db, sample.block, note);
+    std::string multiline;
     {
         VxDbObjectPointer<VxDbBlockReference> door(sample.insert, VxDb::kForWrite);
         ASSERT_EQ(UpdataBlkAttribute(door.get()), Velt::eOk);
-        ASSERT_EQ(door->attributeIds().size(), 1u);
+        ASSERT_EQ(door->attributeIds().size(), 2u);
         VxDbObjectPointer<VxDbAttribute> room(door->attributeIds()[0], VxDb::kForWrite);
         room->setTextString(L"12");
+        VxDbObjectPointer<VxDbAttribute> copied(door->attributeIds()[1], VxDb::kForRead);
+        ASSERT_TRUE(copied->isMTextAttribute());
+        EXPECT_EQ(copied->mtextContents(), L"Fire door\\PEI 30");
+        EXPECT_GT(copied->mtextBoundaryWidth(), 0.0);  // scaled with the reference
+        multiline = "MTEXTATTR\t" + hex(copied->objectId()) + "\t7\tFire door\\nEI 30\n";
     }
+    multiline += "MTEXTATTR\t" + hex(note->objectId()) + "\t7\tFire door\\nEI 30\n";
 
     TempFolder folder;
     std::string arguments;
     for (VxDbDxfVersion version : {VxDbDxfVersion::kR2000, VxDbDxfVersion::kR2018}) {
         const std::string name = "texts" + std::to_string(int(version));
         writeText(folder / (name + ".dxf"), toDxf(db, version));
-        writeText(folder / (name + ".txt"), factsOf(db, version >= VxDbDxfVersion::kR2007));
+        writeText(folder / (name + ".txt"), factsOf(db, version >= VxDbDxfVersion::kR2007) +
+                                                (version >= VxDbDxfVersion::kR2018 ? multiline : ""));
         arguments += quoted(folder / (name + ".dxf")) + " " + quoted(folder / (name + ".txt")) + " ";
     }
     std::string output;
     EXPECT_EQ(runTool("check " + arguments, output), 0) << output;
+
+    // Read back, the multiline attributes are whole again; older files hold their first line.
+    for (VxDbDxfVersion version : {VxDbDxfVersion::kR2000, VxDbDxfVersion::kR2018}) {
+        VxDbDxfReadInfo info;
+        std::unique_ptr<VxDbDatabase> reread = fromDxf(toDxf(db, version), &info);
+        EXPECT_EQ(info.opaqueEntities, 0u) << info.message;
+        ASSERT_TRUE(reread);
+        const VxDbAttributeDefinition* found = nullptr;
+        for (VxDbObjectId blockId : VxDbSymbolTable::cast(detail::objectOf(reread->blockTableId()))->recordIds())
+            for (VxDbObjectId entityId : VxDbBlockTableRecord::cast(detail::objectOf(blockId))->entityIds())
+                if (auto* d = VxDbAttributeDefinition::cast(detail::objectOf(entityId)); d && d->tag() == L"NOTE")
+                    found = d;
+        ASSERT_NE(found, nullptr);
+        const VxDbAttributeDefinition* definition = found;
+        EXPECT_EQ(definition->isMTextAttribute(), version >= VxDbDxfVersion::kR2018);
+        EXPECT_EQ(definition->textString(), L"Fire door");
+        if (version >= VxDbDxfVersion::kR2018) {
+            EXPECT_EQ(definition->mtextContents(), L"Fire door\\PEI 30");
+            EXPECT_DOUBLE_EQ(definition->mtextBoundaryWidth(), 4.0);
+        }
+    }
 }
 
 TEST(DxfEzdxf, DrawingsEzdxfWritesAreRead)
@@ -509,6 +564,71 @@ TEST(DxfEzdxf, LayoutsWithViewportsReadTheSame)
         writeText(folder / (name + ".dxf"), toDxf(db, version));
         writeText(folder / (name + ".txt"), facts);
         arguments += quoted(folder / (name + ".dxf")) + " " + quoted(folder / (name + ".txt")) + " ";
+    }
+    std::string output;
+    EXPECT_EQ(runTool("check " + arguments, output), 0) << output;
+}
+
+// Lightweight polylines: vertices, bulges, widths, flags, the plane and elevation as ezdxf
+// reads them, in every version; and back again the same.
+TEST(DxfEzdxf, LightweightPolylinesReadTheSameThere)
+{
+    if (!haveEzdxf())
+        GTEST_SKIP() << "python3-ezdxf is not installed";
+    VxDbDatabase db;
+    auto* plain = new VxDbPolyline();
+    plain->addVertexAt(0, {0, 0});
+    plain->addVertexAt(1, {10, 0});
+    auto* rich = new VxDbPolyline();
+    rich->addVertexAt(0, {0, 0}, 0.5, 0.25, 1.0, 7);
+    rich->addVertexAt(1, {4, 0}, -1.0);
+    rich->addVertexAt(2, {4, 3}, 0.0, -1.0, -1.0, 9);
+    rich->setClosed(true);
+    rich->setPlinegen(true);
+    rich->setElevation(2.5);
+    rich->setNormal(VxGeVector3d{0.0, 0.6, 0.8});
+    rich->setThickness(1.5);
+    auto* wide = new VxDbPolyline();
+    wide->addVertexAt(0, {1, 1});
+    wide->addVertexAt(1, {2, 5}, 0.3);
+    wide->setConstantWidth(0.75);
+    append(db, db.modelSpaceId(), plain);
+    const VxDbObjectId richId = append(db, db.modelSpaceId(), rich);
+    append(db, db.modelSpaceId(), wide);
+
+    TempFolder folder;
+    std::string arguments;
+    for (VxDbDxfVersion version : {VxDbDxfVersion::kR2000, VxDbDxfVersion::kR2004, VxDbDxfVersion::kR2007,
+                                   VxDbDxfVersion::kR2010, VxDbDxfVersion::kR2013, VxDbDxfVersion::kR2018}) {
+        const std::string name = vxdbDxfVersionName(version);
+        const std::string text = toDxf(db, version);
+        writeText(folder / (name + ".dxf"), text);
+        writeText(folder / (name + ".txt"), factsOf(db));
+        arguments += quoted(folder / (name + ".dxf")) + " " + quoted(folder / (name + ".txt")) + " ";
+
+        std::unique_ptr<VxDbDatabase> back = fromDxf(text);
+        ASSERT_TRUE(back);
+        VxDbObjectId readId;
+        ASSERT_EQ(back->getVxDbObjectId(readId, false, richId.handle()), Velt::eOk);
+        auto* read = VxDbPolyline::cast(detail::objectOf(readId));
+        ASSERT_NE(read, nullptr) << name;
+        EXPECT_EQ(read->numVerts(), 3);
+        EXPECT_EQ(read->polylineFlags(), rich->polylineFlags());
+        EXPECT_DOUBLE_EQ(read->thickness(), 1.5);
+        for (int i = 0; i < 3; ++i) {
+            double b0, b1, s0, s1, e0, e1;
+            int32_t id0, id1;
+            rich->getBulgeAt(i, b0);
+            read->getBulgeAt(i, b1);
+            rich->getWidthsAt(i, s0, e0);
+            read->getWidthsAt(i, s1, e1);
+            rich->getVertexIdentifierAt(i, id0);
+            read->getVertexIdentifierAt(i, id1);
+            EXPECT_EQ(b1, b0);
+            EXPECT_EQ(s1, s0);
+            EXPECT_EQ(e1, e0);
+            EXPECT_EQ(id1, version >= VxDbDxfVersion::kR2010 ? id0 : 0);
+        }
     }
     std::string output;
     EXPECT_EQ(runTool("check " + arguments, output), 0) << output;

@@ -12,13 +12,15 @@
 EXPECTED holds one fact per line, fields separated by tabs:
   TABLE  <table> <record name>
   BLOCK  <name> <entity count>
-  ENTITY <handle> <type> <layer> <colour> <attr>=<value>;...   (vectors as x,y,z)
+  ENTITY <handle> <type> <layer> <colour> <attr>=<value>;...   (vectors as x,y,z;
+                                      vertices=x,y,start width,end width,bulge,... of an LWPOLYLINE)
   XDATA  <handle> <app> <code>=<value>|...
   DICT   <dictionary handle> <key> <entry type>
   XRECORD <handle> <code>=<value>|...
   RECORD <table> <record name> <attr>=<value>;...
   GROUP  <group name> <member handle>,...          (in any order: ezdxf keeps a set)
   SORTENTS <block record handle> <entity handle>,... (the block's entities, first drawn first)
+  MTEXTATTR <handle> <attachment> <plain text>      (a multiline attribute and its text)
   LAYOUT <name> <tab order> <attr>=<value>;...      (the LAYOUT object's plot settings)
   VIEWPORT <handle> <scale> <frozen layer>,...     (scale: sheet height over view height)
 Exit status 0 when the audit finds no error and every fact holds.
@@ -111,9 +113,25 @@ def check(path, expected_path):
             if len(fact) > 5 and fact[5]:
                 for item in fact[5].split(";"):
                     name, value = item.split("=", 1)
+                    if name == "vertices":  # x,y,start width,end width,bulge of each vertex
+                        actual = [v for p in e.get_points("xyseb") for v in p]
+                        wanted = [float(v) for v in value.split(",")] if value else []
+                        if len(actual) != len(wanted) or not all(close(a, b) for a, b in zip(actual, wanted)):
+                            problems.append(f"{handle}: vertices {actual}, not {wanted}")
+                        continue
                     actual = getattr(e.dxf, name, None)  # the format's default when not written
                     if actual is None or not same(actual, parse_value(value)):
                         problems.append(f"{handle}: {name} is {actual}, not {value}")
+        elif kind == "MTEXTATTR":
+            e = db.get(fact[1])
+            if e is None or not e.has_embedded_mtext_entity:
+                problems.append(f"{fact[1]}: no multiline text")
+                continue
+            mtext = e.virtual_mtext_entity()
+            text = fact[3].replace("\\n", "\n")  # line breaks are written as \n
+            if int(mtext.dxf.attachment_point) != int(fact[2]) or e.plain_mtext() != text:
+                problems.append(f"{fact[1]}: multiline text {mtext.dxf.attachment_point} {e.plain_mtext()!r}"
+                                f" instead of {fact[2]} {text!r}")
         elif kind == "XDATA":
             handle, app = fact[1], fact[2]
             e = db.get(handle)

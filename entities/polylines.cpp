@@ -1,0 +1,209 @@
+// The polylines' members that are more than one value of their object: the vertex lists,
+// the per-vertex members whose index is taken as given, and explode. The plain members are
+// declared in entities/polylines.members.
+#include <cmath>
+#include <vector>
+
+#include "containers/append.h"
+#include "members_gen.h"
+
+namespace nk::polylines {
+namespace {
+
+using LwAccess = OwnAccess<IVeltLWPolyline, kx::VxDbPolyline>;
+
+// Pairs of finite doubles; anything else is refused before the polyline is touched. A plain
+// vector of doubles is read in one access; any other form goes through the conversion,
+// which answers its own errors.
+std::vector<kx::VxGePoint2d> finitePairs(const VARIANT& v)
+{
+    std::vector<kx::VxGePoint2d> points;
+    SAFEARRAY* sa = V_VT(&v) == (VT_ARRAY | VT_R8) ? V_ARRAY(&v) : nullptr;
+    LONG lower = 0, upper = -1;
+    VARTYPE vt = VT_EMPTY;
+    const long long count = sa && SUCCEEDED(SafeArrayGetLBound(sa, 1, &lower)) &&
+                                    SUCCEEDED(SafeArrayGetUBound(sa, 1, &upper))
+                                ? static_cast<long long>(upper) - lower + 1
+                                : -1;
+    if (sa && SafeArrayGetDim(sa) == 1 && SafeArrayGetElemsize(sa) == sizeof(double) &&
+        SUCCEEDED(SafeArrayGetVartype(sa, &vt)) && vt == VT_R8 && count >= 0 && count % 2 == 0) {
+        points.resize(size_t(count / 2));
+        double* data = nullptr;
+        if (count > 0 && FAILED(SafeArrayAccessData(sa, reinterpret_cast<void**>(&data)))) throw E_INVALIDARG;
+        for (size_t i = 0; i < points.size(); ++i) points[i] = kx::VxGePoint2d{data[2 * i], data[2 * i + 1]};
+        if (count > 0) SafeArrayUnaccessData(sa);
+    } else {
+        VxAxPoint2dArray array;
+        array.append(v);
+        points.assign(array.begin(), array.end());
+    }
+    for (const kx::VxGePoint2d& p : points)
+        if (!std::isfinite(p.x) || !std::isfinite(p.y)) throw E_INVALIDARG;
+    return points;
+}
+
+kx::VxGePoint2d finitePoint(const VARIANT& v)
+{
+    const kx::VxGePoint2d p = conv::Point2::in(v);
+    if (!std::isfinite(p.x) || !std::isfinite(p.y)) throw E_INVALIDARG;
+    return p;
+}
+
+// Opens the polyline for write under the document lock; a refused lock or open raises the
+// host's status. The change's own status is ignored: indices are taken as given.
+template <class Change>
+HRESULT change(VxAxObjectRef& ref, Change&& change)
+{
+    return guarded(__uuidof(IVeltLWPolyline), [&]() -> HRESULT {
+        kx::VxAxDocLock lock(ref.objectId(), kx::VxAxDocLock::kWrite);
+        check(lock.lockStatus());
+        OpenedObject<kx::VxDbPolyline> polyline(ref, kx::VxDb::kForWrite);
+        change(*polyline.orThrow());
+        return S_OK;
+    });
+}
+
+template <class Read>
+HRESULT read(VxAxObjectRef& ref, Read&& read)
+{
+    return guarded(__uuidof(IVeltLWPolyline), [&]() -> HRESULT {
+        OpenedObject<kx::VxDbPolyline> polyline(ref, kx::VxDb::kForRead);
+        read(static_cast<const kx::VxDbPolyline&>(*polyline.orThrow()));
+        return S_OK;
+    });
+}
+
+}  // namespace
+
+HRESULT coordinates(VxAxObjectRef& ref, VARIANT* coordinates)
+{
+    if (!coordinates) return E_POINTER;
+    return guarded(__uuidof(IVeltLWPolyline), [&]() -> HRESULT {
+        OpenedObject<kx::VxDbPolyline> polyline(ref, kx::VxDb::kForRead);
+        if (!polyline.isOpen()) return S_OK;
+        // Filled in one access: a long polyline's list is the common case.
+        const int n = polyline->numVerts();
+        SAFEARRAY* sa = SafeArrayCreateVector(VT_R8, 0, ULONG(2 * n));
+        if (!sa) throw E_OUTOFMEMORY;
+        double* data = nullptr;
+        if (n > 0 && FAILED(SafeArrayAccessData(sa, reinterpret_cast<void**>(&data)))) {
+            SafeArrayDestroy(sa);
+            throw E_OUTOFMEMORY;
+        }
+        kx::VxGePoint2d p;
+        for (int i = 0; i < n; ++i) {
+            polyline->getPointAt(i, p);
+            data[2 * i] = p.x;
+            data[2 * i + 1] = p.y;
+        }
+        if (n > 0) SafeArrayUnaccessData(sa);
+        V_VT(coordinates) = VT_ARRAY | VT_R8;
+        V_ARRAY(coordinates) = sa;
+        return S_OK;
+    });
+}
+
+// Kept vertices move and keep their bulges and widths; new ones come plain; the list
+// shortens from the end.
+HRESULT setCoordinates(VxAxObjectRef& ref, VARIANT coordinates)
+{
+    return guarded(__uuidof(IVeltLWPolyline), [&]() -> HRESULT {
+        const std::vector<kx::VxGePoint2d> points = finitePairs(coordinates);
+        kx::VxAxDocLock lock(ref.objectId(), kx::VxAxDocLock::kWrite);
+        check(lock.lockStatus());
+        OpenedObject<kx::VxDbPolyline> polyline(ref, kx::VxDb::kForWrite);
+        if (!polyline.isOpen()) return S_OK;
+        const int n = polyline->numVerts();
+        const int m = static_cast<int>(points.size());
+        for (int i = 0; i < m && i < n; ++i)
+            check(polyline->setPointAt(i, points[size_t(i)]));
+        for (int i = n; i < m; ++i)
+            check(polyline->addVertexAt(i, points[size_t(i)], 0.0, -1.0, -1.0, 0));
+        while (polyline->numVerts() > m)
+            check(polyline->removeVertexAt(m));
+        return S_OK;
+    });
+}
+
+HRESULT coordinate(VxAxObjectRef& ref, int index, VARIANT* point)
+{
+    if (!point) return E_POINTER;
+    return guarded(__uuidof(IVeltLWPolyline), [&]() -> HRESULT {
+        OpenedObject<kx::VxDbPolyline> polyline(ref, kx::VxDb::kForRead);
+        if (!polyline.isOpen()) return S_OK;
+        kx::VxGePoint2d p{0.0, 0.0};
+        polyline->getPointAt(index, p);
+        VARIANT made;
+        VariantInit(&made);
+        conv::Point2::out(p, &made);
+        *point = made;
+        return S_OK;
+    });
+}
+
+HRESULT setCoordinate(VxAxObjectRef& ref, int index, VARIANT point)
+{
+    kx::VxGePoint2d p;
+    if (HRESULT hr = guarded(__uuidof(IVeltLWPolyline), [&] { p = finitePoint(point); return S_OK; }); FAILED(hr))
+        return hr;
+    return change(ref, [&](kx::VxDbPolyline& polyline) { polyline.setPointAt(index, p); });
+}
+
+HRESULT addVertex(VxAxObjectRef& ref, int index, VARIANT vertex)
+{
+    kx::VxGePoint2d p;
+    if (HRESULT hr = guarded(__uuidof(IVeltLWPolyline), [&] { p = finitePoint(vertex); return S_OK; }); FAILED(hr))
+        return hr;
+    return change(ref, [&](kx::VxDbPolyline& polyline) { polyline.addVertexAt(index, p, 0.0, -1.0, -1.0, 0); });
+}
+
+HRESULT bulge(VxAxObjectRef& ref, int index, double* bulge)
+{
+    if (!bulge) return E_POINTER;
+    *bulge = 0.0;
+    return read(ref, [&](const kx::VxDbPolyline& polyline) { polyline.getBulgeAt(index, *bulge); });
+}
+
+HRESULT setBulge(VxAxObjectRef& ref, int index, double bulge)
+{
+    return change(ref, [&](kx::VxDbPolyline& polyline) { polyline.setBulgeAt(index, bulge); });
+}
+
+HRESULT widths(VxAxObjectRef& ref, int index, double* startWidth, double* endWidth)
+{
+    if (!startWidth || !endWidth) return E_POINTER;
+    *startWidth = *endWidth = 0.0;
+    return read(ref, [&](const kx::VxDbPolyline& polyline) { polyline.getWidthsAt(index, *startWidth, *endWidth); });
+}
+
+HRESULT setWidths(VxAxObjectRef& ref, int index, double startWidth, double endWidth)
+{
+    return change(ref, [&](kx::VxDbPolyline& polyline) { polyline.setWidthsAt(index, startWidth, endWidth); });
+}
+
+// The pieces go beside the polyline, into its block, which stays; their wrappers come back
+// as a VARIANT array of IDispatch.
+HRESULT explode(VxAxObjectRef& ref, IDispatch* app, VARIANT* entities)
+{
+    if (!entities) return E_POINTER;
+    VariantInit(entities);
+    return guarded(__uuidof(IVeltEntity), [&]() -> HRESULT {
+        kx::VxAxDocLock lock(ref.objectId(), kx::VxAxDocLock::kWrite);
+        check(lock.lockStatus());
+        std::vector<NewEntity> made;
+        kx::VxDbObjectId owner;
+        {
+            OpenedObject<kx::VxDbEntity> entity(ref, kx::VxDb::kForRead);
+            if (!entity.isOpen()) return E_POINTER;
+            if (!entity->isResident()) throw kx::Velt::eNotInDatabase;
+            std::vector<kx::VxDbEntity*> raw;
+            const kx::Velt::ErrorStatus es = entity->explode(raw);
+            for (kx::VxDbEntity* e : raw) made.emplace_back(e);
+            check(es);
+            owner = entity->ownerId();
+        }
+        return appendWithWrappers(owner, std::move(made), app, entities);
+    });
+}
+
+}  // namespace nk::polylines
