@@ -184,7 +184,7 @@ void makeTitleBlock(const std::wstring& file)
 }
 
 // The sheet: the first paper layout becomes "A3 Plan", an A3 sheet turned to landscape on the
-// PDF device, with a viewport that shows the plan at 1:50.
+// PDF device, with a viewport that shows the plan and its title block at 1:50.
 void makeSheet(IKxDbDocument* document)
 {
     ComPtr<IVeltLayouts> layouts;
@@ -207,10 +207,11 @@ void makeSheet(IKxDbDocument* document)
     setPoint(center, 200, 140);
     ComPtr<IVeltPViewport> viewport;
     check(paper->AddPViewport(*center.get(), 380, 250, viewport.put()), L"adding the viewport");
-    check(viewport->put_StandardScale(vxVp1_50), L"setting the scale");
+    // The plan is drawn in metres and the sheet in millimetres: 1:50 is 20 sheet units a metre.
+    check(viewport->put_CustomScale(1000.0 / 50), L"setting the scale");
     double scale = 0;
     check(viewport->get_CustomScale(&scale), L"reading the scale");
-    std::wprintf(L"sheet A3 Plan: a viewport of 380 x 250 at 1:%g\n", 1 / scale);
+    std::wprintf(L"sheet A3 Plan: a viewport of 380 x 250 mm at 1:%g\n", 1000 / scale);
 }
 
 int run(const wchar_t* file)

@@ -93,7 +93,7 @@ def main(path):
         return 1
     viewports = [v for v in sheet if v.dxftype() == "VIEWPORT"]
     scales = [v.dxf.height / v.dxf.view_height for v in viewports]
-    if len(viewports) != 1 or not math.isclose(scales[0], 1 / 50, rel_tol=1e-9):
+    if len(viewports) != 1 or not math.isclose(scales[0], 1000 / 50, rel_tol=1e-9):
         print("the sheet's viewports and their scales:", scales)
         return 1
     if other_programs.check([path]):
