@@ -13,6 +13,7 @@
 #include "db/polylines.h"
 #include "db/symtables.h"
 #include "db/texts.h"
+#include "db/viewport.h"
 #include "members_gen.h"
 #include "rx/rxobject.h"
 
@@ -377,6 +378,45 @@ HRESULT addTolerance(VxAxObjectRef& block, IDispatch* app, BSTR Text, VARIANT In
         accept(made->setDirection(direction));
         return NewEntity(std::move(made));
     });
+}
+
+// A new viewport shows the model's extents when there are any, else the sheet's own window
+// at 1:1. Its number follows the viewports the sheet has (1 is the sheet's own).
+HRESULT addPViewport(VxAxObjectRef& block, IDispatch* app, VARIANT Center, double Width, double Height,
+                     IVeltPViewport** pPViewport)
+{
+    VxGePoint3d center;
+    if (HRESULT hr = takeArguments(pPViewport, [&] {
+            center = conv::Point::in(Center);
+            if (!(Width > 0.0) || !(Height > 0.0) || !std::isfinite(Width) || !std::isfinite(Height))
+                throw E_INVALIDARG;
+        });
+        FAILED(hr))
+        return hr;
+    return appendEntity(
+        block, app, pPViewport,
+        [&](VxDbBlockTableRecord& record) {
+            auto made = newEntity<kx::VxDbViewport>(record);
+            int16_t number = 2;
+            std::unique_ptr<kx::VxDbBlockTableRecordIterator> it;
+            if (record.newIterator(it) == kx::Velt::eOk && it) {
+                for (; !it->done(); it->step()) {
+                    const kx::VxRxClass* cls = it->currentId().objectClass();
+                    if (cls && cls->isDerivedFrom(kx::VxDbViewport::desc()) && number < INT16_MAX) ++number;
+                }
+            }
+            accept(made->setCenterPoint(center));
+            accept(made->setWidth(Width));
+            accept(made->setHeight(Height));
+            accept(made->setNumber(number));
+            accept(made->setViewCenter(center));
+            accept(made->setViewHeight(Height));
+            return NewEntity(std::move(made));
+        },
+        [](kx::VxDbEntity& entity) {
+            if (auto* viewport = kx::VxDbViewport::cast(&entity))
+                viewport->setStandardScale(kx::VxDbViewport::kScaleToFit);
+        });
 }
 
 }  // namespace nk::blocks

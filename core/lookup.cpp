@@ -156,6 +156,8 @@ void registerWrapperClasses()
         const CLSID* wrapper;
     };
     const Pair pairs[] = {
+        // Opened by the block's and the paper space's declarations: bound here.
+        {L"KxDbBlockTableRecord", &CLSID_VeltBlock},
         {L"KxDbBlockReference", &CLSID_VeltBlockReference},
         {L"KxDbBlockTable", &CLSID_VeltBlocks},
         {L"KxDbDictionary", &CLSID_VeltDictionary},

@@ -183,6 +183,37 @@ void makeTitleBlock(const std::wstring& file)
     std::wprintf(L"title block saved as %ls\n", file.c_str());
 }
 
+// The sheet: the first paper layout becomes "A3 Plan", an A3 sheet turned to landscape on the
+// PDF device, with a viewport that shows the plan and its title block at 1:50.
+void makeSheet(IKxDbDocument* document)
+{
+    ComPtr<IVeltLayouts> layouts;
+    check(document->get_Layouts(layouts.put()), L"reading the layouts");
+    Variant first;
+    V_VT(first.get()) = VT_BSTR;
+    V_BSTR(first.get()) = SysAllocString(L"Layout1");
+    ComPtr<IVeltLayout> sheet;
+    check(layouts->Item(*first.get(), sheet.put()), L"finding the first layout");
+    check(sheet->put_Name(Bstr(L"A3 Plan").get()), L"naming the sheet");
+    check(sheet->put_ConfigName(Bstr(L"Tarsk PDF.pc3").get()), L"choosing the plot device");
+    check(sheet->put_CanonicalMediaName(Bstr(L"ISO_A3_(297.00_x_420.00_MM)").get()), L"choosing the paper");
+    check(sheet->put_PaperUnits(vxMillimeters), L"setting the paper units");
+    check(sheet->put_PlotRotation(vx90degrees), L"turning the sheet");
+    check(sheet->put_PlotType(vxLayout), L"plotting the layout");
+
+    ComPtr<IVeltPaperSpace> paper;
+    check(document->get_PaperSpace(paper.put()), L"reading paper space");
+    Variant center;
+    setPoint(center, 200, 140);
+    ComPtr<IVeltPViewport> viewport;
+    check(paper->AddPViewport(*center.get(), 380, 250, viewport.put()), L"adding the viewport");
+    // The plan is drawn in metres and the sheet in millimetres: 1:50 is 20 sheet units a metre.
+    check(viewport->put_CustomScale(1000.0 / 50), L"setting the scale");
+    double scale = 0;
+    check(viewport->get_CustomScale(&scale), L"reading the scale");
+    std::wprintf(L"sheet A3 Plan: a viewport of 380 x 250 mm at 1:%g\n", 1000 / scale);
+}
+
 int run(const wchar_t* file)
 {
     ComPtr<IKxDbDocument> document = newDocument();
@@ -296,6 +327,7 @@ int run(const wchar_t* file)
         describe(entity.get());
     }
 
+    makeSheet(document.get());
     save(document.get(), file);
     std::wprintf(L"saved as %ls\n", file);
     return 0;

@@ -56,9 +56,35 @@ std::vector<double> numbersOf(const VARIANT& v)
 
 std::wstring textOf(const VARIANT& v) { return V_VT(&v) == VT_BSTR && V_BSTR(&v) ? V_BSTR(&v) : L""; }
 
+// The names of an array of texts, or of a VARIANT array holding texts.
+bool textsOf(const VARIANT& v, std::vector<std::wstring>& out)
+{
+    const VARTYPE vt = V_VT(&v);
+    if (vt != (VT_ARRAY | VT_BSTR) && vt != (VT_ARRAY | VT_VARIANT)) return false;
+    LONG lo = 0, hi = -1;
+    SafeArrayGetLBound(V_ARRAY(&v), 1, &lo);
+    SafeArrayGetUBound(V_ARRAY(&v), 1, &hi);
+    for (LONG i = lo; i <= hi; ++i) {
+        Variant element;
+        if (vt == (VT_ARRAY | VT_BSTR)) {
+            BSTR text = nullptr;
+            if (FAILED(SafeArrayGetElement(V_ARRAY(&v), &i, &text))) return false;
+            V_VT(element.get()) = VT_BSTR;
+            V_BSTR(element.get()) = text;
+        } else if (FAILED(SafeArrayGetElement(V_ARRAY(&v), &i, element.get()))) {
+            return false;
+        }
+        if (V_VT(element.get()) != VT_BSTR) return false;
+        out.push_back(textOf(*element.get()));
+    }
+    return true;
+}
+
 bool same(const VARIANT& a, const VARIANT& b, double tolerance)
 {
     if (V_VT(&a) == VT_BSTR || V_VT(&b) == VT_BSTR) return V_VT(&a) == V_VT(&b) && textOf(a) == textOf(b);
+    std::vector<std::wstring> ta, tb;
+    if (textsOf(a, ta) && textsOf(b, tb)) return ta == tb;
     const std::vector<double> x = numbersOf(a), y = numbersOf(b);
     if (x.size() != y.size() || x.empty()) return false;
     for (size_t i = 0; i < x.size(); ++i)
@@ -353,6 +379,11 @@ TEST_F(DeclaredProperties, EveryPropertyIsSetReadAndRefusedThroughTheInterfaces)
          [&](IVeltModelSpace* s, IDispatch** o) { IVeltShape* e = nullptr; HRESULT hr = s->AddShape(label.get(), *p1, 1.5, 0.25, &e); as(e, o); return hr; },
          {{L"InsertionPoint", "insert"}, {L"Height", "size"}, {L"Rotation", "°rotation"}, {L"Normal", "extrusion"},
           {L"Thickness", "thickness"}}},
+        {L"IVeltPViewport", __uuidof(IVeltPViewport), "VIEWPORT",
+         [&](IVeltModelSpace*, IDispatch** o) { IVeltPViewport* e = nullptr; HRESULT hr = wrapperOf<IVeltPaperSpace>(db->paperSpaceId())->AddPViewport(*p3, 40.0, 30.0, &e); as(e, o); return hr; },
+         {{L"Center", "center"}, {L"Width", "width"}, {L"Height", "height"}, {L"Direction", "view_direction_vector"},
+          {L"Target", "view_target_point"}, {L"LensLength", "perspective_lens_length"},
+          {L"TwistAngle", "°view_twist_angle"}, {L"SnapRotationAngle", "°snap_angle"}}},
         {L"IVeltLayer", __uuidof(IVeltLayer), "LAYER",
          [&](IVeltModelSpace*, IDispatch** o) { ComPtr<IVeltLayers> t; IVeltLayer* r = nullptr; HRESULT hr = database->get_Layers(t.put()); if (SUCCEEDED(hr)) hr = t->Add(probe.get(), &r); as(r, o); return hr; },
          {}},

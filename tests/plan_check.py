@@ -1,7 +1,8 @@
 #!/usr/bin/python3
 """Reads the drawing that the example client saved with ezdxf: it must pass ezdxf's audit and
 hold the client's lines, arcs and circles with their layers and colours, the rooms' names and
-the title block filled in under its tags; GDAL and LibreCAD must open it too."""
+the title block filled in under its tags, and the sheet "A3 Plan": A3 turned to landscape with a
+viewport on the plan at 1:50; GDAL and LibreCAD must open it too."""
 
 import math
 import os
@@ -80,10 +81,25 @@ def main(path):
     if constants != ["NkAuto Works"]:
         print("the title block's constant attributes:", constants)
         return 1
+    if "A3 Plan" not in doc.layouts:
+        print("no layout A3 Plan")
+        return 1
+    sheet = doc.layouts.get("A3 Plan")
+    settings = sheet.dxf_layout.dxf
+    if (settings.paper_size, settings.plot_rotation, settings.plot_configuration_file) != (
+            "ISO_A3_(297.00_x_420.00_MM)", 1, "Tarsk PDF.pc3"):
+        print("the sheet's plot settings:", settings.paper_size, settings.plot_rotation,
+              settings.plot_configuration_file)
+        return 1
+    viewports = [v for v in sheet if v.dxftype() == "VIEWPORT"]
+    scales = [v.dxf.height / v.dxf.view_height for v in viewports]
+    if len(viewports) != 1 or not math.isclose(scales[0], 1000 / 50, rel_tol=1e-9):
+        print("the sheet's viewports and their scales:", scales)
+        return 1
     if other_programs.check([path]):
         return 1
     print(f"ezdxf reads the outer walls as a closed polyline, {len(lines)} lines, {len(arcs)} arcs and {len(circles)} circles on their layers in their"
-          " colours, the rooms' names and the title block filled in; the audit is clean; GDAL and LibreCAD open it")
+          " colours, the rooms' names, the title block filled in and the A3 sheet at 1:50; the audit is clean; GDAL and LibreCAD open it")
     return 0
 
 
