@@ -32,6 +32,8 @@ HRESULT appendEntity(const VxAxObjectRef& block, IDispatch* app, REFIID resultIi
         OpenedObject<kx::VxDbBlockTableRecord> record(block, kx::VxDb::kForWrite);
         // Not the open's status: callers have always seen E_POINTER here.
         if (!record.isOpen()) return E_POINTER;
+        // A block made on its own, in no drawing, has nothing to make entities with.
+        if (!record->database()) check(kx::Velt::eNoDatabase);
 
         NewEntity entity = make(*record.get());
         if (!entity) return E_FAIL;

@@ -72,4 +72,56 @@ DISPID findName(const Table& table, const wchar_t* name)
     return DISPID_UNKNOWN;
 }
 
+
+namespace {
+
+// The number of parameters a property get of the interface or of its bases takes (its
+// result not counted); -1 when it has no such get.
+int getterParameters(ITypeInfo* info, DISPID id)
+{
+    TYPEATTR* attr = nullptr;
+    if (!info || FAILED(info->GetTypeAttr(&attr))) return -1;
+    const WORD funcs = attr->cFuncs, bases = attr->cImplTypes;
+    info->ReleaseTypeAttr(attr);
+    for (UINT i = 0; i < funcs; ++i) {
+        FUNCDESC* fd = nullptr;
+        if (FAILED(info->GetFuncDesc(i, &fd))) continue;
+        int own = -1;
+        if (fd->memid == id && fd->invkind == INVOKE_PROPERTYGET) {
+            own = 0;
+            for (SHORT p = 0; p < fd->cParams; ++p)
+                if (!(fd->lprgelemdescParam[p].paramdesc.wParamFlags & (PARAMFLAG_FRETVAL | PARAMFLAG_FLCID))) ++own;
+        }
+        info->ReleaseFuncDesc(fd);
+        if (own >= 0) return own;
+    }
+    for (UINT b = 0; b < bases; ++b) {
+        HREFTYPE ref = 0;
+        ComPtr<ITypeInfo> base;
+        if (SUCCEEDED(info->GetRefTypeOfImplType(b, &ref)) && SUCCEEDED(info->GetRefTypeInfo(ref, base.put()))) {
+            const int found = getterParameters(base.get(), id);
+            if (found >= 0) return found;
+        }
+    }
+    return -1;
+}
+
+}  // namespace
+
+bool invokeOnValue(IDispatch* self, ITypeInfo* info, DISPID id, LCID lcid, WORD flags, DISPPARAMS* params,
+                   VARIANT* result, EXCEPINFO* excep, UINT* argErr, HRESULT& hr)
+{
+    if (!(flags & DISPATCH_PROPERTYGET) || (flags & (DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF)) || !params ||
+        !params->cArgs || params->cNamedArgs || getterParameters(info, id) != 0)
+        return false;
+    DISPPARAMS none{};
+    Variant value;
+    hr = self->Invoke(id, IID_NULL, lcid, DISPATCH_PROPERTYGET, &none, value.get(), excep, argErr);
+    if (FAILED(hr)) return true;
+    IDispatch* object = V_VT(value.get()) == VT_DISPATCH ? V_DISPATCH(value.get()) : nullptr;
+    hr = object ? object->Invoke(DISPID_VALUE, IID_NULL, lcid, flags, params, result, excep, argErr)
+                : DISP_E_BADPARAMCOUNT;
+    return true;
+}
+
 }  // namespace nk::dispatch

@@ -201,6 +201,12 @@ bool tryInvoke(Itf* object, DISPID id, WORD flags, DISPPARAMS* params, VARIANT* 
     return true;
 }
 
+// A property without parameters called with arguments: they are its value's, as `Layers(0)`
+// reads `Layers.Item(0)`. Taken here because the type information's path fails badly when the
+// value is no object. False when the call is not such a one.
+bool invokeOnValue(IDispatch* self, ITypeInfo* info, DISPID id, LCID lcid, WORD flags, DISPPARAMS* params,
+                   VARIANT* result, EXCEPINFO* excep, UINT* argErr, HRESULT& hr);
+
 // DISPID of a member name of Itf or its bases (case-insensitive), DISPID_UNKNOWN when none.
 template <class Itf>
 DISPID idOfName(const wchar_t* name)

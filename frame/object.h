@@ -66,7 +66,7 @@ public:
         return DispGetIDsOfNames(info, names, count, ids);
     }
 
-    HRESULT STDMETHODCALLTYPE Invoke(DISPID id, REFIID riid, LCID, WORD flags, DISPPARAMS* params,
+    HRESULT STDMETHODCALLTYPE Invoke(DISPID id, REFIID riid, LCID lcid, WORD flags, DISPPARAMS* params,
                                      VARIANT* result, EXCEPINFO* excep, UINT* argErr) override
     {
         if (riid != IID_NULL) return DISP_E_UNKNOWNINTERFACE;
@@ -74,6 +74,8 @@ public:
         if (dispatch::tryInvoke(static_cast<Itf*>(this), id, flags, params, result, excep, hr)) return hr;
         ITypeInfo* info = Module::interfaceTypeInfo(__uuidof(Itf));
         if (!info) return TYPE_E_ELEMENTNOTFOUND;
+        if (dispatch::invokeOnValue(static_cast<Itf*>(this), info, id, lcid, flags, params, result, excep, argErr, hr))
+            return hr;
         return DispInvoke(static_cast<Itf*>(this), info, id, flags, params, result, excep, argErr);
     }
 };

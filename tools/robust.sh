@@ -1,0 +1,19 @@
+#!/usr/bin/env bash
+# The long runs of the robustness tests: the member walk with random mixes of malformed
+# arguments on top of the fixed ones, a million cycles of wrappers and documents, two threads
+# with larger drawings, and the drawing-file reader fuzzed for longer. The test command runs
+# short versions of each. Usage: tools/robust.sh [walk rounds] [life cycles] [fuzz seconds]
+set -euo pipefail
+here=$(cd "$(dirname "$0")/.." && pwd)
+cd "$here"
+bash tools/build.sh
+cd build/bin
+NKAUTO_WALK_ROUNDS="${1:-40}" NKAUTO_LIFE_CYCLES="${2:-1000000}" NKAUTO_THREAD_LINES=5000 \
+  WINEDEBUG=-all ../../tools/winerun.sh robust_tests.exe
+cd "$here"
+cmake -S host -B build/host-fuzz -G Ninja -DCMAKE_CXX_COMPILER=clang++ -DCMAKE_BUILD_TYPE=RelWithDebInfo \
+      -DKX_FUZZ=ON -DKX_HOST_TESTS=OFF >/dev/null
+cmake --build build/host-fuzz -j "$(nproc)"
+mkdir -p build/host-fuzz/fuzz-corpus
+build/host-fuzz/dxf_fuzz -max_total_time="${3:-600}" -timeout=10 -rss_limit_mb=2048 \
+  build/host-fuzz/fuzz-corpus host/fuzz/corpus
