@@ -212,7 +212,8 @@ std::vector<Value> samples(const nk::DeclaredMember& m, const VARIANT& current)
     else if (name == L"ObliqueAngle") out.push_back(real(0.5));  // within 85 degrees
     else if (name == L"Linetype") out.push_back(drawing::text(L"Continuous"));
     else if (name == L"Material") out.push_back(drawing::text(L"Global"));
-    else if (name == L"color") out.push_back(drawing::number(3));
+    else if (name == L"color" || name == L"TextColor" || name == L"DimensionLineColor") out.push_back(drawing::number(3));
+    else if (name == L"DirectionVector") out.push_back(doubles({0.6, 0.8, 0}));  // in a frame's plane
     else if (name == L"Lineweight") out.push_back(drawing::number(50));
     else if (conv == "double" || conv == "length") out.push_back(real(2.5));
     else if (conv == "ratio") out.push_back(real(0.5));
@@ -229,7 +230,7 @@ std::vector<Value> refused(const nk::DeclaredMember& m)
     const std::wstring name = m.name;
     std::vector<Value> out;
     if (name == L"Layer" || name == L"Linetype" || name == L"Material") out.push_back(drawing::text(L"No such"));
-    if (name == L"color") out.push_back(drawing::number(300));
+    if (name == L"color" || name == L"TextColor" || name == L"DimensionLineColor") out.push_back(drawing::number(300));
     if (name == L"Lineweight") out.push_back(drawing::number(7));
     if (conv == "double" || conv == "length" || conv == "ratio") {
         out.push_back(real(kNaN));
@@ -353,6 +354,9 @@ TEST_F(DeclaredProperties, EveryPropertyIsSetReadAndRefusedThroughTheInterfaces)
          [&](IVeltModelSpace* s, IDispatch** o) { IVeltShape* e = nullptr; HRESULT hr = s->AddShape(label.get(), *p1, 1.5, 0.25, &e); as(e, o); return hr; },
          {{L"InsertionPoint", "insert"}, {L"Height", "size"}, {L"Rotation", "°rotation"}, {L"Normal", "extrusion"},
           {L"Thickness", "thickness"}}},
+        {L"IVeltTolerance", __uuidof(IVeltTolerance), "TOLERANCE",
+         [&](IVeltModelSpace* s, IDispatch** o) { IVeltTolerance* e = nullptr; HRESULT hr = s->AddTolerance(label.get(), *p1, *axis, &e); as(e, o); return hr; },
+         {{L"InsertionPoint", "insert"}, {L"DirectionVector", "x_axis_vector"}, {L"Normal", "extrusion"}}},
         {L"IVeltLayer", __uuidof(IVeltLayer), "LAYER",
          [&](IVeltModelSpace*, IDispatch** o) { ComPtr<IVeltLayers> t; IVeltLayer* r = nullptr; HRESULT hr = database->get_Layers(t.put()); if (SUCCEEDED(hr)) hr = t->Add(probe.get(), &r); as(r, o); return hr; },
          {}},

@@ -310,3 +310,55 @@ TEST_F(Texts, InsertedBlocksGetTheirAttributes)
     std::fwrite(facts.data(), 1, facts.size(), out);
     std::fclose(out);
 }
+
+// A tolerance reads its style until it has values of its own; refused values leave it as it
+// was, and its own values are there after the drawing is saved and read again.
+TEST_F(Texts, ToleranceOverridesItsDimensionStyle)
+{
+    ComPtr<IVeltTolerance> frame;
+    Value at = point(1, 2, 0), along = point(1, 0, 0);
+    BSTR code = SysAllocString(L"{\\Fgdt;j}%%v0.1");
+    ASSERT_EQ(modelSpace()->AddTolerance(code, *at, *along, frame.put()), S_OK);
+    SysFreeString(code);
+    double height = 0, scale = 0;
+    ASSERT_EQ(frame->get_TextHeight(&height), S_OK);
+    EXPECT_DOUBLE_EQ(height, 0.18);  // Standard's
+    ASSERT_EQ(frame->put_TextHeight(0.35), S_OK);
+    ASSERT_EQ(frame->put_ScaleFactor(2.0), S_OK);
+    ASSERT_EQ(frame->put_TextColor(vxRed), S_OK);
+    ASSERT_EQ(frame->put_DimensionLineColor(vxBlue), S_OK);
+    // Refused: the member's error, nothing changed.
+    EXPECT_TRUE(FAILED(frame->put_TextHeight(std::numeric_limits<double>::quiet_NaN())));
+    EXPECT_TRUE(FAILED(frame->put_TextHeight(0.0)));
+    EXPECT_TRUE(FAILED(frame->put_ScaleFactor(-1.0)));
+    EXPECT_EQ(frame->put_TextColor(static_cast<VxColor>(257)), E_INVALIDARG);
+    EXPECT_EQ(putByName(frame.get(), L"DimensionLineColor", *number(-1)), E_INVALIDARG);
+    BSTR missing = SysAllocString(L"No such style");
+    EXPECT_TRUE(FAILED(frame->put_TextStyle(missing)));
+    SysFreeString(missing);
+    ASSERT_EQ(frame->get_TextHeight(&height), S_OK);
+    ASSERT_EQ(frame->get_ScaleFactor(&scale), S_OK);
+    EXPECT_DOUBLE_EQ(height, 0.35);
+    EXPECT_DOUBLE_EQ(scale, 2.0);
+    VxColor text = vxByBlock, lines = vxByBlock;
+    ASSERT_EQ(frame->get_TextColor(&text), S_OK);
+    ASSERT_EQ(frame->get_DimensionLineColor(&lines), S_OK);
+    EXPECT_EQ(text, vxRed);
+    EXPECT_EQ(lines, vxBlue);
+    BSTR style = nullptr;
+    ASSERT_EQ(frame->get_TextStyle(&style), S_OK);
+    EXPECT_STREQ(style, L"Standard");
+    SysFreeString(style);
+
+    std::string file;
+    ASSERT_EQ(kx::vxdbWriteDxf(db.get(), file), kx::Velt::eOk);
+    std::unique_ptr<kx::VxDbDatabase> back(new kx::VxDbDatabase(false));
+    ASSERT_EQ(kx::vxdbReadDxf(back.get(), file), kx::Velt::eOk);
+    kx::VxDbObjectId again;
+    ASSERT_EQ(back->getVxDbObjectId(again, false, idOf(frame.get()).handle()), kx::Velt::eOk);
+    kx::VxDbObjectPointer<kx::VxDbFcf> read(again, kx::VxDb::kForRead);
+    ASSERT_TRUE(read);
+    EXPECT_DOUBLE_EQ(read->textHeight(), 0.35);
+    EXPECT_EQ(read->textColor(), 1);
+    EXPECT_EQ(read->dimensionLineColor(), 5);
+}

@@ -3,6 +3,7 @@
 // references with their attributes through a file and back.
 
 #include "dxf_test_util.h"
+#include "db/dimoverride.h"
 #include "ge/matrix.h"
 
 using namespace kx;
@@ -160,5 +161,82 @@ TEST(DbTexts, AttributesTravelWithTheirReferenceThroughFiles)
         VxDbObjectId insertAgain;
         ASSERT_EQ(again->getVxDbObjectId(insertAgain, false, t.insert.handle()), Velt::eOk);
         EXPECT_EQ(attributesOf(insertAgain), attributesOf(insert));
+    }
+}
+
+// A frame takes its text height, colours, scale and text style from its dimension style
+// until it has its own; its own are kept as the style overrides of drawing files, beside
+// other data of "ACAD", and come back from a file.
+TEST(DbTexts, FrameOverridesItsDimensionStyle)
+{
+    VxDbDatabase db;
+    auto* frame = new VxDbFcf(L"%%v0.1", {0, 0, 0}, VxGeVector3d::kZAxis, VxGeVector3d::kXAxis);
+    const VxDbObjectId id = append(db, db.modelSpaceId(), frame);
+    const VxDbObjectId standardText = db.textStyleId(L"Standard");
+    auto* notesStyle = new VxDbTextStyleTableRecord();
+    const VxDbObjectId notes = addRecord(db.textStyleTableId(), notesStyle, L"Notes");
+    {
+        VxDbObjectPointer<VxDbFcf> f(id, VxDb::kForWrite);
+        EXPECT_DOUBLE_EQ(f->textHeight(), 0.18);
+        EXPECT_DOUBLE_EQ(f->scaleFactor(), 1.0);
+        EXPECT_EQ(f->textColor(), 0);
+        EXPECT_EQ(f->textStyle(), standardText);
+        VxResBufPtr other(vxutChain({vxutNewString(1001, L"ACAD"), vxutNewString(1000, L"keep")}));
+        ASSERT_EQ(f->setXData(other.get()), Velt::eOk);
+        ASSERT_EQ(f->setTextHeight(0.5), Velt::eOk);
+        ASSERT_EQ(f->setTextHeight(0.75), Velt::eOk);  // replaces, does not add
+        ASSERT_EQ(f->setTextColor(1), Velt::eOk);
+        ASSERT_EQ(f->setTextStyle(notes), Velt::eOk);
+        // Refused: nothing changes.
+        VxDbDatabase elsewhere;
+        EXPECT_NE(f->setTextHeight(std::nan("")), Velt::eOk);
+        EXPECT_NE(f->setTextHeight(0.0), Velt::eOk);
+        EXPECT_NE(f->setScaleFactor(-1.0), Velt::eOk);
+        EXPECT_NE(f->setTextColor(257), Velt::eOk);
+        EXPECT_NE(f->setDimensionLineColor(-1), Velt::eOk);
+        EXPECT_NE(f->setTextStyle(elsewhere.textStyleId(L"Standard")), Velt::eOk);
+        EXPECT_NE(f->setTextStyle(db.layerZero()), Velt::eOk);
+        EXPECT_NE(f->setTextStyle(VxDbObjectId()), Velt::eOk);
+        const VxResBufPtr acad(f->xData(L"ACAD"));
+        std::vector<std::wstring> items;
+        for (const VxResBuf* rb = acad.get(); rb; rb = rb->rbnext) {
+            std::wstring item = std::to_wstring(rb->restype) + L"=";
+            if (vxutStorageOf(rb->restype) == VxRbStorage::kString) item += vxView(rb->resval.rstring);
+            else if (rb->restype == 1070) item += std::to_wstring(rb->resval.rint);
+            else if (rb->restype == 1040) item += std::to_wstring(rb->resval.rreal);
+            items.push_back(item);
+        }
+        EXPECT_EQ(items, (std::vector<std::wstring>{L"1001=ACAD", L"1000=keep", L"1000=DSTYLE", L"1002={", L"1070=140",
+                                                    L"1040=0.750000", L"1070=178", L"1070=1", L"1070=340",
+                                                    L"1005=" + notes.handle().toString(), L"1002=}"}));
+    }
+    {
+        // What is not overridden follows the style.
+        VxDbObjectPointer<VxDbSymbolTable> styles(db.dimStyleTableId(), VxDb::kForRead);
+        VxDbDimStyleTableRecord* standard = nullptr;
+        ASSERT_EQ(styles->getAt(L"Standard", standard, VxDb::kForWrite), Velt::eOk);
+        ASSERT_EQ(standard->setDimReal(VxDbDimVar::kDimScale, 4.0), Velt::eOk);
+        ASSERT_EQ(standard->setDimReal(VxDbDimVar::kDimTxt, 0.3), Velt::eOk);
+        standard->close();
+    }
+    for (VxDbDxfVersion version : {VxDbDxfVersion::kR2000, VxDbDxfVersion::kR2018}) {
+        std::unique_ptr<VxDbDatabase> back = fromDxf(toDxf(db, version));
+        ASSERT_TRUE(back);
+        VxDbObjectId again;
+        ASSERT_EQ(back->getVxDbObjectId(again, false, id.handle()), Velt::eOk);
+        VxDbObjectPointer<VxDbFcf> f(again, VxDb::kForWrite);
+        ASSERT_TRUE(f);
+        EXPECT_DOUBLE_EQ(f->textHeight(), 0.75);
+        EXPECT_DOUBLE_EQ(f->scaleFactor(), 4.0);
+        EXPECT_EQ(f->textColor(), 1);
+        EXPECT_EQ(f->textStyle(), back->textStyleId(L"Notes"));
+        // Removing the overrides leaves the other data.
+        for (VxDbDimVar var : {VxDbDimVar::kDimTxt, VxDbDimVar::kDimClrT, VxDbDimVar::kDimTxSty})
+            ASSERT_EQ(vxdbRemoveDimOverride(f.get(), var), Velt::eOk);
+        EXPECT_DOUBLE_EQ(f->textHeight(), 0.3);
+        const VxResBufPtr acad(f->xData(L"ACAD"));
+        ASSERT_TRUE(acad && acad->rbnext);
+        EXPECT_EQ(vxView(acad->rbnext->resval.rstring), L"keep");
+        EXPECT_EQ(acad->rbnext->rbnext, nullptr);
     }
 }

@@ -377,7 +377,16 @@ TEST(DxfEzdxf, TextsAndAttributedBlocksReadTheSame)
     shape->setPosition({2, 2, 0});
     shape->setSize(1.5);
     append(db, ms, shape);
-    append(db, ms, new VxDbFcf(L"{\\Fgdt;j}%%v0.1", {4, 4, 0}, VxGeVector3d::kZAxis, VxGeVector3d{0, 1, 0}));
+    {
+        // Its own text height, colours, scale and text style, over those of its style.
+        auto* fcf = new VxDbFcf(L"{\\Fgdt;j}%%v0.1", {4, 4, 0}, VxGeVector3d::kZAxis, VxGeVector3d{0, 1, 0});
+        ASSERT_EQ(fcf->setTextHeight(0.35), Velt::eOk);
+        ASSERT_EQ(fcf->setTextColor(1), Velt::eOk);
+        ASSERT_EQ(fcf->setDimensionLineColor(5), Velt::eOk);
+        ASSERT_EQ(fcf->setScaleFactor(2.0), Velt::eOk);
+        VxDbObjectPointer<VxDbFcf> appended(append(db, ms, fcf), VxDb::kForWrite);
+        ASSERT_EQ(appended->setTextStyle(notes), Velt::eOk);
+    }
 
     auto* definition = new VxDbAttributeDefinition();
     definition->setTag(L"ROOM");
