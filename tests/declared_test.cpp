@@ -357,6 +357,11 @@ TEST_F(DeclaredProperties, EveryPropertyIsSetReadAndRefusedThroughTheInterfaces)
         {L"IVeltTolerance", __uuidof(IVeltTolerance), "TOLERANCE",
          [&](IVeltModelSpace* s, IDispatch** o) { IVeltTolerance* e = nullptr; HRESULT hr = s->AddTolerance(label.get(), *p1, *axis, &e); as(e, o); return hr; },
          {{L"InsertionPoint", "insert"}, {L"DirectionVector", "x_axis_vector"}, {L"Normal", "extrusion"}}},
+        // ezdxf keeps text along an arc as its record's groups ("#" and the group code).
+        {L"IArcTextObj", __uuidof(IArcTextObj), "ARCALIGNEDTEXT",
+         [&](IVeltModelSpace* s, IDispatch** o) { nk::Bstr cls(L"KxDbArcAlignedText"); return s->AddCustomObject(cls.get(), o); },
+         {{L"TextHeight", "#42"}, {L"WidthFactor", "#41"}, {L"OffsetFromArc", "#44"}, {L"OffsetFromLeft", "#46"},
+          {L"OffsetFromRight", "#45"}}},
         {L"IVeltLayer", __uuidof(IVeltLayer), "LAYER",
          [&](IVeltModelSpace*, IDispatch** o) { ComPtr<IVeltLayers> t; IVeltLayer* r = nullptr; HRESULT hr = database->get_Layers(t.put()); if (SUCCEEDED(hr)) hr = t->Add(probe.get(), &r); as(r, o); return hr; },
          {}},
@@ -427,8 +432,16 @@ TEST_F(DeclaredProperties, EveryPropertyIsSetReadAndRefusedThroughTheInterfaces)
         ASSERT_EQ(getByName(entity.get(), L"Layer", layer), S_OK);
         ASSERT_EQ(getByName(entity.get(), L"color", color), S_OK);
         const bool hasNormal = SUCCEEDED(getByName(entity.get(), L"Normal", normal));
-        std::string attrs;
+        std::string attrs, tags;
         for (const auto& [property, attribute] : kind.inFile) {
+            if (attribute[0] == '#') {
+                Value v;
+                ASSERT_EQ(getByName(entity.get(), property, v), S_OK);
+                std::string value;
+                for (double d : numbersOf(*v.get())) value += (value.empty() ? "" : ",") + number(d);
+                tags += (tags.empty() ? "" : "|") + attribute.substr(1) + "=" + value;
+                continue;
+            }
             Value v;
             ASSERT_EQ(getByName(entity.get(), property, v), S_OK);
             std::vector<double> n = numbersOf(*v.get());
@@ -461,6 +474,10 @@ TEST_F(DeclaredProperties, EveryPropertyIsSetReadAndRefusedThroughTheInterfaces)
                 if (V_BOOL(visible.get()) != VARIANT_TRUE) hidden |= 1 << edge;
             }
             attrs += ";invisible=" + std::to_string(hidden);
+        }
+        if (!tags.empty()) {
+            facts += "TAGS\t" + narrow(textOf(*handle.get())) + "\t" + kind.dxfType + "\tAcDbArcAlignedText\t" + tags + "\n";
+            continue;
         }
         facts += "ENTITY\t" + narrow(textOf(*handle.get())) + "\t" + kind.dxfType + "\t" +
                  narrow(textOf(*layer.get())) + "\t" + std::to_string(int(numbersOf(*color.get())[0])) + "\t" +

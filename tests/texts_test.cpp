@@ -362,3 +362,54 @@ TEST_F(Texts, ToleranceOverridesItsDimensionStyle)
     EXPECT_EQ(read->textColor(), 1);
     EXPECT_EQ(read->dimensionLineColor(), 5);
 }
+
+// Text along an arc follows the arc it is given; anything that is no arc of the drawing, and
+// an alignment it does not have, are refused and change nothing.
+TEST_F(Texts, ArcTextTakesItsArc)
+{
+    ComPtr<IDispatch> made;
+    BSTR kind = SysAllocString(L"KxDbArcAlignedText");
+    ASSERT_EQ(modelSpace()->AddCustomObject(kind, made.put()), S_OK);
+    SysFreeString(kind);
+    ComPtr<IArcTextObj> text = made.as<IArcTextObj>();
+    ASSERT_TRUE(text);
+    ComPtr<IVeltArc> none;
+    ASSERT_EQ(text->get_Arc(none.put()), S_OK);
+    EXPECT_FALSE(none);
+
+    ComPtr<IVeltArc> arc;
+    Value center = point(5, 5, 0);
+    ASSERT_EQ(modelSpace()->AddArc(*center, 3.0, 0.0, 3.0, arc.put()), S_OK);
+    ASSERT_EQ(text->putref_Arc(arc.get()), S_OK);
+    ComPtr<IVeltArc> back;
+    ASSERT_EQ(text->get_Arc(back.put()), S_OK);
+    ASSERT_TRUE(back);
+    EXPECT_EQ(idOf(back.get()), idOf(arc.get()));
+
+    ComPtr<IVeltLine> line = addLine({0, 0, 0}, {1, 0, 0});
+    EXPECT_EQ(text->putref_Arc(reinterpret_cast<IVeltArc*>(line.get())), E_INVALIDARG);
+    EXPECT_EQ(text->putref_Arc(nullptr), E_INVALIDARG);
+    ASSERT_EQ(text->get_Arc(back.put()), S_OK);
+    EXPECT_EQ(idOf(back.get()), idOf(arc.get()));
+
+    ASSERT_EQ(text->put_Alignment(vxCenterAlignment), S_OK);
+    EXPECT_EQ(text->put_Alignment(static_cast<VxTextAlignmentType>(3)), E_INVALIDARG);
+    VxTextAlignmentType alignment = vxLeftAlignment;
+    ASSERT_EQ(text->get_Alignment(&alignment), S_OK);
+    EXPECT_EQ(alignment, vxCenterAlignment);
+    EXPECT_TRUE(FAILED(text->put_TextHeight(-1.0)));
+    BSTR style = SysAllocString(L"Standard"), missing = SysAllocString(L"No such style");
+    ASSERT_EQ(text->put_TextStyleName(style), S_OK);
+    EXPECT_TRUE(FAILED(text->put_TextStyleName(missing)));
+    SysFreeString(style);
+    SysFreeString(missing);
+    BSTR name = nullptr;
+    ASSERT_EQ(text->get_TextStyleName(&name), S_OK);
+    EXPECT_STREQ(name, L"Standard");
+    SysFreeString(name);
+
+    // Erased, the arc is gone; the text stays.
+    ASSERT_EQ(arc->Delete(), S_OK);
+    ASSERT_EQ(text->get_Arc(back.put()), S_OK);
+    EXPECT_FALSE(back);
+}

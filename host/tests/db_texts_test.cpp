@@ -3,6 +3,7 @@
 // references with their attributes through a file and back.
 
 #include "dxf_test_util.h"
+#include "db/arctext.h"
 #include "db/dimoverride.h"
 #include "ge/matrix.h"
 
@@ -239,4 +240,60 @@ TEST(DbTexts, FrameOverridesItsDimensionStyle)
         EXPECT_EQ(vxView(acad->rbnext->resval.rstring), L"keep");
         EXPECT_EQ(acad->rbnext->rbnext, nullptr);
     }
+}
+
+// Text along an arc keeps the arc's geometry and the arc itself: through a file (the arc by
+// its handle), a copy and a move it follows the arc's place, and it forgets an erased arc.
+TEST(DbTexts, ArcTextKeepsItsArc)
+{
+    VxDbDatabase db;
+    auto* arc = new VxDbArc({10, 0, 0}, 4.0, 0.5, 2.0);
+    const VxDbObjectId arcId = append(db, db.modelSpaceId(), arc);
+    auto* text = new VxDbArcAlignedText();
+    text->setDatabaseDefaults(&db);
+    text->setTextString(L"North gate");
+    {
+        VxDbObjectPointer<VxDbArc> a(arcId, VxDb::kForRead);
+        ASSERT_EQ(text->setArc(*a.get()), Velt::eOk);
+    }
+    EXPECT_EQ(text->setTextHeight(0.0), Velt::eInvalidInput);
+    EXPECT_EQ(text->setAlignment(5), Velt::eInvalidInput);
+    ASSERT_EQ(text->setOffsetFromArc(-0.5), Velt::eOk);
+    const VxDbObjectId id = append(db, db.modelSpaceId(), text);
+    {
+        VxDbObjectPointer<VxDbArcAlignedText> t(id, VxDb::kForWrite);
+        EXPECT_EQ(t->arcId(), arcId);
+        EXPECT_DOUBLE_EQ(t->radius(), 4.0);
+        EXPECT_TRUE(t->center().isEqualTo({10, 0, 0}));
+        VxGeExtents3d box;
+        ASSERT_EQ(t->getGeomExtents(box), Velt::eOk);
+        EXPECT_NEAR(box.maxPoint().y, 4.5, 1e-9);  // the top of the arc (at 90 degrees) and the letters
+        ASSERT_EQ(t->transformBy(VxGeMatrix3d::translation({0, 5, 0}) * VxGeMatrix3d::scaling(2.0)), Velt::eOk);
+        EXPECT_TRUE(t->center().isEqualTo({20, 5, 0}));
+        EXPECT_DOUBLE_EQ(t->textHeight(), 2.0);
+        EXPECT_DOUBLE_EQ(t->offsetFromArc(), -1.0);
+        EXPECT_NEAR(t->startAngle(), 0.5, 1e-12);
+    }
+    for (VxDbDxfVersion version : {VxDbDxfVersion::kR2000, VxDbDxfVersion::kR2018}) {
+        const std::string file = toDxf(db, version);
+        EXPECT_NE(file.find("AcDbArcAlignedText"), std::string::npos);
+        VxDbDxfReadInfo info;
+        std::unique_ptr<VxDbDatabase> back = fromDxf(file, &info);
+        ASSERT_TRUE(back);
+        EXPECT_EQ(info.opaqueEntities, 0u);
+        VxDbObjectId again;
+        ASSERT_EQ(back->getVxDbObjectId(again, false, id.handle()), Velt::eOk);
+        VxDbObjectPointer<VxDbArcAlignedText> t(again, VxDb::kForRead);
+        ASSERT_TRUE(t);
+        EXPECT_EQ(t->textString(), L"North gate");
+        EXPECT_EQ(t->arcId().handle(), arcId.handle());
+        EXPECT_DOUBLE_EQ(t->radius(), 8.0);
+    }
+    {
+        VxDbObjectPointer<VxDbArc> a(arcId, VxDb::kForWrite);
+        ASSERT_EQ(a->erase(), Velt::eOk);
+    }
+    VxDbObjectPointer<VxDbArcAlignedText> t(id, VxDb::kForRead);
+    EXPECT_TRUE(t->arcId().isNull());
+    EXPECT_DOUBLE_EQ(t->radius(), 8.0);  // the text stays where it was
 }
