@@ -12,6 +12,7 @@
 #include "db/texts.h"
 #include "drawing_fixture.h"
 #include "dxf/dxffile.h"
+#include "frame/class_table.h"
 #include "services/hostservices.h"
 #include "members_gen.h"
 
@@ -412,4 +413,31 @@ TEST_F(Texts, ArcTextTakesItsArc)
     ASSERT_EQ(arc->Delete(), S_OK);
     ASSERT_EQ(text->get_Arc(back.put()), S_OK);
     EXPECT_FALSE(back);
+}
+
+// No reference of the host hands out a dynamic-block property; one made otherwise answers as
+// the property of a static block.
+TEST_F(Texts, DynamicBlockPropertyOfAStaticBlock)
+{
+    ComPtr<IVeltDynamicBlockReferenceProperty> property;
+    ASSERT_EQ(nk::createInstance(CLSID_VeltDynamicBlockReferenceProperty, __uuidof(IVeltDynamicBlockReferenceProperty),
+                                 property.putVoid()),
+              S_OK);
+    VARIANT_BOOL readOnly = VARIANT_FALSE, show = VARIANT_TRUE;
+    ASSERT_EQ(property->get_ReadOnly(&readOnly), S_OK);
+    ASSERT_EQ(property->get_Show(&show), S_OK);
+    EXPECT_EQ(readOnly, VARIANT_TRUE);
+    EXPECT_EQ(show, VARIANT_FALSE);
+    Value values, value;
+    ASSERT_EQ(property->get_AllowedValues(values.get()), S_OK);
+    EXPECT_EQ(values.type(), VT_ARRAY | VT_VARIANT);
+    ASSERT_EQ(property->get_Value(value.get()), S_OK);
+    EXPECT_EQ(value.type(), VT_EMPTY);
+    EXPECT_TRUE(FAILED(property->put_Value(*real(1.0))));
+    VxDynamicBlockReferencePropertyUnitsType units = vxArea;
+    ASSERT_EQ(property->get_UnitsType(&units), S_OK);
+    EXPECT_EQ(units, vxNoUnits);
+    Value name;
+    ASSERT_EQ(drawing::invoke(property.get(), L"PropertyName", DISPATCH_PROPERTYGET, {}, &name), S_OK);
+    EXPECT_EQ(name.type(), VT_BSTR);
 }
