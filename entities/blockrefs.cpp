@@ -260,4 +260,59 @@ HRESULT layerPropertyOverrides(VxAxObjectRef& ref, VARIANT_BOOL* overrides)
     return member::get<Reference, conv::Bool>(ref, overrides, [](const kx::VxDbBlockReference&) { return false; });
 }
 
+// ---- the property of a static block (no reference hands one out) ----
+
+HRESULT propertyName(Unbound&, BSTR* name)
+{
+    if (!name) return E_POINTER;
+    *name = SysAllocString(L"");
+    return *name ? S_OK : E_OUTOFMEMORY;
+}
+
+HRESULT propertyDescription(Unbound& self, BSTR* description) { return propertyName(self, description); }
+
+HRESULT propertyReadOnly(Unbound&, VARIANT_BOOL* readOnly)
+{
+    if (!readOnly) return E_POINTER;
+    *readOnly = VARIANT_TRUE;
+    return S_OK;
+}
+
+HRESULT propertyShow(Unbound&, VARIANT_BOOL* show)
+{
+    if (!show) return E_POINTER;
+    *show = VARIANT_FALSE;
+    return S_OK;
+}
+
+HRESULT propertyAllowedValues(Unbound&, VARIANT* values)
+{
+    if (!values) return E_POINTER;
+    VariantInit(values);
+    SAFEARRAY* none = SafeArrayCreateVector(VT_VARIANT, 0, 0);
+    if (!none) return E_OUTOFMEMORY;
+    V_VT(values) = VT_ARRAY | VT_VARIANT;
+    V_ARRAY(values) = none;
+    return S_OK;
+}
+
+HRESULT propertyValue(Unbound&, VARIANT* value)
+{
+    if (!value) return E_POINTER;
+    VariantInit(value);
+    return S_OK;
+}
+
+HRESULT setPropertyValue(Unbound&, VARIANT)
+{
+    return guarded(__uuidof(IVeltDynamicBlockReferenceProperty), []() -> HRESULT { throw kx::Velt::eNotApplicable; });
+}
+
+HRESULT propertyUnitsType(Unbound&, VxDynamicBlockReferencePropertyUnitsType* units)
+{
+    if (!units) return E_POINTER;
+    *units = vxNoUnits;
+    return S_OK;
+}
+
 }  // namespace nk::refs

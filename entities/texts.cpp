@@ -12,6 +12,7 @@ namespace {
 
 using Text = TextAccess<IVeltText, kx::VxDbText>;
 using MText = OwnAccess<IVeltMText, kx::VxDbMText>;
+using Tolerance = OwnAccess<IVeltTolerance, kx::VxDbFcf>;
 
 std::wstring styleNameOf(kx::VxDbObjectId style)
 {
@@ -128,6 +129,18 @@ HRESULT setMTextStyleName(VxAxObjectRef& ref, BSTR name)
 HRESULT mtextFieldCode(VxAxObjectRef& ref, BSTR* code)
 {
     return member::get<MText, conv::Text>(ref, code, [](const kx::VxDbMText& t) { return t.contents(); });
+}
+
+HRESULT toleranceTextStyle(VxAxObjectRef& ref, BSTR* name)
+{
+    return member::get<Tolerance, conv::Text>(ref, name, [](const kx::VxDbFcf& f) { return styleNameOf(f.textStyle()); });
+}
+
+HRESULT setToleranceTextStyle(VxAxObjectRef& ref, BSTR name)
+{
+    return member::put<Tolerance, conv::Text>(ref, name, [](kx::VxDbFcf& f, const wchar_t* value) {
+        return f.setTextStyle(styleNamed(f, value));
+    });
 }
 
 }  // namespace nk::texts

@@ -238,7 +238,8 @@ std::vector<Value> samples(const nk::DeclaredMember& m, const VARIANT& current)
     else if (name == L"ObliqueAngle") out.push_back(real(0.5));  // within 85 degrees
     else if (name == L"Linetype") out.push_back(drawing::text(L"Continuous"));
     else if (name == L"Material") out.push_back(drawing::text(L"Global"));
-    else if (name == L"color") out.push_back(drawing::number(3));
+    else if (name == L"color" || name == L"TextColor" || name == L"DimensionLineColor") out.push_back(drawing::number(3));
+    else if (name == L"DirectionVector") out.push_back(doubles({0.6, 0.8, 0}));  // in a frame's plane
     else if (name == L"Lineweight") out.push_back(drawing::number(50));
     else if (conv == "double" || conv == "length") out.push_back(real(2.5));
     else if (conv == "ratio") out.push_back(real(0.5));
@@ -255,7 +256,7 @@ std::vector<Value> refused(const nk::DeclaredMember& m)
     const std::wstring name = m.name;
     std::vector<Value> out;
     if (name == L"Layer" || name == L"Linetype" || name == L"Material") out.push_back(drawing::text(L"No such"));
-    if (name == L"color") out.push_back(drawing::number(300));
+    if (name == L"color" || name == L"TextColor" || name == L"DimensionLineColor") out.push_back(drawing::number(300));
     if (name == L"Lineweight") out.push_back(drawing::number(7));
     if (conv == "double" || conv == "length" || conv == "ratio") {
         out.push_back(real(kNaN));
@@ -384,6 +385,14 @@ TEST_F(DeclaredProperties, EveryPropertyIsSetReadAndRefusedThroughTheInterfaces)
          {{L"Center", "center"}, {L"Width", "width"}, {L"Height", "height"}, {L"Direction", "view_direction_vector"},
           {L"Target", "view_target_point"}, {L"LensLength", "perspective_lens_length"},
           {L"TwistAngle", "°view_twist_angle"}, {L"SnapRotationAngle", "°snap_angle"}}},
+        {L"IVeltTolerance", __uuidof(IVeltTolerance), "TOLERANCE",
+         [&](IVeltModelSpace* s, IDispatch** o) { IVeltTolerance* e = nullptr; HRESULT hr = s->AddTolerance(label.get(), *p1, *axis, &e); as(e, o); return hr; },
+         {{L"InsertionPoint", "insert"}, {L"DirectionVector", "x_axis_vector"}, {L"Normal", "extrusion"}}},
+        // ezdxf keeps text along an arc as its record's groups ("#" and the group code).
+        {L"IArcTextObj", __uuidof(IArcTextObj), "ARCALIGNEDTEXT",
+         [&](IVeltModelSpace* s, IDispatch** o) { nk::Bstr cls(L"KxDbArcAlignedText"); return s->AddCustomObject(cls.get(), o); },
+         {{L"TextHeight", "#42"}, {L"WidthFactor", "#41"}, {L"OffsetFromArc", "#44"}, {L"OffsetFromLeft", "#46"},
+          {L"OffsetFromRight", "#45"}}},
         {L"IVeltLayer", __uuidof(IVeltLayer), "LAYER",
          [&](IVeltModelSpace*, IDispatch** o) { ComPtr<IVeltLayers> t; IVeltLayer* r = nullptr; HRESULT hr = database->get_Layers(t.put()); if (SUCCEEDED(hr)) hr = t->Add(probe.get(), &r); as(r, o); return hr; },
          {}},
@@ -454,8 +463,16 @@ TEST_F(DeclaredProperties, EveryPropertyIsSetReadAndRefusedThroughTheInterfaces)
         ASSERT_EQ(getByName(entity.get(), L"Layer", layer), S_OK);
         ASSERT_EQ(getByName(entity.get(), L"color", color), S_OK);
         const bool hasNormal = SUCCEEDED(getByName(entity.get(), L"Normal", normal));
-        std::string attrs;
+        std::string attrs, tags;
         for (const auto& [property, attribute] : kind.inFile) {
+            if (attribute[0] == '#') {
+                Value v;
+                ASSERT_EQ(getByName(entity.get(), property, v), S_OK);
+                std::string value;
+                for (double d : numbersOf(*v.get())) value += (value.empty() ? "" : ",") + number(d);
+                tags += (tags.empty() ? "" : "|") + attribute.substr(1) + "=" + value;
+                continue;
+            }
             Value v;
             ASSERT_EQ(getByName(entity.get(), property, v), S_OK);
             std::vector<double> n = numbersOf(*v.get());
@@ -488,6 +505,10 @@ TEST_F(DeclaredProperties, EveryPropertyIsSetReadAndRefusedThroughTheInterfaces)
                 if (V_BOOL(visible.get()) != VARIANT_TRUE) hidden |= 1 << edge;
             }
             attrs += ";invisible=" + std::to_string(hidden);
+        }
+        if (!tags.empty()) {
+            facts += "TAGS\t" + narrow(textOf(*handle.get())) + "\t" + kind.dxfType + "\tAcDbArcAlignedText\t" + tags + "\n";
+            continue;
         }
         facts += "ENTITY\t" + narrow(textOf(*handle.get())) + "\t" + kind.dxfType + "\t" +
                  narrow(textOf(*layer.get())) + "\t" + std::to_string(int(numbersOf(*color.get())[0])) + "\t" +

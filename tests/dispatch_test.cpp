@@ -80,6 +80,16 @@ std::vector<ComPtr<IDispatch>> makeDrawing(kx::VxDbDatabase& db)
         ComPtr<IVeltLWPolyline> e;
         keep(e, space->AddLightWeightPolyline(*pairs, e.put()));
     }
+    {
+        ComPtr<IVeltTolerance> e;
+        Value code = drawing::text(L"{\\Fgdt;j}%%v0.1");
+        keep(e, space->AddTolerance(V_BSTR(code.get()), *p1, *axis, e.put()));
+    }
+    {
+        ComPtr<IDispatch> e;
+        Value kind = drawing::text(L"KxDbArcAlignedText");
+        keep(e, space->AddCustomObject(V_BSTR(kind.get()), e.put()));
+    }
     objects.push_back(wrapper(db.layerTableId()));
     objects.push_back(space.as<IDispatch>());  // last: its factories add to both drawings alike
     return objects;

@@ -12,6 +12,7 @@
 #include "db/texts.h"
 #include "drawing_fixture.h"
 #include "dxf/dxffile.h"
+#include "frame/class_table.h"
 #include "services/hostservices.h"
 #include "members_gen.h"
 
@@ -309,4 +310,134 @@ TEST_F(Texts, InsertedBlocksGetTheirAttributes)
     ASSERT_TRUE(out);
     std::fwrite(facts.data(), 1, facts.size(), out);
     std::fclose(out);
+}
+
+// A tolerance reads its style until it has values of its own; refused values leave it as it
+// was, and its own values are there after the drawing is saved and read again.
+TEST_F(Texts, ToleranceOverridesItsDimensionStyle)
+{
+    ComPtr<IVeltTolerance> frame;
+    Value at = point(1, 2, 0), along = point(1, 0, 0);
+    BSTR code = SysAllocString(L"{\\Fgdt;j}%%v0.1");
+    ASSERT_EQ(modelSpace()->AddTolerance(code, *at, *along, frame.put()), S_OK);
+    SysFreeString(code);
+    double height = 0, scale = 0;
+    ASSERT_EQ(frame->get_TextHeight(&height), S_OK);
+    EXPECT_DOUBLE_EQ(height, 0.18);  // Standard's
+    ASSERT_EQ(frame->put_TextHeight(0.35), S_OK);
+    ASSERT_EQ(frame->put_ScaleFactor(2.0), S_OK);
+    ASSERT_EQ(frame->put_TextColor(vxRed), S_OK);
+    ASSERT_EQ(frame->put_DimensionLineColor(vxBlue), S_OK);
+    // Refused: the member's error, nothing changed.
+    EXPECT_TRUE(FAILED(frame->put_TextHeight(std::numeric_limits<double>::quiet_NaN())));
+    EXPECT_TRUE(FAILED(frame->put_TextHeight(0.0)));
+    EXPECT_TRUE(FAILED(frame->put_ScaleFactor(-1.0)));
+    EXPECT_EQ(frame->put_TextColor(static_cast<VxColor>(257)), E_INVALIDARG);
+    EXPECT_EQ(putByName(frame.get(), L"DimensionLineColor", *number(-1)), E_INVALIDARG);
+    BSTR missing = SysAllocString(L"No such style");
+    EXPECT_TRUE(FAILED(frame->put_TextStyle(missing)));
+    SysFreeString(missing);
+    ASSERT_EQ(frame->get_TextHeight(&height), S_OK);
+    ASSERT_EQ(frame->get_ScaleFactor(&scale), S_OK);
+    EXPECT_DOUBLE_EQ(height, 0.35);
+    EXPECT_DOUBLE_EQ(scale, 2.0);
+    VxColor text = vxByBlock, lines = vxByBlock;
+    ASSERT_EQ(frame->get_TextColor(&text), S_OK);
+    ASSERT_EQ(frame->get_DimensionLineColor(&lines), S_OK);
+    EXPECT_EQ(text, vxRed);
+    EXPECT_EQ(lines, vxBlue);
+    BSTR style = nullptr;
+    ASSERT_EQ(frame->get_TextStyle(&style), S_OK);
+    EXPECT_STREQ(style, L"Standard");
+    SysFreeString(style);
+
+    std::string file;
+    ASSERT_EQ(kx::vxdbWriteDxf(db.get(), file), kx::Velt::eOk);
+    std::unique_ptr<kx::VxDbDatabase> back(new kx::VxDbDatabase(false));
+    ASSERT_EQ(kx::vxdbReadDxf(back.get(), file), kx::Velt::eOk);
+    kx::VxDbObjectId again;
+    ASSERT_EQ(back->getVxDbObjectId(again, false, idOf(frame.get()).handle()), kx::Velt::eOk);
+    kx::VxDbObjectPointer<kx::VxDbFcf> read(again, kx::VxDb::kForRead);
+    ASSERT_TRUE(read);
+    EXPECT_DOUBLE_EQ(read->textHeight(), 0.35);
+    EXPECT_EQ(read->textColor(), 1);
+    EXPECT_EQ(read->dimensionLineColor(), 5);
+}
+
+// Text along an arc follows the arc it is given; anything that is no arc of the drawing, and
+// an alignment it does not have, are refused and change nothing.
+TEST_F(Texts, ArcTextTakesItsArc)
+{
+    ComPtr<IDispatch> made;
+    BSTR kind = SysAllocString(L"KxDbArcAlignedText");
+    ASSERT_EQ(modelSpace()->AddCustomObject(kind, made.put()), S_OK);
+    SysFreeString(kind);
+    ComPtr<IArcTextObj> text = made.as<IArcTextObj>();
+    ASSERT_TRUE(text);
+    ComPtr<IVeltArc> none;
+    ASSERT_EQ(text->get_Arc(none.put()), S_OK);
+    EXPECT_FALSE(none);
+
+    ComPtr<IVeltArc> arc;
+    Value center = point(5, 5, 0);
+    ASSERT_EQ(modelSpace()->AddArc(*center, 3.0, 0.0, 3.0, arc.put()), S_OK);
+    ASSERT_EQ(text->putref_Arc(arc.get()), S_OK);
+    ComPtr<IVeltArc> back;
+    ASSERT_EQ(text->get_Arc(back.put()), S_OK);
+    ASSERT_TRUE(back);
+    EXPECT_EQ(idOf(back.get()), idOf(arc.get()));
+
+    ComPtr<IVeltLine> line = addLine({0, 0, 0}, {1, 0, 0});
+    EXPECT_EQ(text->putref_Arc(reinterpret_cast<IVeltArc*>(line.get())), E_INVALIDARG);
+    EXPECT_EQ(text->putref_Arc(nullptr), E_INVALIDARG);
+    ASSERT_EQ(text->get_Arc(back.put()), S_OK);
+    EXPECT_EQ(idOf(back.get()), idOf(arc.get()));
+
+    ASSERT_EQ(text->put_Alignment(vxCenterAlignment), S_OK);
+    EXPECT_EQ(text->put_Alignment(static_cast<VxTextAlignmentType>(3)), E_INVALIDARG);
+    VxTextAlignmentType alignment = vxLeftAlignment;
+    ASSERT_EQ(text->get_Alignment(&alignment), S_OK);
+    EXPECT_EQ(alignment, vxCenterAlignment);
+    EXPECT_TRUE(FAILED(text->put_TextHeight(-1.0)));
+    BSTR style = SysAllocString(L"Standard"), missing = SysAllocString(L"No such style");
+    ASSERT_EQ(text->put_TextStyleName(style), S_OK);
+    EXPECT_TRUE(FAILED(text->put_TextStyleName(missing)));
+    SysFreeString(style);
+    SysFreeString(missing);
+    BSTR name = nullptr;
+    ASSERT_EQ(text->get_TextStyleName(&name), S_OK);
+    EXPECT_STREQ(name, L"Standard");
+    SysFreeString(name);
+
+    // Erased, the arc is gone; the text stays.
+    ASSERT_EQ(arc->Delete(), S_OK);
+    ASSERT_EQ(text->get_Arc(back.put()), S_OK);
+    EXPECT_FALSE(back);
+}
+
+// No reference of the host hands out a dynamic-block property; one made otherwise answers as
+// the property of a static block.
+TEST_F(Texts, DynamicBlockPropertyOfAStaticBlock)
+{
+    ComPtr<IVeltDynamicBlockReferenceProperty> property;
+    ASSERT_EQ(nk::createInstance(CLSID_VeltDynamicBlockReferenceProperty, __uuidof(IVeltDynamicBlockReferenceProperty),
+                                 property.putVoid()),
+              S_OK);
+    VARIANT_BOOL readOnly = VARIANT_FALSE, show = VARIANT_TRUE;
+    ASSERT_EQ(property->get_ReadOnly(&readOnly), S_OK);
+    ASSERT_EQ(property->get_Show(&show), S_OK);
+    EXPECT_EQ(readOnly, VARIANT_TRUE);
+    EXPECT_EQ(show, VARIANT_FALSE);
+    Value values, value;
+    ASSERT_EQ(property->get_AllowedValues(values.get()), S_OK);
+    EXPECT_EQ(values.type(), VT_ARRAY | VT_VARIANT);
+    ASSERT_EQ(property->get_Value(value.get()), S_OK);
+    EXPECT_EQ(value.type(), VT_EMPTY);
+    EXPECT_TRUE(FAILED(property->put_Value(*real(1.0))));
+    VxDynamicBlockReferencePropertyUnitsType units = vxArea;
+    ASSERT_EQ(property->get_UnitsType(&units), S_OK);
+    EXPECT_EQ(units, vxNoUnits);
+    Value name;
+    ASSERT_EQ(drawing::invoke(property.get(), L"PropertyName", DISPATCH_PROPERTYGET, {}, &name), S_OK);
+    EXPECT_EQ(name.type(), VT_BSTR);
 }

@@ -1,6 +1,7 @@
 // Every runtime class of the host, so that the class dictionary knows them
 // all from the first look-up on.
 
+#include "db/arctext.h"
 #include "db/blocks.h"
 #include "db/database.h"
 #include "db/dictionary.h"
@@ -76,6 +77,7 @@ void registerHostClasses()
         VxDbMText::desc(),
         VxDbShape::desc(),
         VxDbFcf::desc(),
+        VxDbArcAlignedText::desc(),
         VxDbViewport::desc(),
     };
     (void)classes;

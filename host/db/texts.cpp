@@ -7,6 +7,7 @@
 
 #include "db/blocks.h"
 #include "db/database.h"
+#include "db/dimoverride.h"
 #include "db/internal.h"
 #include "db/strings.h"
 #include "ge/angle.h"
@@ -739,6 +740,69 @@ Velt::ErrorStatus VxDbFcf::setDirection(const VxGeVector3d& direction)
     return setField(mFields.direction, inPlane);
 }
 
+int16_t VxDbFcf::textColor() const
+{
+    return int16_t(vxdbDimVarInEffect(this, mFields.dimensionStyle, VxDbDimVar::kDimClrT).number);
+}
+
+Velt::ErrorStatus VxDbFcf::setTextColor(int16_t color)
+{
+    VxDbDimValue value;
+    value.number = color;
+    return vxdbSetDimOverride(this, VxDbDimVar::kDimClrT, value);
+}
+
+int16_t VxDbFcf::dimensionLineColor() const
+{
+    return int16_t(vxdbDimVarInEffect(this, mFields.dimensionStyle, VxDbDimVar::kDimClrD).number);
+}
+
+Velt::ErrorStatus VxDbFcf::setDimensionLineColor(int16_t color)
+{
+    VxDbDimValue value;
+    value.number = color;
+    return vxdbSetDimOverride(this, VxDbDimVar::kDimClrD, value);
+}
+
+VxDbObjectId VxDbFcf::textStyle() const
+{
+    return vxdbDimVarInEffect(this, mFields.dimensionStyle, VxDbDimVar::kDimTxSty).id;
+}
+
+Velt::ErrorStatus VxDbFcf::setTextStyle(VxDbObjectId style)
+{
+    VxDbDimValue value;
+    value.id = style;
+    return vxdbSetDimOverride(this, VxDbDimVar::kDimTxSty, value);
+}
+
+double VxDbFcf::textHeight() const
+{
+    return vxdbDimVarInEffect(this, mFields.dimensionStyle, VxDbDimVar::kDimTxt).number;
+}
+
+Velt::ErrorStatus VxDbFcf::setTextHeight(double height)
+{
+    // A style may say zero; a frame's own text needs a size.
+    if (!(height > 0.0))
+        return Velt::eOutOfRange;
+    VxDbDimValue value;
+    value.number = height;
+    return vxdbSetDimOverride(this, VxDbDimVar::kDimTxt, value);
+}
+
+double VxDbFcf::scaleFactor() const
+{
+    return vxdbDimVarInEffect(this, mFields.dimensionStyle, VxDbDimVar::kDimScale).number;
+}
+
+Velt::ErrorStatus VxDbFcf::setScaleFactor(double scale)
+{
+    VxDbDimValue value;
+    value.number = scale;
+    return vxdbSetDimOverride(this, VxDbDimVar::kDimScale, value);
+}
+
 Velt::ErrorStatus VxDbFcf::transformBy(const VxGeMatrix3d& xform)
 {
     if (Velt::ErrorStatus es = assertWriteEnabled())
@@ -759,11 +823,12 @@ Velt::ErrorStatus VxDbFcf::transformBy(const VxGeMatrix3d& xform)
 
 Velt::ErrorStatus VxDbFcf::getGeomExtents(VxGeExtents3d& extents) const
 {
-    // Cells of the standard dimension text height (0.18), the frame twice as high.
-    constexpr double kCell = 0.18;
-    const double w = double(std::max<size_t>(1, characterCount(mFields.text))) * kCell;
+    // Cells of the text height in effect, the frame twice as high; scale zero is one.
+    const double scale = scaleFactor();
+    const double cell = textHeight() * (scale > 0.0 ? scale : 1.0);
+    const double w = double(std::max<size_t>(1, characterCount(mFields.text))) * cell;
     const VxGeVector3d x = mFields.direction * w;
-    const VxGeVector3d y = mFields.normal.crossProduct(mFields.direction) * kCell;
+    const VxGeVector3d y = mFields.normal.crossProduct(mFields.direction) * cell;
     const VxGePoint3d& p = mFields.location;
     const VxGePoint3d corners[4] = {p - y, p + x - y, p + x + y, p + y};
     addCorners(extents, corners, mFields.normal, 0.0);

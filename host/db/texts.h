@@ -360,6 +360,20 @@ public:
     Velt::ErrorStatus setNormal(const VxGeVector3d& normal);
     Velt::ErrorStatus setDirection(const VxGeVector3d& direction);
 
+    // What the frame takes from its dimension style unless it overrides it (kept as the
+    // style overrides of drawing files): colours 0 ... 256 of the text and of the frames,
+    // the text style, the text height (above zero) and the overall scale (zero or more).
+    int16_t textColor() const;
+    Velt::ErrorStatus setTextColor(int16_t color);
+    int16_t dimensionLineColor() const;
+    Velt::ErrorStatus setDimensionLineColor(int16_t color);
+    VxDbObjectId textStyle() const;
+    Velt::ErrorStatus setTextStyle(VxDbObjectId style);
+    double textHeight() const;
+    Velt::ErrorStatus setTextHeight(double height);
+    double scaleFactor() const;
+    Velt::ErrorStatus setScaleFactor(double scale);
+
     Velt::ErrorStatus transformBy(const VxGeMatrix3d& xform) override;
     Velt::ErrorStatus getGeomExtents(VxGeExtents3d& extents) const override;
     Velt::ErrorStatus checkFields(uint64_t readMask);

@@ -6,6 +6,7 @@
 #include <set>
 #include <unordered_map>
 
+#include "db/arctext.h"
 #include "db/blocks.h"
 #include "db/database.h"
 #include "db/dictionary.h"
@@ -380,6 +381,9 @@ void Writer::classes()
             info = &o->classInfo();
         if (info && info->isSet() && !object->isErased())
             write(info->dxfName, info->cppName, info->appName, info->proxyFlags, info->wasProxy, info->isEntity);
+        // Described kinds whose records files declare as classes.
+        if (VxDbArcAlignedText::cast(object) && !object->isErased())
+            write("ARCALIGNEDTEXT", "AcDbArcAlignedText", "ArcAlignedText", 0, false, true);
     }
     mOut.text(0, "ENDSEC");
 }

@@ -6,6 +6,7 @@
 #include <set>
 
 #include "dxf_test_util.h"
+#include "db/arctext.h"
 #include "db/viewport.h"
 #include "db/polylines.h"
 #include "ge/matrix.h"
@@ -139,6 +140,18 @@ bool readableIn(std::wstring_view text, bool escapesReadable);
 void entityFacts(VxDbEntity* e, std::string& out, bool escapesReadable)
 {
     std::string type, attrs;
+    if (auto* arcText = VxDbArcAlignedText::cast(e)) {
+        // ezdxf keeps the record as its groups.
+        std::string tags = "42=" + num(arcText->textHeight()) + "|40=" + num(arcText->radius()) + "|10=" +
+                           vec(toOcs(arcText->center(), arcText->normal())) + "|72=" +
+                           std::to_string(arcText->alignment()) + "|70=" + (arcText->isReversed() ? "1" : "0");
+        if (!arcText->arcId().isNull())
+            tags += "|330=" + hex(arcText->arcId());
+        if (plain(arcText->textString()) && readableIn(arcText->textString(), escapesReadable))
+            tags += "|1=" + utf8(arcText->textString());
+        out += "TAGS\t" + hex(e->objectId()) + "\tARCALIGNEDTEXT\tAcDbArcAlignedText\t" + tags + "\n";
+        return;
+    }
     if (auto* line = VxDbLine::cast(e)) {
         type = "LINE";
         attrs = "start=" + vec(line->startPoint()) + ";end=" + vec(line->endPoint());
@@ -377,7 +390,28 @@ TEST(DxfEzdxf, TextsAndAttributedBlocksReadTheSame)
     shape->setPosition({2, 2, 0});
     shape->setSize(1.5);
     append(db, ms, shape);
-    append(db, ms, new VxDbFcf(L"{\\Fgdt;j}%%v0.1", {4, 4, 0}, VxGeVector3d::kZAxis, VxGeVector3d{0, 1, 0}));
+    {
+        // Text along an arc of the drawing, the arc named by handle.
+        auto* arc = new VxDbArc({10, 10, 0}, 5.0, 0.25, 2.5);
+        append(db, ms, arc);
+        auto* arcText = new VxDbArcAlignedText();
+        arcText->setTextString(L"Along the arc");
+        ASSERT_EQ(arcText->setArc(*arc), Velt::eOk);
+        ASSERT_EQ(arcText->setTextHeight(0.5), Velt::eOk);
+        ASSERT_EQ(arcText->setAlignment(VxDbArcAlignedText::kCenter), Velt::eOk);
+        arcText->setReversed(true);
+        append(db, ms, arcText);
+    }
+    {
+        // Its own text height, colours, scale and text style, over those of its style.
+        auto* fcf = new VxDbFcf(L"{\\Fgdt;j}%%v0.1", {4, 4, 0}, VxGeVector3d::kZAxis, VxGeVector3d{0, 1, 0});
+        ASSERT_EQ(fcf->setTextHeight(0.35), Velt::eOk);
+        ASSERT_EQ(fcf->setTextColor(1), Velt::eOk);
+        ASSERT_EQ(fcf->setDimensionLineColor(5), Velt::eOk);
+        ASSERT_EQ(fcf->setScaleFactor(2.0), Velt::eOk);
+        VxDbObjectPointer<VxDbFcf> appended(append(db, ms, fcf), VxDb::kForWrite);
+        ASSERT_EQ(appended->setTextStyle(notes), Velt::eOk);
+    }
 
     auto* definition = new VxDbAttributeDefinition();
     definition->setTag(L"ROOM");

@@ -23,6 +23,8 @@ EXPECTED holds one fact per line, fields separated by tabs:
   MTEXTATTR <handle> <attachment> <plain text>      (a multiline attribute and its text)
   LAYOUT <name> <tab order> <attr>=<value>;...      (the LAYOUT object's plot settings)
   VIEWPORT <handle> <scale> <frozen layer>,...     (scale: sheet height over view height)
+  TAGS   <handle> <type> <subclass> <code>=<value>|... (a record ezdxf keeps as its tags: the
+                                      first group of each code in that subclass)
 Exit status 0 when the audit finds no error and every fact holds.
 """
 
@@ -122,6 +124,22 @@ def check(path, expected_path):
                     actual = getattr(e.dxf, name, None)  # the format's default when not written
                     if actual is None or not same(actual, parse_value(value)):
                         problems.append(f"{handle}: {name} is {actual}, not {value}")
+        elif kind == "TAGS":
+            handle, dxftype, subclass = fact[1:4]
+            e = db.get(handle)
+            if e is None or e.dxftype() != dxftype or not hasattr(e, "xtags"):
+                problems.append(f"{handle}: no {dxftype} kept as tags")
+                continue
+            try:
+                tags = e.xtags.get_subclass(subclass)
+            except ezdxf.DXFKeyError:
+                problems.append(f"{handle}: no subclass {subclass}")
+                continue
+            for item in (fact[4].split("|") if len(fact) > 4 and fact[4] else []):
+                code, value = item.split("=", 1)
+                found = [t.value for t in tags if t.code == int(code)]
+                if not found or not tag_value_matches(int(code), found[0], value):
+                    problems.append(f"{handle}: group {code} is {found[:1]}, not {value}")
         elif kind == "MTEXTATTR":
             e = db.get(fact[1])
             if e is None or not e.has_embedded_mtext_entity:
