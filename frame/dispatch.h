@@ -112,6 +112,22 @@ inline bool readText(const VARIANT& arg, BSTR& out)
 }
 // A VARIANT given by value is passed as it is (the member only reads it); references and
 // missing arguments are the type information's to resolve.
+// An object argument, or none: its reference for the interface goes to out. Taken here
+// because the type information's path keeps that reference when the call fails.
+inline bool readObject(const VARIANT& arg, REFIID iid, void** out)
+{
+    const VARIANT& v = plain(arg);
+    IUnknown* object = nullptr;
+    switch (V_VT(&v)) {
+    case VT_DISPATCH: object = V_DISPATCH(&v); break;
+    case VT_UNKNOWN: object = V_UNKNOWN(&v); break;
+    case VT_DISPATCH | VT_BYREF: object = V_DISPATCHREF(&v) ? *V_DISPATCHREF(&v) : nullptr; break;
+    case VT_UNKNOWN | VT_BYREF: object = V_UNKNOWNREF(&v) ? *V_UNKNOWNREF(&v) : nullptr; break;
+    default: return false;
+    }
+    *out = nullptr;
+    return !object || SUCCEEDED(object->QueryInterface(iid, out));
+}
 inline bool readVariant(const VARIANT& arg, VARIANT& out)
 {
     if (V_VT(&arg) & VT_BYREF) return false;
