@@ -245,6 +245,27 @@ HRESULT addLightWeightPolyline(VxAxObjectRef& block, IDispatch* app, VARIANT Ver
     });
 }
 
+// Vertices as one flat array of x, y, z triples: at least two, else E_INVALIDARG. They are
+// points of the polyline's plane (the block's normal): x and y place each vertex, the first
+// one's z is the elevation.
+HRESULT addPolyline(VxAxObjectRef& block, IDispatch* app, VARIANT VerticesList, IVeltPolyline** polyline)
+{
+    std::vector<VxGePoint3d> vertices;
+    if (HRESULT hr = takeArguments(polyline, [&] { vertices = conv::Points::in(VerticesList); }); FAILED(hr))
+        return hr;
+    if (vertices.size() < 2) return E_INVALIDARG;
+    for (const VxGePoint3d& p : vertices)
+        if (!std::isfinite(p.x) || !std::isfinite(p.y) || !std::isfinite(p.z)) return E_INVALIDARG;
+    return appendEntity(block, app, polyline, [&](VxDbBlockTableRecord& record) {
+        auto made = newEntity<kx::VxDb2dPolyline>(record);
+        check(made->setNormal(blockNormal(record)));
+        check(made->setElevation(vertices.front().z));
+        for (const VxGePoint3d& p : vertices)
+            check(made->appendVertex(std::make_unique<kx::VxDb2dVertex>(p)));
+        return NewEntity(std::move(made));
+    });
+}
+
 // Any entity class of the runtime, by its name ("KxDbLine"): an unknown name, a name that is
 // not a class, a class that makes nothing or makes no entity is refused.
 HRESULT addCustomObject(VxAxObjectRef& block, IDispatch* app, BSTR ClassName, IDispatch** object)

@@ -2,6 +2,7 @@
 // the per-vertex members whose index is taken as given, and explode. The plain members are
 // declared in entities/polylines.members.
 #include <cmath>
+#include <memory>
 #include <vector>
 
 #include "containers/append.h"
@@ -203,6 +204,152 @@ HRESULT explode(VxAxObjectRef& ref, IDispatch* app, VARIANT* entities)
             owner = entity->ownerId();
         }
         return appendWithWrappers(owner, std::move(made), app, entities);
+    });
+}
+
+// ---- 2D polyline ----
+
+namespace {
+
+template <class Change>
+HRESULT change2d(VxAxObjectRef& ref, Change&& change)
+{
+    return guarded(__uuidof(IVeltPolyline), [&]() -> HRESULT {
+        kx::VxAxDocLock lock(ref.objectId(), kx::VxAxDocLock::kWrite);
+        check(lock.lockStatus());
+        OpenedObject<kx::VxDb2dPolyline> polyline(ref, kx::VxDb::kForWrite);
+        change(*polyline.orThrow());
+        return S_OK;
+    });
+}
+
+template <class Read>
+HRESULT read2d(VxAxObjectRef& ref, Read&& read)
+{
+    return guarded(__uuidof(IVeltPolyline), [&]() -> HRESULT {
+        OpenedObject<kx::VxDb2dPolyline> polyline(ref, kx::VxDb::kForRead);
+        read(static_cast<const kx::VxDb2dPolyline&>(*polyline.orThrow()));
+        return S_OK;
+    });
+}
+
+kx::VxGePoint3d finitePoint3(const VARIANT& v)
+{
+    const kx::VxGePoint3d p = conv::Point::in(v);
+    if (!std::isfinite(p.x) || !std::isfinite(p.y) || !std::isfinite(p.z)) throw E_INVALIDARG;
+    return p;
+}
+
+// The vertices a user gave, as the vertex iterator walks them: fitted ones are left out.
+std::vector<kx::VxGePoint3d> givenVertices(const kx::VxDb2dPolyline& polyline)
+{
+    std::vector<kx::VxGePoint3d> points;
+    for (auto it = polyline.vertexIterator(); !it->done(); it->step()) {
+        const auto* vertex = kx::VxDb2dVertex::cast(it->vertex());
+        if (vertex && vertex->vertexType() < kx::VxDb::k2dSplineFitVertex) points.push_back(vertex->position());
+    }
+    return points;
+}
+
+}  // namespace
+
+HRESULT coordinates2d(VxAxObjectRef& ref, VARIANT* coordinates)
+{
+    if (!coordinates) return E_POINTER;
+    return read2d(ref, [&](const kx::VxDb2dPolyline& polyline) {
+        VARIANT made;
+        VariantInit(&made);
+        conv::Points::out(givenVertices(polyline), &made);
+        *coordinates = made;
+    });
+}
+
+// x and y of each triple place a vertex in the polyline's plane; its elevation stays. Kept
+// vertices keep their bulges and widths, new ones come plain, the list shortens from the end.
+HRESULT setCoordinates2d(VxAxObjectRef& ref, VARIANT coordinates)
+{
+    std::vector<kx::VxGePoint2d> points;
+    if (HRESULT hr = guarded(__uuidof(IVeltPolyline), [&] {
+            for (const kx::VxGePoint3d& p : conv::Points::in(coordinates)) {
+                if (!std::isfinite(p.x) || !std::isfinite(p.y) || !std::isfinite(p.z)) throw E_INVALIDARG;
+                points.push_back({p.x, p.y});
+            }
+            return S_OK;
+        });
+        FAILED(hr))
+        return hr;
+    return change2d(ref, [&](kx::VxDb2dPolyline& polyline) { check(polyline.setControlPoints(points)); });
+}
+
+HRESULT coordinate2d(VxAxObjectRef& ref, int index, VARIANT* point)
+{
+    if (!point) return E_POINTER;
+    return read2d(ref, [&](const kx::VxDb2dPolyline& polyline) {
+        const std::vector<kx::VxGePoint3d> points = givenVertices(polyline);
+        if (index < 0 || size_t(index) >= points.size()) throw kx::Velt::eInvalidIndex;
+        VARIANT made;
+        VariantInit(&made);
+        conv::Point::out(points[size_t(index)], &made);
+        *point = made;
+    });
+}
+
+HRESULT setCoordinate2d(VxAxObjectRef& ref, int index, VARIANT point)
+{
+    kx::VxGePoint3d p;
+    if (HRESULT hr = guarded(__uuidof(IVeltPolyline), [&] { p = finitePoint3(point); return S_OK; }); FAILED(hr))
+        return hr;
+    return change2d(ref, [&](kx::VxDb2dPolyline& polyline) { check(polyline.setControlPointAt(index, {p.x, p.y})); });
+}
+
+// A new plain vertex after the last one the user gave; the fit follows.
+HRESULT appendVertex2d(VxAxObjectRef& ref, VARIANT vertex)
+{
+    kx::VxGePoint3d p;
+    if (HRESULT hr = guarded(__uuidof(IVeltPolyline), [&] { p = finitePoint3(vertex); return S_OK; }); FAILED(hr))
+        return hr;
+    return change2d(ref, [&](kx::VxDb2dPolyline& polyline) {
+        check(polyline.appendVertex(std::make_unique<kx::VxDb2dVertex>(p, 0.0, polyline.defaultStartWidth(),
+                                                                       polyline.defaultEndWidth())));
+    });
+}
+
+HRESULT bulge2d(VxAxObjectRef& ref, int index, double* bulge)
+{
+    if (!bulge) return E_POINTER;
+    *bulge = 0.0;
+    return read2d(ref, [&](const kx::VxDb2dPolyline& polyline) { polyline.getBulgeAt(index, *bulge); });
+}
+
+HRESULT setBulge2d(VxAxObjectRef& ref, int index, double bulge)
+{
+    return change2d(ref, [&](kx::VxDb2dPolyline& polyline) { polyline.setBulgeAt(index, bulge); });
+}
+
+HRESULT widths2d(VxAxObjectRef& ref, int index, double* startWidth, double* endWidth)
+{
+    if (!startWidth || !endWidth) return E_POINTER;
+    *startWidth = *endWidth = 0.0;
+    return read2d(ref,
+                  [&](const kx::VxDb2dPolyline& polyline) { polyline.getWidthsAt(index, *startWidth, *endWidth); });
+}
+
+HRESULT setWidths2d(VxAxObjectRef& ref, int index, double startWidth, double endWidth)
+{
+    return change2d(ref, [&](kx::VxDb2dPolyline& polyline) { polyline.setWidthsAt(index, startWidth, endWidth); });
+}
+
+HRESULT type2d(VxAxObjectRef& ref, VxPolylineType* type)
+{
+    if (!type) return E_POINTER;
+    return read2d(ref, [&](const kx::VxDb2dPolyline& polyline) { *type = VxPolylineType(polyline.polyType()); });
+}
+
+HRESULT setType2d(VxAxObjectRef& ref, VxPolylineType type)
+{
+    return change2d(ref, [&](kx::VxDb2dPolyline& polyline) {
+        polyline.setPolyType(kx::VxDb::Poly2dType(type));
+        polyline.convertToPolyType(kx::VxDb::Poly2dType(type));
     });
 }
 

@@ -291,6 +291,7 @@ TEST_F(DeclaredProperties, EveryPropertyIsSetReadAndRefusedThroughTheInterfaces)
           p4 = drawing::point(0, 3, 1), axis = drawing::point(5, 0, 0);
     Value corners = doubles({0, 0, 0, 1, 0, 0, 1, 1, 0, 0, 1, 0});
     Value pairs = doubles({0, 0, 4, 0, 4, 3});
+    Value triples = doubles({0, 0, 0, 4, 0, 0, 4, 3, 0});
     const std::unique_ptr<OLECHAR, decltype(&SysFreeString)> label(SysAllocString(L"Room 12"), &SysFreeString);
     auto as = [](auto* typed, IDispatch** out) {
         if (!typed) return;
@@ -338,6 +339,9 @@ TEST_F(DeclaredProperties, EveryPropertyIsSetReadAndRefusedThroughTheInterfaces)
         {L"IVeltLWPolyline", __uuidof(IVeltLWPolyline), "LWPOLYLINE",
          [&](IVeltModelSpace* s, IDispatch** o) { IVeltLWPolyline* e = nullptr; HRESULT hr = s->AddLightWeightPolyline(*pairs, &e); as(e, o); return hr; },
          {{L"Normal", "extrusion"}, {L"Thickness", "thickness"}, {L"ConstantWidth", "const_width"}, {L"Elevation", "elevation"}}},
+        {L"IVeltPolyline", __uuidof(IVeltPolyline), "POLYLINE",
+         [&](IVeltModelSpace* s, IDispatch** o) { IVeltPolyline* e = nullptr; HRESULT hr = s->AddPolyline(*triples, &e); as(e, o); return hr; },
+         {{L"Normal", "extrusion"}, {L"Thickness", "thickness"}, {L"ConstantWidth", "default_start_width"}}},
         {L"IVeltText", __uuidof(IVeltText), "TEXT",
          [&](IVeltModelSpace* s, IDispatch** o) { IVeltText* e = nullptr; HRESULT hr = s->AddText(label.get(), *p1, 2.0, &e); as(e, o); return hr; },
          {{L"InsertionPoint", "@insert"}, {L"Height", "height"}, {L"Rotation", "°rotation"}, {L"ScaleFactor", "width"},

@@ -238,6 +238,103 @@ TEST_F(Polylines, AreaLengthOffsetAndExplodeCountTheArcs)
     EXPECT_EQ(vertices(polyline.get()).size(), 20u);
 }
 
+// ---- 2D polylines ----
+
+// Fitting adds vertices; the client sees only those it gave, three doubles each, and an
+// index past them is the host's invalid index raised.
+TEST_F(Polylines, TwoDimensionalPolylinesShowTheGivenVertices)
+{
+    ComPtr<IVeltModelSpace> space = modelSpace();
+    ComPtr<IVeltPolyline> polyline;
+    Value list = doubles({0, 0, 0, 4, 3, 0, 8, 0, 0, 12, 3, 0});
+    ASSERT_EQ(space->AddPolyline(*list, polyline.put()), S_OK);
+    IDispatch* d = polyline.get();
+    const std::vector<double> given{0, 0, 0, 4, 3, 0, 8, 0, 0, 12, 3, 0};
+    EXPECT_EQ(get(d, L"Coordinates"), given);
+    auto hostVertices = [&] {
+        kx::VxDbObjectPointer<kx::VxDb2dPolyline> p(idOf(polyline.get()), kx::VxDb::kForRead);
+        return p.openStatus() == kx::Velt::eOk ? p->vertexCount() : -1;
+    };
+
+    Value fit = integer(vxFitCurvePoly);
+    ASSERT_EQ(invoke(d, L"Type", DISPATCH_PROPERTYPUT, {fit.get()}), S_OK);
+    VxPolylineType type = vxSimplePoly;
+    ASSERT_EQ(polyline->get_Type(&type), S_OK);
+    EXPECT_EQ(type, vxFitCurvePoly);
+    EXPECT_EQ(hostVertices(), 7);  // recorded and performed
+    EXPECT_EQ(get(d, L"Coordinates"), given);
+    Value three = integer(3), four = integer(4);
+    EXPECT_EQ(get(d, L"Coordinate", {three.get()}), (std::vector<double>{12, 3, 0}));
+    Value ignored;
+    EXPECT_TRUE(FAILED(invoke(d, L"Coordinate", DISPATCH_PROPERTYGET, {four.get()}, &ignored)));
+    EXPECT_GT(get(d, L"Length")[0], 3 * 5.0);
+
+    Value cubic = integer(vxCubicSplinePoly);
+    ASSERT_EQ(invoke(d, L"Type", DISPATCH_PROPERTYPUT, {cubic.get()}), S_OK);
+    EXPECT_GT(hostVertices(), 8);
+    EXPECT_EQ(get(d, L"Coordinates"), given);
+    // A type the host has not: S_OK, nothing changed.
+    Value strange = integer(9);
+    EXPECT_EQ(invoke(d, L"Type", DISPATCH_PROPERTYPUT, {strange.get()}), S_OK);
+    ASSERT_EQ(polyline->get_Type(&type), S_OK);
+    EXPECT_EQ(type, vxCubicSplinePoly);
+    Value more = doubles({16, 0, 0});
+    ASSERT_EQ(invoke(d, L"AppendVertex", DISPATCH_METHOD, {more.get()}), S_OK);
+    EXPECT_EQ(get(d, L"Coordinates").size(), 15u);
+
+    // Refused arrays change nothing.
+    const int before = hostVertices();
+    Value odd = doubles({1, 2, 3, 4}), variants = doubles({1, 2, 3, 4, 5, 6}, VT_VARIANT),
+          notANumber = doubles({1, 2, 3, kNaN, 5, 6});
+    for (Value* bad : {&odd, &variants, &notANumber}) {
+        EXPECT_TRUE(FAILED(invoke(d, L"Coordinates", DISPATCH_PROPERTYPUT, {bad->get()})));
+        EXPECT_EQ(hostVertices(), before);
+    }
+    EXPECT_TRUE(FAILED(invoke(d, L"AppendVertex", DISPATCH_METHOD, {notANumber.get()})));
+    EXPECT_EQ(hostVertices(), before);
+
+    // Back to simple, then fewer vertices: the first ones stay.
+    Value simple = integer(vxSimplePoly), two = doubles({1, 1, 0, 2, 2, 0});
+    ASSERT_EQ(invoke(d, L"Type", DISPATCH_PROPERTYPUT, {simple.get()}), S_OK);
+    EXPECT_EQ(hostVertices(), 5);
+    ASSERT_EQ(invoke(d, L"Coordinates", DISPATCH_PROPERTYPUT, {two.get()}), S_OK);
+    EXPECT_EQ(get(d, L"Coordinates"), (std::vector<double>{1, 1, 0, 2, 2, 0}));
+
+    // The factory wants two points.
+    LONG count = 0, after = 0;
+    ASSERT_EQ(space->get_Count(&count), S_OK);
+    Value one = doubles({1, 2, 3});
+    IVeltPolyline* made = nullptr;
+    EXPECT_EQ(space->AddPolyline(*one, &made), E_INVALIDARG);
+    EXPECT_EQ(made, nullptr);
+    ASSERT_EQ(space->get_Count(&after), S_OK);
+    EXPECT_EQ(after, count);
+}
+
+// The same figure as a lightweight polyline: the same area and length, to the last bits.
+TEST_F(Polylines, TwoDimensionalAreaAndLengthCountTheArcs)
+{
+    ComPtr<IVeltPolyline> polyline;
+    Value list = doubles({0, 0, 0, 10, 0, 0, 10, 4, 0, 0, 4, 0});
+    ASSERT_EQ(modelSpace()->AddPolyline(*list, polyline.put()), S_OK);
+    IDispatch* d = polyline.get();
+    const double theta = kPi / 4;
+    Value one = integer(1), two = integer(2), half = real(1.0), eighth = real(std::tan(theta / 4));
+    ASSERT_EQ(invoke(d, L"SetBulge", DISPATCH_METHOD, {one.get(), half.get()}), S_OK);
+    ASSERT_EQ(invoke(d, L"SetBulge", DISPATCH_METHOD, {two.get(), eighth.get()}), S_OK);
+    ASSERT_EQ(polyline->put_Closed(VARIANT_TRUE), S_OK);
+    const double r = 10.0 / (2.0 * std::sin(theta / 2));
+    const double area = 40.0 + kPi * 2.0 * 2.0 / 2.0 + r * r / 2.0 * (theta - std::sin(theta));
+    const double length = 10.0 + kPi * 2.0 + r * theta + 4.0;
+    EXPECT_NEAR(get(d, L"Area")[0], area, 1e-12 * area);
+    EXPECT_NEAR(get(d, L"Length")[0], length, 1e-12 * length);
+    EXPECT_NEAR(get(d, L"GetBulge", {one.get()})[0], 1.0, 0.0);
+    Value pieces;
+    ASSERT_EQ(invoke(d, L"Explode", DISPATCH_METHOD, {}, &pieces), S_OK);
+    ASSERT_EQ(V_VT(pieces.get()), VT_ARRAY | VT_VARIANT);
+    EXPECT_EQ(V_ARRAY(pieces.get())->rgsabound[0].cElements, 4u);
+}
+
 }  // namespace
 
 namespace {

@@ -4,7 +4,9 @@
 #include <charconv>
 #include <cmath>
 
+#include "db/database.h"
 #include "db/entities.h"
+#include "dxf/dxffields.h"
 #include "dxf/dxfstream.h"
 
 namespace kx {
@@ -338,12 +340,15 @@ Velt::ErrorStatus VxDbPolyline::getOffsetCurves(double distance, std::vector<VxD
     return Velt::eOk;
 }
 
-Velt::ErrorStatus VxDbPolyline::explode(std::vector<VxDbEntity*>& entities) const
+namespace {
+
+// Lines and arcs of bulge vertices in the plane of the matrix, with the entity's properties.
+void explodeBulges(const std::vector<VxGeBulgeVertex>& vertices, bool closed, const VxGeMatrix3d& world,
+                   const VxGeVector3d& normal, double thickness, const VxDbEntity& from,
+                   std::vector<VxDbEntity*>& entities)
 {
-    const std::vector<VxGeBulgeVertex> vertices = bulgeVertices();
     const size_t n = vertices.size();
-    const size_t segments = n < 2 ? 0 : (isClosed() ? n : n - 1);
-    const VxGeMatrix3d world = planeToWorld();
+    const size_t segments = n < 2 ? 0 : (closed ? n : n - 1);
     auto at = [&](const VxGePoint2d& p) { return world.transform(VxGePoint3d{p.x, p.y, 0.0}); };
     std::vector<std::unique_ptr<VxDbEntity>> made;
     for (size_t i = 0; i < segments; ++i) {
@@ -357,32 +362,31 @@ Velt::ErrorStatus VxDbPolyline::explode(std::vector<VxDbEntity*>& entities) cons
         if (vxgeBulgeArc(p0, p1, vertices[i].bulge, center, radius)) {
             // Arcs run counter-clockwise: a clockwise segment is the arc from its end to its start.
             const bool ccw = vertices[i].bulge > 0.0;
-            const VxGePoint2d& from = ccw ? p0 : p1;
-            const VxGePoint2d& to = ccw ? p1 : p0;
-            auto arc = std::make_unique<VxDbArc>(at(center), mFields.normal, radius,
-                                                 std::atan2(from.y - center.y, from.x - center.x),
-                                                 std::atan2(to.y - center.y, to.x - center.x));
-            arc->setThickness(mFields.thickness);
+            const VxGePoint2d& a = ccw ? p0 : p1;
+            const VxGePoint2d& b = ccw ? p1 : p0;
+            auto arc = std::make_unique<VxDbArc>(at(center), normal, radius, std::atan2(a.y - center.y, a.x - center.x),
+                                                 std::atan2(b.y - center.y, b.x - center.x));
+            arc->setThickness(thickness);
             piece = std::move(arc);
         } else {
             auto line = std::make_unique<VxDbLine>(at(p0), at(p1));
-            line->setNormal(mFields.normal);
-            line->setThickness(mFields.thickness);
+            line->setNormal(normal);
+            line->setThickness(thickness);
             piece = std::move(line);
         }
-        piece->setPropertiesFrom(this);
+        piece->setPropertiesFrom(&from);
         made.push_back(std::move(piece));
     }
     for (auto& entity : made)
         entities.push_back(entity.release());
-    return Velt::eOk;
 }
 
-bool VxDbPolyline::getGeCurves(std::vector<std::unique_ptr<VxGeCurve3d>>& curves, bool extended) const
+// The bulge polyline's curves, reaching on at the ends of an open one when extended.
+void bulgeCurves(const std::vector<VxGeBulgeVertex>& vertices, bool closed, const VxGeMatrix3d& world,
+                 const VxGeVector3d& normal, bool extended, std::vector<std::unique_ptr<VxGeCurve3d>>& curves)
 {
-    curves = vxgeBulgePolylineCurves(bulgeVertices(), isClosed(), planeToWorld(), mFields.normal);
-    if (extended && !isClosed() && !curves.empty()) {
-        // An open polyline reaches on at its ends: the end pieces as far as they go.
+    curves = vxgeBulgePolylineCurves(vertices, closed, world, normal);
+    if (extended && !closed && !curves.empty()) {
         for (size_t i : {size_t(0), curves.size() - 1}) {
             if (auto* line = dynamic_cast<VxGeLineSeg3d*>(curves[i].get()))
                 curves[i] = std::make_unique<VxGeLine3d>(VxGeLine3d::through(line->startPoint(), line->endPoint()));
@@ -390,6 +394,19 @@ bool VxDbPolyline::getGeCurves(std::vector<std::unique_ptr<VxGeCurve3d>>& curves
                 curves[i] = std::make_unique<VxGeCircArc3d>(arc->center(), arc->normal(), arc->radius());
         }
     }
+}
+
+}  // namespace
+
+Velt::ErrorStatus VxDbPolyline::explode(std::vector<VxDbEntity*>& entities) const
+{
+    explodeBulges(bulgeVertices(), isClosed(), planeToWorld(), mFields.normal, mFields.thickness, *this, entities);
+    return Velt::eOk;
+}
+
+bool VxDbPolyline::getGeCurves(std::vector<std::unique_ptr<VxGeCurve3d>>& curves, bool extended) const
+{
+    bulgeCurves(bulgeVertices(), isClosed(), planeToWorld(), mFields.normal, extended, curves);
     return true;
 }
 
@@ -467,6 +484,552 @@ void VxDbPolyline::copyExtraData(const VxDbPolyline& other)
     mBulges = other.mBulges;
     mWidths = other.mWidths;
     mIdentifiers = other.mIdentifiers;
+}
+
+// ---- 2D polyline ----
+
+VX_RX_DEFINE_MEMBERS(VxDbVertex, VxDbObject, L"KxDbVertex", nullptr, nullptr)
+KX_DB_DEFINE_KIND(VxDb2dVertex, VxDbVertex, L"KxDb2dVertex", &vxrxCreateInstance<VxDb2dVertex>, L"", "AcDb2dVertex")
+KX_DB_DEFINE_KIND(VxDb2dPolyline, VxDbCurve, L"KxDb2dPolyline", &vxrxCreateInstance<VxDb2dPolyline>, L"POLYLINE",
+                  "AcDb2dPolyline")
+
+namespace {
+
+constexpr int16_t kCurveFitMade = 1, kTangentUsed = 2, kSplineFitMade = 8, kSplineControl = 16;
+constexpr int16_t kCurveFitted = 2, kSplineFitted = 4;
+// Flags of POLYLINE records that are not 2D polylines: 3D polyline, polygon mesh, polyface mesh.
+constexpr int16_t kNot2d = 8 | 16 | 64;
+// Fit vertices a polyline may get: each is an object.
+constexpr size_t kMaxFitVertices = 1u << 20;
+
+}  // namespace
+
+VxDb2dVertex::VxDb2dVertex(const VxGePoint3d& position, double bulge, double startWidth, double endWidth)
+{
+    mFields.position = position;
+    mFields.bulge = bulge;
+    mFields.startWidth = startWidth;
+    mFields.endWidth = endWidth;
+}
+
+VxDb::Vertex2dType VxDb2dVertex::vertexType() const
+{
+    const int16_t f = mFields.vertexFlags;
+    if (f & kCurveFitMade)
+        return VxDb::k2dCurveFitVertex;
+    if (f & kSplineFitMade)
+        return VxDb::k2dSplineFitVertex;
+    if (f & kSplineControl)
+        return VxDb::k2dSplineCtlVertex;
+    return VxDb::k2dVertex;
+}
+
+std::unique_ptr<VxDbVertexIterator> VxDb2dPolyline::vertexIterator() const
+{
+    std::vector<const VxDbVertex*> vertices;
+    vertices.reserve(mVertices.size());
+    for (const auto& v : mVertices)
+        vertices.push_back(v.get());
+    return std::make_unique<VxDbVertexIterator>(std::move(vertices));
+}
+
+const VxDb2dVertex* VxDb2dPolyline::vertexAt(int index) const
+{
+    return index >= 0 && index < vertexCount() ? mVertices[size_t(index)].get() : nullptr;
+}
+
+std::vector<VxDb2dVertex*> VxDb2dPolyline::controlVertices() const
+{
+    std::vector<VxDb2dVertex*> out;
+    for (const auto& v : mVertices) {
+        if (v->vertexType() < VxDb::k2dSplineFitVertex)
+            out.push_back(v.get());
+    }
+    return out;
+}
+
+int VxDb2dPolyline::numControlVerts() const { return int(controlVertices().size()); }
+
+std::vector<VxGePoint3d> VxDb2dPolyline::controlPoints() const
+{
+    std::vector<VxGePoint3d> points;
+    for (const VxDb2dVertex* v : controlVertices())
+        points.push_back(v->mFields.position);
+    return points;
+}
+
+Velt::ErrorStatus VxDb2dPolyline::appendVertex(std::unique_ptr<VxDb2dVertex> vertex)
+{
+    if (!vertex)
+        return Velt::eNullObjectPointer;
+    if (Velt::ErrorStatus es = assertWriteEnabled())
+        return es;
+    const VxDb2dVertex::Fields& f = vertex->mFields;
+    if (!fieldcheck::isFinite(f.position) || !std::isfinite(f.bulge) || !isWidth(f.startWidth) ||
+        !isWidth(f.endWidth) || f.startWidth < 0.0 || f.endWidth < 0.0)
+        return Velt::eInvalidInput;
+    const VxDb::Poly2dType type = polyType();
+    removeFit();
+    vertex->mFields.position.z = elevation();
+    vertex->mFields.vertexFlags = 0;
+    mVertices.push_back(std::move(vertex));
+    fit(type);
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDb2dPolyline::setControlPointAt(int index, const VxGePoint2d& point)
+{
+    if (Velt::ErrorStatus es = assertWriteEnabled())
+        return es;
+    std::vector<VxDb2dVertex*> control = controlVertices();
+    if (index < 0 || index >= int(control.size()))
+        return Velt::eInvalidIndex;
+    if (!std::isfinite(point.x) || !std::isfinite(point.y))
+        return Velt::eInvalidInput;
+    control[size_t(index)]->mFields.position = VxGePoint3d{point.x, point.y, elevation()};
+    return refit();
+}
+
+Velt::ErrorStatus VxDb2dPolyline::setControlPoints(const std::vector<VxGePoint2d>& points)
+{
+    if (Velt::ErrorStatus es = assertWriteEnabled())
+        return es;
+    for (const VxGePoint2d& p : points) {
+        if (!std::isfinite(p.x) || !std::isfinite(p.y))
+            return Velt::eInvalidInput;
+    }
+    const VxDb::Poly2dType type = polyType();
+    removeFit();
+    if (mVertices.size() > points.size())
+        mVertices.resize(points.size());
+    for (size_t i = 0; i < points.size(); ++i) {
+        const VxGePoint3d p{points[i].x, points[i].y, elevation()};
+        if (i < mVertices.size())
+            mVertices[i]->mFields.position = p;
+        else
+            mVertices.push_back(std::make_unique<VxDb2dVertex>(p, 0.0, mFields.defaultStartWidth, mFields.defaultEndWidth));
+    }
+    fit(type);
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDb2dPolyline::getBulgeAt(int index, double& bulge) const
+{
+    const std::vector<VxDb2dVertex*> control = controlVertices();
+    if (index < 0 || index >= int(control.size()))
+        return Velt::eInvalidIndex;
+    bulge = control[size_t(index)]->mFields.bulge;
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDb2dPolyline::setBulgeAt(int index, double bulge)
+{
+    if (Velt::ErrorStatus es = assertWriteEnabled())
+        return es;
+    const std::vector<VxDb2dVertex*> control = controlVertices();
+    if (index < 0 || index >= int(control.size()))
+        return Velt::eInvalidIndex;
+    if (!std::isfinite(bulge))
+        return Velt::eInvalidInput;
+    // A fitted curve decides its own bulges.
+    if (polyType() != VxDb::k2dSimplePoly)
+        return Velt::eNotApplicable;
+    control[size_t(index)]->mFields.bulge = bulge;
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDb2dPolyline::getWidthsAt(int index, double& startWidth, double& endWidth) const
+{
+    const std::vector<VxDb2dVertex*> control = controlVertices();
+    if (index < 0 || index >= int(control.size()))
+        return Velt::eInvalidIndex;
+    startWidth = control[size_t(index)]->mFields.startWidth;
+    endWidth = control[size_t(index)]->mFields.endWidth;
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDb2dPolyline::setWidthsAt(int index, double startWidth, double endWidth)
+{
+    if (Velt::ErrorStatus es = assertWriteEnabled())
+        return es;
+    const std::vector<VxDb2dVertex*> control = controlVertices();
+    if (index < 0 || index >= int(control.size()))
+        return Velt::eInvalidIndex;
+    if (!std::isfinite(startWidth) || !std::isfinite(endWidth) || startWidth < 0.0 || endWidth < 0.0)
+        return Velt::eInvalidInput;
+    control[size_t(index)]->mFields.startWidth = startWidth;
+    control[size_t(index)]->mFields.endWidth = endWidth;
+    return refit();
+}
+
+VxDb::Poly2dType VxDb2dPolyline::polyType() const
+{
+    if (mFields.polylineFlags & kSplineFitted)
+        return mFields.curveType == 5 ? VxDb::k2dQuadSplinePoly : VxDb::k2dCubicSplinePoly;
+    if (mFields.polylineFlags & kCurveFitted)
+        return VxDb::k2dFitCurvePoly;
+    return VxDb::k2dSimplePoly;
+}
+
+void VxDb2dPolyline::setFlags(int16_t flags, int16_t curveType)
+{
+    mFields.polylineFlags = int16_t((mFields.polylineFlags & ~(kCurveFitted | kSplineFitted)) | flags);
+    mFields.curveType = curveType;
+}
+
+Velt::ErrorStatus VxDb2dPolyline::setPolyType(VxDb::Poly2dType type)
+{
+    if (Velt::ErrorStatus es = assertWriteEnabled())
+        return es;
+    switch (type) {
+    case VxDb::k2dSimplePoly: setFlags(0, 0); break;
+    case VxDb::k2dFitCurvePoly: setFlags(kCurveFitted, 0); break;
+    case VxDb::k2dQuadSplinePoly: setFlags(kSplineFitted, 5); break;
+    case VxDb::k2dCubicSplinePoly: setFlags(kSplineFitted, 6); break;
+    default: return Velt::eInvalidInput;
+    }
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDb2dPolyline::convertToPolyType(VxDb::Poly2dType type)
+{
+    if (Velt::ErrorStatus es = assertWriteEnabled())
+        return es;
+    if (type < VxDb::k2dSimplePoly || type > VxDb::k2dCubicSplinePoly)
+        return Velt::eInvalidInput;
+    const bool wasCurveFit = polyType() == VxDb::k2dFitCurvePoly;
+    removeFit();
+    // Taking a curve fit away straightens its arcs.
+    if (wasCurveFit || type != VxDb::k2dSimplePoly) {
+        for (auto& v : mVertices)
+            v->mFields.bulge = 0.0;
+    }
+    fit(type);
+    return Velt::eOk;
+}
+
+void VxDb2dPolyline::removeFit()
+{
+    std::vector<std::unique_ptr<VxDb2dVertex>> kept;
+    for (auto& v : mVertices) {
+        const VxDb::Vertex2dType t = v->vertexType();
+        if (t == VxDb::k2dCurveFitVertex && !kept.empty())
+            kept.back()->mFields.endWidth = v->mFields.endWidth;  // the given vertex's own end width
+        if (t == VxDb::k2dSplineFitVertex || t == VxDb::k2dCurveFitVertex)
+            continue;
+        v->mFields.vertexFlags = 0;
+        v->mFields.tangent = 0.0;
+        kept.push_back(std::move(v));
+    }
+    mVertices = std::move(kept);
+    setFlags(0, 0);
+}
+
+void VxDb2dPolyline::fit(VxDb::Poly2dType type)
+{
+    const size_t n = mVertices.size();
+    if (type == VxDb::k2dSimplePoly || n < 2) {
+        setPolyType(type);
+        return;
+    }
+    const double z = elevation();
+    if (type == VxDb::k2dFitCurvePoly) {
+        std::vector<VxGePoint2d> points;
+        for (const auto& v : mVertices)
+            points.push_back({v->mFields.position.x, v->mFields.position.y});
+        const std::vector<VxGeFitVertex> fitted = vxgeCurveFit(points, isClosed());
+        std::vector<std::unique_ptr<VxDb2dVertex>> given = std::move(mVertices);
+        mVertices.clear();
+        size_t next = 0;
+        for (const VxGeFitVertex& f : fitted) {
+            std::unique_ptr<VxDb2dVertex> v;
+            if (!f.generated && next < given.size()) {
+                v = std::move(given[next++]);
+                v->mFields.vertexFlags = kTangentUsed;
+            } else {
+                // Halfway between the widths of the given vertex before it.
+                VxDb2dVertex* before = mVertices.empty() ? nullptr : mVertices.back().get();
+                const double s = before ? before->mFields.startWidth : 0.0;
+                const double e = before ? before->mFields.endWidth : 0.0;
+                const double mid = 0.5 * (s + e);
+                v = std::make_unique<VxDb2dVertex>(VxGePoint3d{}, 0.0, mid, e);
+                if (before)
+                    before->mFields.endWidth = mid;
+                v->mFields.vertexFlags = kCurveFitMade | kTangentUsed;
+            }
+            v->mFields.position = VxGePoint3d{f.vertex.point.x, f.vertex.point.y, z};
+            v->mFields.bulge = f.vertex.bulge;
+            v->mFields.tangent = vxgeNormalizeAngle(f.tangent);
+            mVertices.push_back(std::move(v));
+        }
+        setFlags(kCurveFitted, 0);
+        return;
+    }
+    const int degree = type == VxDb::k2dQuadSplinePoly ? 2 : 3;
+    int segments = 8;
+    if (VxDbDatabase* db = database())
+        segments = std::abs(int(db->splinesegs()));
+    segments = std::clamp(segments, 1, int(kMaxFitVertices / std::max<size_t>(n, 1) / 2));
+    std::vector<VxGePoint3d> control;
+    for (auto& v : mVertices) {
+        v->mFields.vertexFlags = kSplineControl;
+        v->mFields.bulge = 0.0;
+        control.push_back(v->mFields.position);
+    }
+    for (const VxGePoint3d& p : vxgeSplineFitPoints(control, isClosed(), degree, segments)) {
+        auto v = std::make_unique<VxDb2dVertex>(VxGePoint3d{p.x, p.y, z}, 0.0, mFields.defaultStartWidth,
+                                                mFields.defaultEndWidth);
+        v->mFields.vertexFlags = kSplineFitMade;
+        mVertices.push_back(std::move(v));
+    }
+    setFlags(kSplineFitted, int16_t(degree == 2 ? 5 : 6));
+}
+
+Velt::ErrorStatus VxDb2dPolyline::refit()
+{
+    const VxDb::Poly2dType type = polyType();
+    if (type == VxDb::k2dSimplePoly)
+        return Velt::eOk;
+    removeFit();
+    fit(type);
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDb2dPolyline::setElevation(double elevation)
+{
+    if (!std::isfinite(elevation))
+        return Velt::eInvalidInput;
+    if (Velt::ErrorStatus es = assertWriteEnabled())
+        return es;
+    mFields.elevationPoint.z = elevation;
+    for (auto& v : mVertices)
+        v->mFields.position.z = elevation;
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDb2dPolyline::setClosed(bool closed)
+{
+    if (Velt::ErrorStatus es = assertWriteEnabled())
+        return es;
+    if (closed == isClosed())
+        return Velt::eOk;
+    mFields.polylineFlags = int16_t(closed ? mFields.polylineFlags | 1 : mFields.polylineFlags & ~1);
+    return refit();
+}
+
+Velt::ErrorStatus VxDb2dPolyline::setLinetypeGeneration(bool on)
+{
+    return setField(mFields.polylineFlags,
+                    int16_t(on ? mFields.polylineFlags | 128 : mFields.polylineFlags & ~128));
+}
+
+Velt::ErrorStatus VxDb2dPolyline::setConstantWidth(double width)
+{
+    if (!std::isfinite(width) || width < 0.0)
+        return Velt::eInvalidInput;
+    if (Velt::ErrorStatus es = assertWriteEnabled())
+        return es;
+    mFields.defaultStartWidth = width;
+    mFields.defaultEndWidth = width;
+    for (auto& v : mVertices) {
+        v->mFields.startWidth = width;
+        v->mFields.endWidth = width;
+    }
+    return Velt::eOk;
+}
+
+std::vector<VxGeBulgeVertex> VxDb2dPolyline::bulgeVertices() const
+{
+    // A spline's curve runs through its fit points; without them, through its control points.
+    const bool splineFitted = std::any_of(mVertices.begin(), mVertices.end(), [](const auto& v) {
+        return v->vertexType() == VxDb::k2dSplineFitVertex;
+    });
+    std::vector<VxGeBulgeVertex> out;
+    for (const auto& v : mVertices) {
+        if (splineFitted && v->vertexType() == VxDb::k2dSplineCtlVertex)
+            continue;
+        out.push_back({VxGePoint2d{v->mFields.position.x, v->mFields.position.y}, v->mFields.bulge});
+    }
+    return out;
+}
+
+VxGeMatrix3d VxDb2dPolyline::planeToWorld() const
+{
+    return VxGeMatrix3d::planeToWorld(mFields.normal) * VxGeMatrix3d::translation(VxGeVector3d{0.0, 0.0, elevation()});
+}
+
+double VxDb2dPolyline::length() const { return vxgeBulgePolylineLength(bulgeVertices(), isClosed()); }
+
+Velt::ErrorStatus VxDb2dPolyline::getArea(double& area) const
+{
+    area = std::fabs(vxgeBulgePolylineSignedArea(bulgeVertices(), isClosed()));
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDb2dPolyline::transformBy(const VxGeMatrix3d& xform)
+{
+    if (Velt::ErrorStatus es = assertWriteEnabled())
+        return es;
+    const bool uniform = xform.isUniScaledOrtho();
+    const bool arcs = std::any_of(mVertices.begin(), mVertices.end(), [](const auto& v) { return v->mFields.bulge != 0.0; });
+    if (!uniform && arcs)
+        return Velt::eCannotScaleNonUniformly;
+    const VxGeVector3d normal = transformedNormal(xform, mFields.normal);
+    VxGeMatrix3d toPlane;
+    if (!VxGeMatrix3d::planeToWorld(normal).inverse(toPlane))
+        return Velt::eInvalidInput;
+    const VxGeMatrix3d old = planeToWorld();
+    const VxGeMatrix3d whole = toPlane * xform * old;
+    std::vector<VxGePoint3d> points(mVertices.size());
+    std::vector<double> tangents(mVertices.size());
+    for (size_t i = 0; i < mVertices.size(); ++i) {
+        const VxDb2dVertex::Fields& f = mVertices[i]->mFields;
+        const VxGePoint3d p = whole.transform(VxGePoint3d{f.position.x, f.position.y, 0.0});
+        if (!fieldcheck::isFinite(p))
+            return Velt::eInvalidInput;
+        points[i] = p;
+        const VxGeVector3d d = whole.transform(VxGeVector3d{std::cos(f.tangent), std::sin(f.tangent), 0.0});
+        tangents[i] = vxgeNormalizeAngle(std::atan2(d.y, d.x));
+    }
+    const double elevation =
+        points.empty() ? whole.transform(VxGePoint3d::kOrigin).z : points.front().z;
+    const bool mirrored = xform.det() < 0.0 && normal.dotProduct(xform.transform(mFields.normal)) > 0.0;
+    const double scale = uniform ? xform.scale() : 1.0;
+    for (size_t i = 0; i < mVertices.size(); ++i) {
+        VxDb2dVertex::Fields& f = mVertices[i]->mFields;
+        f.position = VxGePoint3d{points[i].x, points[i].y, elevation};
+        if (mirrored)
+            f.bulge = -f.bulge;
+        if (f.vertexFlags & kTangentUsed)
+            f.tangent = tangents[i];
+        f.startWidth *= scale;
+        f.endWidth *= scale;
+    }
+    mFields.defaultStartWidth *= scale;
+    mFields.defaultEndWidth *= scale;
+    mFields.thickness *= scale;
+    mFields.normal = normal;
+    mFields.elevationPoint.z = elevation;
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDb2dPolyline::getGeomExtents(VxGeExtents3d& extents) const
+{
+    const std::vector<VxGeBulgeVertex> vertices = bulgeVertices();
+    if (vertices.empty())
+        return Velt::eNotApplicable;
+    extents = VxGeExtents3d();
+    const VxGeMatrix3d world = planeToWorld();
+    for (const VxGeBulgeVertex& v : vertices)
+        extents.addPoint(world.transform(VxGePoint3d{v.point.x, v.point.y, 0.0}));
+    for (const auto& curve : vxgeBulgePolylineCurves(vertices, isClosed(), world, mFields.normal)) {
+        VxGeExtents3d piece;
+        if (curve->getExtents(piece))
+            extents.addExt(piece);
+    }
+    if (mFields.thickness != 0.0) {
+        const VxGeVector3d offset = mFields.normal * mFields.thickness;
+        VxGeExtents3d shifted(extents.minPoint() + offset, extents.maxPoint() + offset);
+        extents.addExt(shifted);
+    }
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDb2dPolyline::getOffsetCurves(double distance, std::vector<VxDbEntity*>& curves) const
+{
+    if (!std::isfinite(distance))
+        return Velt::eInvalidInput;
+    std::vector<VxGeBulgeVertex> result;
+    if (!vxgeOffsetBulgePolyline(bulgeVertices(), isClosed(), distance, result))
+        return Velt::eDegenerateGeometry;
+    auto offset = std::make_unique<VxDb2dPolyline>();
+    offset->setPropertiesFrom(this);
+    offset->mFields = mFields;
+    offset->setFlags(0, 0);
+    for (const VxGeBulgeVertex& v : result)
+        offset->mVertices.push_back(std::make_unique<VxDb2dVertex>(VxGePoint3d{v.point.x, v.point.y, elevation()},
+                                                                   v.bulge, mFields.defaultStartWidth,
+                                                                   mFields.defaultEndWidth));
+    curves.push_back(offset.release());
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDb2dPolyline::explode(std::vector<VxDbEntity*>& entities) const
+{
+    explodeBulges(bulgeVertices(), isClosed(), planeToWorld(), mFields.normal, mFields.thickness, *this, entities);
+    return Velt::eOk;
+}
+
+bool VxDb2dPolyline::getGeCurves(std::vector<std::unique_ptr<VxGeCurve3d>>& curves, bool extended) const
+{
+    bulgeCurves(bulgeVertices(), isClosed(), planeToWorld(), mFields.normal, extended, curves);
+    return true;
+}
+
+const VxRxClass* VxDb2dPolyline::dxfRecordClass(const std::vector<dxf::FieldGroup>& groups)
+{
+    for (const dxf::FieldGroup& g : groups) {
+        int64_t flags = 0;
+        if (g.code == 70 && dxf::parseInt(g.value, flags) && (flags & kNot2d))
+            return nullptr;
+    }
+    return VxDb2dPolyline::desc();
+}
+
+// Counts and densities of meshes that some writers give every POLYLINE.
+bool VxDb2dPolyline::readDxfGroup(int code, std::string_view value)
+{
+    int64_t number = 0;
+    return code >= 71 && code <= 74 && dxf::parseInt(value, number);
+}
+
+bool VxDb2dPolyline::readDxfSubRecords(const std::vector<dxf::SubRecord>& records, bool utf8File)
+{
+    mVertices.clear();
+    for (const dxf::SubRecord& record : records) {
+        if (record.type == "SEQEND")
+            continue;
+        if (record.type != "VERTEX")
+            return false;
+        auto vertex = std::make_unique<VxDb2dVertex>();
+        if (!dxf::readFields(*vertex, VxDb2dVertex::kind(), record.groups, utf8File))
+            return false;
+        VxDb2dVertex::Fields& f = vertex->mFields;
+        if (f.vertexFlags & (32 | 64 | 128))
+            return false;  // a vertex of a 3D polyline or mesh
+        f.position.z = elevation();
+        // Tangent 50 without flag 2 says nothing.
+        if (!(f.vertexFlags & kTangentUsed))
+            f.tangent = 0.0;
+        mVertices.push_back(std::move(vertex));
+    }
+    return true;
+}
+
+void VxDb2dPolyline::dxfSubObjects(std::vector<dxf::SubObject>& out) const
+{
+    for (const auto& v : mVertices)
+        out.push_back({"VERTEX", "AcDbVertex", v.get()});
+}
+
+Velt::ErrorStatus VxDb2dPolyline::checkFields(uint64_t)
+{
+    // The vertices decide what follows; the flags say only what a 2D polyline can be.
+    mFields.verticesFollow = 1;
+    mFields.polylineFlags = int16_t(mFields.polylineFlags & (1 | kCurveFitted | kSplineFitted | 128));
+    if (mFields.curveType != 0 && mFields.curveType != 5 && mFields.curveType != 6)
+        mFields.curveType = 0;
+    return Velt::eOk;
+}
+
+void VxDb2dPolyline::copyExtraData(const VxDb2dPolyline& other)
+{
+    mVertices.clear();
+    for (const auto& v : other.mVertices) {
+        auto copy = std::make_unique<VxDb2dVertex>();
+        copy->mFields = v->mFields;
+        mVertices.push_back(std::move(copy));
+    }
 }
 
 }  // namespace kx

@@ -155,3 +155,164 @@ TEST(DbPolyline, TransformationsExplodeAndIntersections)
     ASSERT_EQ(points.size(), 2u);
     EXPECT_TRUE(points[0].isEqualTo({1, -1, 0}) || points[1].isEqualTo({1, -1, 0}));
 }
+
+// ---- 2D polylines ----
+
+namespace {
+
+std::unique_ptr<VxDb2dPolyline> polyline2d(const std::vector<VxGePoint2d>& points, bool closed = false)
+{
+    auto poly = std::make_unique<VxDb2dPolyline>();
+    poly->setClosed(closed);
+    for (const VxGePoint2d& p : points)
+        EXPECT_EQ(poly->appendVertex(std::make_unique<VxDb2dVertex>(VxGePoint3d{p.x, p.y, 0.0})), Velt::eOk);
+    return poly;
+}
+
+std::vector<VxDb::Vertex2dType> typesOf(const VxDb2dPolyline& poly)
+{
+    std::vector<VxDb::Vertex2dType> types;
+    for (auto it = poly.vertexIterator(); !it->done(); it->step())
+        types.push_back(static_cast<const VxDb2dVertex*>(it->vertex())->vertexType());
+    return types;
+}
+
+}  // namespace
+
+TEST(DbPolyline2d, SameGeometryAsTheLightweightOne)
+{
+    const auto light = roundedSquare();
+    auto poly = polyline2d({{0, 0}, {2, 0}, {2, 2}, {0, 2}}, true);
+    ASSERT_EQ(poly->setBulgeAt(0, 1.0), Velt::eOk);
+    double a = 0, b = 0;
+    light->getArea(a);
+    poly->getArea(b);
+    expectRelative(b, 4.0 + kPi / 2);
+    expectRelative(poly->length(), light->length());
+    std::vector<VxDbEntity*> offsets;
+    ASSERT_EQ(poly->getOffsetCurves(0.5, offsets), Velt::eOk);
+    ASSERT_EQ(offsets.size(), 1u);
+    std::unique_ptr<VxDb2dPolyline> offset(VxDb2dPolyline::cast(offsets[0]));
+    ASSERT_NE(offset, nullptr);
+    // Half a unit outwards, one simple polyline of the offset segments and arcs.
+    EXPECT_EQ(offset->polyType(), VxDb::k2dSimplePoly);
+    EXPECT_EQ(offset->vertexCount(), 4);
+    offset->getArea(a);
+    expectRelative(a, 7.5 + 1.125 * kPi);
+    expectRelative(offset->length(), 8.0 + 1.5 * kPi);
+    std::vector<VxDbEntity*> pieces;
+    ASSERT_EQ(poly->explode(pieces), Velt::eOk);
+    ASSERT_EQ(pieces.size(), 4u);
+    EXPECT_NE(VxDbArc::cast(pieces[0]), nullptr);
+    for (VxDbEntity* e : pieces)
+        delete e;
+
+    // Arcs cannot stretch: refused, nothing changed.
+    const VxGePoint3d before = poly->vertexAt(1)->position();
+    EXPECT_EQ(poly->transformBy(VxGeMatrix3d::scaling(2.0, 1.0, 1.0)), Velt::eCannotScaleNonUniformly);
+    EXPECT_EQ(poly->vertexAt(1)->position(), before);
+    ASSERT_EQ(poly->transformBy(VxGeMatrix3d::translation({1, 1, 3})), Velt::eOk);
+    EXPECT_DOUBLE_EQ(poly->elevation(), 3.0);
+    EXPECT_DOUBLE_EQ(poly->vertexAt(1)->position().x, 3.0);
+    EXPECT_DOUBLE_EQ(poly->vertexAt(1)->position().z, 3.0);
+}
+
+TEST(DbPolyline2d, ControlPointsAndRefusals)
+{
+    auto poly = polyline2d({{0, 0}, {1, 0}, {2, 0}, {3, 0}, {4, 0}});
+    ASSERT_EQ(poly->setBulgeAt(1, 0.5), Velt::eOk);
+    ASSERT_EQ(poly->setWidthsAt(1, 1.0, 2.0), Velt::eOk);
+    EXPECT_EQ(poly->setBulgeAt(5, 0.5), Velt::eInvalidIndex);
+    EXPECT_EQ(poly->setWidthsAt(0, -1.0, 0.0), Velt::eInvalidInput);
+    EXPECT_EQ(poly->appendVertex(std::make_unique<VxDb2dVertex>(VxGePoint3d{NAN, 0, 0})), Velt::eInvalidInput);
+    EXPECT_EQ(poly->appendVertex(nullptr), Velt::eNullObjectPointer);
+    EXPECT_EQ(poly->setControlPoints({{0, 0}, {INFINITY, 1}}), Velt::eInvalidInput);
+    EXPECT_EQ(poly->vertexCount(), 5);
+
+    // Fewer points: the first ones keep their data, the rest go; more: plain ones follow.
+    ASSERT_EQ(poly->setControlPoints({{0, 1}, {1, 1}}), Velt::eOk);
+    ASSERT_EQ(poly->vertexCount(), 2);
+    double bulge = 0, start = 0, end = 0;
+    poly->getBulgeAt(1, bulge);
+    poly->getWidthsAt(1, start, end);
+    EXPECT_EQ(bulge, 0.5);
+    EXPECT_EQ(start, 1.0);
+    EXPECT_EQ(end, 2.0);
+    ASSERT_EQ(poly->setControlPoints({{0, 1}, {1, 1}, {5, 5}}), Velt::eOk);
+    poly->getBulgeAt(2, bulge);
+    EXPECT_EQ(bulge, 0.0);
+    EXPECT_EQ(poly->controlPoints()[2], (VxGePoint3d{5, 5, 0}));
+}
+
+TEST(DbPolyline2d, CurveFitRunsThroughTheGivenVerticesAndComesBack)
+{
+    auto poly = polyline2d({{0, 0}, {4, 3}, {8, 0}, {12, 3}});
+    ASSERT_EQ(poly->setWidthsAt(1, 1.0, 3.0), Velt::eOk);
+    ASSERT_EQ(poly->convertToPolyType(VxDb::k2dFitCurvePoly), Velt::eOk);
+    EXPECT_EQ(poly->polyType(), VxDb::k2dFitCurvePoly);
+    EXPECT_EQ(poly->polylineFlags() & 2, 2);
+    using VxDb::k2dCurveFitVertex;
+    using VxDb::k2dVertex;
+    EXPECT_EQ(typesOf(*poly), (std::vector<VxDb::Vertex2dType>{k2dVertex, k2dCurveFitVertex, k2dVertex,
+                                                                k2dCurveFitVertex, k2dVertex, k2dCurveFitVertex,
+                                                                k2dVertex}));
+    // Only the given vertices count as control points, in their places.
+    EXPECT_EQ(poly->numControlVerts(), 4);
+    EXPECT_EQ(poly->controlPoints()[1], (VxGePoint3d{4, 3, 0}));
+    // Arcs all the way, and longer than the straight path.
+    for (int i = 0; i + 1 < poly->vertexCount(); ++i)
+        EXPECT_NE(poly->vertexAt(i)->bulge(), 0.0) << i;
+    EXPECT_GT(poly->length(), 3 * 5.0);
+    // The width runs on through the generated vertex.
+    EXPECT_DOUBLE_EQ(poly->vertexAt(2)->endWidth(), 2.0);
+    EXPECT_DOUBLE_EQ(poly->vertexAt(3)->startWidth(), 2.0);
+    // A moved control point moves the fit.
+    const VxGePoint3d generated = poly->vertexAt(1)->position();
+    ASSERT_EQ(poly->setControlPointAt(1, {4, 5}), Velt::eOk);
+    EXPECT_NE(poly->vertexAt(1)->position(), generated);
+    EXPECT_EQ(poly->vertexCount(), 7);
+
+    ASSERT_EQ(poly->convertToPolyType(VxDb::k2dSimplePoly), Velt::eOk);
+    EXPECT_EQ(poly->vertexCount(), 4);
+    EXPECT_EQ(typesOf(*poly), std::vector<VxDb::Vertex2dType>(4, k2dVertex));
+    EXPECT_EQ(poly->polylineFlags(), 0);
+    EXPECT_DOUBLE_EQ(poly->length(), std::hypot(4, 5) + std::hypot(4, 5) + 5.0);
+    double start = 0, end = 0;
+    poly->getWidthsAt(1, start, end);
+    EXPECT_EQ(start, 1.0);
+    EXPECT_EQ(end, 3.0);
+}
+
+TEST(DbPolyline2d, SplineFitsAddPointsAfterTheControlVertices)
+{
+    auto poly = polyline2d({{0, 0}, {4, 4}, {8, 0}, {12, 4}});
+    ASSERT_EQ(poly->setPolyType(VxDb::k2dCubicSplinePoly), Velt::eOk);
+    EXPECT_EQ(poly->vertexCount(), 4);  // recorded, not yet performed
+    ASSERT_EQ(poly->convertToPolyType(VxDb::k2dCubicSplinePoly), Velt::eOk);
+    EXPECT_EQ(poly->curveType(), 6);
+    EXPECT_EQ(poly->polylineFlags() & 4, 4);
+    const std::vector<VxDb::Vertex2dType> types = typesOf(*poly);
+    ASSERT_GT(types.size(), 8u);
+    for (size_t i = 0; i < types.size(); ++i)
+        EXPECT_EQ(types[i], i < 4 ? VxDb::k2dSplineCtlVertex : VxDb::k2dSplineFitVertex) << i;
+    EXPECT_EQ(poly->numControlVerts(), 4);
+    // An open spline runs from the first control point to the last, inside their hull.
+    const std::vector<VxGeBulgeVertex> drawn = poly->bulgeVertices();
+    EXPECT_EQ(drawn.size(), types.size() - 4);
+    EXPECT_NEAR(drawn.front().point.distanceTo({0, 0}), 0.0, 1e-9);
+    EXPECT_NEAR(drawn.back().point.distanceTo({12, 4}), 0.0, 1e-9);
+    for (const VxGeBulgeVertex& v : drawn)
+        EXPECT_TRUE(v.point.y >= -1e-9 && v.point.y <= 4 + 1e-9) << v.point.y;
+    // A vertex appended to a spline becomes a control point; the fit follows.
+    ASSERT_EQ(poly->appendVertex(std::make_unique<VxDb2dVertex>(VxGePoint3d{16, 0, 0})), Velt::eOk);
+    EXPECT_EQ(poly->numControlVerts(), 5);
+    EXPECT_NEAR(poly->bulgeVertices().back().point.distanceTo({16, 0}), 0.0, 1e-9);
+    EXPECT_EQ(poly->convertToPolyType(VxDb::Poly2dType(7)), Velt::eInvalidInput);
+
+    ASSERT_EQ(poly->convertToPolyType(VxDb::k2dQuadSplinePoly), Velt::eOk);
+    EXPECT_EQ(poly->curveType(), 5);
+    EXPECT_EQ(poly->numControlVerts(), 5);
+    ASSERT_EQ(poly->convertToPolyType(VxDb::k2dSimplePoly), Velt::eOk);
+    EXPECT_EQ(poly->vertexCount(), 5);
+    EXPECT_EQ(poly->polylineFlags(), 0);
+}

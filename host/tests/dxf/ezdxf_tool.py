@@ -13,7 +13,8 @@ EXPECTED holds one fact per line, fields separated by tabs:
   TABLE  <table> <record name>
   BLOCK  <name> <entity count>
   ENTITY <handle> <type> <layer> <colour> <attr>=<value>;...   (vectors as x,y,z;
-                                      vertices=x,y,start width,end width,bulge,... of an LWPOLYLINE)
+                                      vertices=x,y,start width,end width,bulge,... of an LWPOLYLINE;
+                                      pvertices=x,y,flags,start width,end width,bulge,... of a POLYLINE)
   XDATA  <handle> <app> <code>=<value>|...
   DICT   <dictionary handle> <key> <entry type>
   XRECORD <handle> <code>=<value>|...
@@ -115,6 +116,14 @@ def check(path, expected_path):
                     name, value = item.split("=", 1)
                     if name == "vertices":  # x,y,start width,end width,bulge of each vertex
                         actual = [v for p in e.get_points("xyseb") for v in p]
+                        wanted = [float(v) for v in value.split(",")] if value else []
+                        if len(actual) != len(wanted) or not all(close(a, b) for a, b in zip(actual, wanted)):
+                            problems.append(f"{handle}: vertices {actual}, not {wanted}")
+                        continue
+                    if name == "pvertices":  # x,y,flags,start width,end width,bulge of each VERTEX
+                        actual = [float(v) for x in e.vertices for v in (
+                            x.dxf.location.x, x.dxf.location.y, x.dxf.flags, x.dxf.start_width, x.dxf.end_width,
+                            x.dxf.bulge)]
                         wanted = [float(v) for v in value.split(",")] if value else []
                         if len(actual) != len(wanted) or not all(close(a, b) for a, b in zip(actual, wanted)):
                             problems.append(f"{handle}: vertices {actual}, not {wanted}")
