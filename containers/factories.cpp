@@ -266,6 +266,24 @@ HRESULT addPolyline(VxAxObjectRef& block, IDispatch* app, VARIANT VerticesList, 
     });
 }
 
+// Points as one flat array of x, y, z triples in world coordinates: at least two, else
+// E_INVALIDARG.
+HRESULT add3DPoly(VxAxObjectRef& block, IDispatch* app, VARIANT PointsArray, IVelt3DPolyline** polyline)
+{
+    std::vector<VxGePoint3d> vertices;
+    if (HRESULT hr = takeArguments(polyline, [&] { vertices = conv::Points::in(PointsArray); }); FAILED(hr))
+        return hr;
+    if (vertices.size() < 2) return E_INVALIDARG;
+    for (const VxGePoint3d& p : vertices)
+        if (!std::isfinite(p.x) || !std::isfinite(p.y) || !std::isfinite(p.z)) return E_INVALIDARG;
+    return appendEntity(block, app, polyline, [&](VxDbBlockTableRecord& record) {
+        auto made = newEntity<kx::VxDb3dPolyline>(record);
+        for (const VxGePoint3d& p : vertices)
+            check(made->appendVertex(std::make_unique<kx::VxDb3dPolylineVertex>(p)));
+        return NewEntity(std::move(made));
+    });
+}
+
 // Any entity class of the runtime, by its name ("KxDbLine"): an unknown name, a name that is
 // not a class, a class that makes nothing or makes no entity is refused.
 HRESULT addCustomObject(VxAxObjectRef& block, IDispatch* app, BSTR ClassName, IDispatch** object)

@@ -353,4 +353,103 @@ HRESULT setType2d(VxAxObjectRef& ref, VxPolylineType type)
     });
 }
 
+// ---- 3D polyline ----
+
+namespace {
+
+template <class Change>
+HRESULT change3d(VxAxObjectRef& ref, Change&& change)
+{
+    return guarded(__uuidof(IVelt3DPolyline), [&]() -> HRESULT {
+        kx::VxAxDocLock lock(ref.objectId(), kx::VxAxDocLock::kWrite);
+        check(lock.lockStatus());
+        OpenedObject<kx::VxDb3dPolyline> polyline(ref, kx::VxDb::kForWrite);
+        change(*polyline.orThrow());
+        return S_OK;
+    });
+}
+
+template <class Read>
+HRESULT read3d(VxAxObjectRef& ref, Read&& read)
+{
+    return guarded(__uuidof(IVelt3DPolyline), [&]() -> HRESULT {
+        OpenedObject<kx::VxDb3dPolyline> polyline(ref, kx::VxDb::kForRead);
+        read(static_cast<const kx::VxDb3dPolyline&>(*polyline.orThrow()));
+        return S_OK;
+    });
+}
+
+}  // namespace
+
+HRESULT coordinates3d(VxAxObjectRef& ref, VARIANT* coordinates)
+{
+    if (!coordinates) return E_POINTER;
+    return read3d(ref, [&](const kx::VxDb3dPolyline& polyline) {
+        VARIANT made;
+        VariantInit(&made);
+        conv::Points::out(polyline.controlPoints(), &made);
+        *coordinates = made;
+    });
+}
+
+HRESULT setCoordinates3d(VxAxObjectRef& ref, VARIANT coordinates)
+{
+    std::vector<kx::VxGePoint3d> points;
+    if (HRESULT hr = guarded(__uuidof(IVelt3DPolyline), [&] {
+            points = conv::Points::in(coordinates);
+            for (const kx::VxGePoint3d& p : points)
+                if (!std::isfinite(p.x) || !std::isfinite(p.y) || !std::isfinite(p.z)) throw E_INVALIDARG;
+            return S_OK;
+        });
+        FAILED(hr))
+        return hr;
+    return change3d(ref, [&](kx::VxDb3dPolyline& polyline) { check(polyline.setControlPoints(points)); });
+}
+
+HRESULT coordinate3d(VxAxObjectRef& ref, int index, VARIANT* point)
+{
+    if (!point) return E_POINTER;
+    return read3d(ref, [&](const kx::VxDb3dPolyline& polyline) {
+        const std::vector<kx::VxGePoint3d> points = polyline.controlPoints();
+        if (index < 0 || size_t(index) >= points.size()) throw kx::Velt::eInvalidIndex;
+        VARIANT made;
+        VariantInit(&made);
+        conv::Point::out(points[size_t(index)], &made);
+        *point = made;
+    });
+}
+
+HRESULT setCoordinate3d(VxAxObjectRef& ref, int index, VARIANT point)
+{
+    kx::VxGePoint3d p;
+    if (HRESULT hr = guarded(__uuidof(IVelt3DPolyline), [&] { p = finitePoint3(point); return S_OK; }); FAILED(hr))
+        return hr;
+    return change3d(ref, [&](kx::VxDb3dPolyline& polyline) { check(polyline.setControlPointAt(index, p)); });
+}
+
+HRESULT appendVertex3d(VxAxObjectRef& ref, VARIANT vertex)
+{
+    kx::VxGePoint3d p;
+    if (HRESULT hr = guarded(__uuidof(IVelt3DPolyline), [&] { p = finitePoint3(vertex); return S_OK; }); FAILED(hr))
+        return hr;
+    return change3d(ref, [&](kx::VxDb3dPolyline& polyline) {
+        check(polyline.appendVertex(std::make_unique<kx::VxDb3dPolylineVertex>(p)));
+    });
+}
+
+HRESULT type3d(VxAxObjectRef& ref, Vx3DPolylineType* type)
+{
+    if (!type) return E_POINTER;
+    return read3d(ref, [&](const kx::VxDb3dPolyline& polyline) { *type = Vx3DPolylineType(polyline.polyType()); });
+}
+
+// As the 2D polyline's: the type is recorded and performed, the statuses ignored.
+HRESULT setType3d(VxAxObjectRef& ref, Vx3DPolylineType type)
+{
+    return change3d(ref, [&](kx::VxDb3dPolyline& polyline) {
+        polyline.setPolyType(kx::VxDb::Poly3dType(type));
+        polyline.convertToPolyType(kx::VxDb::Poly3dType(type));
+    });
+}
+
 }  // namespace nk::polylines

@@ -335,6 +335,56 @@ TEST_F(Polylines, TwoDimensionalAreaAndLengthCountTheArcs)
     EXPECT_EQ(V_ARRAY(pieces.get())->rgsabound[0].cElements, 4u);
 }
 
+// ---- 3D polylines ----
+
+// Straight in space; a spline shows its control points only; the factory wants two points.
+TEST_F(Polylines, ThreeDimensionalPolylinesShowTheGivenVertices)
+{
+    ComPtr<IVeltModelSpace> space = modelSpace();
+    ComPtr<IVelt3DPolyline> polyline;
+    Value list = doubles({0, 0, 0, 3, 4, 0, 3, 4, 12});
+    ASSERT_EQ(space->Add3DPoly(*list, polyline.put()), S_OK);
+    IDispatch* d = polyline.get();
+    EXPECT_EQ(get(d, L"Length"), (std::vector<double>{17}));
+    ASSERT_EQ(polyline->put_Closed(VARIANT_TRUE), S_OK);
+    EXPECT_EQ(get(d, L"Length"), (std::vector<double>{30}));
+
+    Value cubic = integer(vxCubicSpline3DPoly), two = integer(2), three = integer(3);
+    ASSERT_EQ(invoke(d, L"Type", DISPATCH_PROPERTYPUT, {cubic.get()}), S_OK);
+    Vx3DPolylineType type = vxSimple3DPoly;
+    ASSERT_EQ(polyline->get_Type(&type), S_OK);
+    EXPECT_EQ(type, vxCubicSpline3DPoly);
+    EXPECT_EQ(get(d, L"Coordinates"), (std::vector<double>{0, 0, 0, 3, 4, 0, 3, 4, 12}));
+    EXPECT_EQ(get(d, L"Coordinate", {two.get()}), (std::vector<double>{3, 4, 12}));
+    Value ignored;
+    EXPECT_TRUE(FAILED(invoke(d, L"Coordinate", DISPATCH_PROPERTYGET, {three.get()}, &ignored)));
+    EXPECT_LT(get(d, L"Length")[0], 30.0);
+
+    Value more = doubles({0, 0, 12}), bad = doubles({0, kNaN, 1}), odd = doubles({1, 2, 3, 4});
+    ASSERT_EQ(invoke(d, L"AppendVertex", DISPATCH_METHOD, {more.get()}), S_OK);
+    EXPECT_EQ(get(d, L"Coordinates").size(), 12u);
+    EXPECT_TRUE(FAILED(invoke(d, L"AppendVertex", DISPATCH_METHOD, {bad.get()})));
+    EXPECT_TRUE(FAILED(invoke(d, L"Coordinates", DISPATCH_PROPERTYPUT, {odd.get()})));
+    EXPECT_EQ(get(d, L"Coordinates").size(), 12u);
+
+    Value simple = integer(vxSimple3DPoly);
+    ASSERT_EQ(invoke(d, L"Type", DISPATCH_PROPERTYPUT, {simple.get()}), S_OK);
+    EXPECT_EQ(get(d, L"Length"), (std::vector<double>{5 + 12 + 5 + 12}));
+    Value pieces;
+    ASSERT_EQ(invoke(d, L"Explode", DISPATCH_METHOD, {}, &pieces), S_OK);
+    ASSERT_EQ(V_VT(pieces.get()), VT_ARRAY | VT_VARIANT);
+    EXPECT_EQ(V_ARRAY(pieces.get())->rgsabound[0].cElements, 4u);
+
+    LONG count = 0, after = 0;
+    ASSERT_EQ(space->get_Count(&count), S_OK);
+    Value one = doubles({1, 2, 3});
+    IVelt3DPolyline* made = nullptr;
+    EXPECT_EQ(space->Add3DPoly(*one, &made), E_INVALIDARG);
+    EXPECT_EQ(made, nullptr);
+    ASSERT_EQ(space->get_Count(&after), S_OK);
+    EXPECT_EQ(after, count);
+}
+
 }  // namespace
 
 namespace {

@@ -71,6 +71,8 @@ void registerHostClasses()
         VxDbVertex::desc(),
         VxDb2dVertex::desc(),
         VxDb2dPolyline::desc(),
+        VxDb3dPolylineVertex::desc(),
+        VxDb3dPolyline::desc(),
         VxDbBlockReference::desc(),
         VxDbMInsertBlock::desc(),
         VxDbText::desc(),

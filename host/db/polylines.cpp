@@ -497,8 +497,6 @@ namespace {
 
 constexpr int16_t kCurveFitMade = 1, kTangentUsed = 2, kSplineFitMade = 8, kSplineControl = 16;
 constexpr int16_t kCurveFitted = 2, kSplineFitted = 4;
-// Flags of POLYLINE records that are not 2D polylines: 3D polyline, polygon mesh, polyface mesh.
-constexpr int16_t kNot2d = 8 | 16 | 64;
 // Fit vertices a polyline may get: each is an object.
 constexpr size_t kMaxFitVertices = 1u << 20;
 
@@ -966,14 +964,26 @@ bool VxDb2dPolyline::getGeCurves(std::vector<std::unique_ptr<VxGeCurve3d>>& curv
     return true;
 }
 
-const VxRxClass* VxDb2dPolyline::dxfRecordClass(const std::vector<dxf::FieldGroup>& groups)
+namespace {
+
+// Which kind a POLYLINE record is, by its flags: meshes are kept as read.
+const VxRxClass* polylineRecordClass(const std::vector<dxf::FieldGroup>& groups)
 {
+    int64_t flags = 0;
     for (const dxf::FieldGroup& g : groups) {
-        int64_t flags = 0;
-        if (g.code == 70 && dxf::parseInt(g.value, flags) && (flags & kNot2d))
+        if (g.code == 70 && !dxf::parseInt(g.value, flags))
             return nullptr;
     }
-    return VxDb2dPolyline::desc();
+    if (flags & (16 | 64))
+        return nullptr;
+    return (flags & 8) ? VxDb3dPolyline::desc() : VxDb2dPolyline::desc();
+}
+
+}  // namespace
+
+const VxRxClass* VxDb2dPolyline::dxfRecordClass(const std::vector<dxf::FieldGroup>& groups)
+{
+    return polylineRecordClass(groups);
 }
 
 // Counts and densities of meshes that some writers give every POLYLINE.
@@ -1027,6 +1037,357 @@ void VxDb2dPolyline::copyExtraData(const VxDb2dPolyline& other)
     mVertices.clear();
     for (const auto& v : other.mVertices) {
         auto copy = std::make_unique<VxDb2dVertex>();
+        copy->mFields = v->mFields;
+        mVertices.push_back(std::move(copy));
+    }
+}
+
+// ---- 3D polyline ----
+
+KX_DB_DEFINE_KIND(VxDb3dPolylineVertex, VxDbVertex, L"KxDb3dPolylineVertex", &vxrxCreateInstance<VxDb3dPolylineVertex>,
+                  L"", "AcDb3dPolylineVertex")
+KX_DB_DEFINE_KIND(VxDb3dPolyline, VxDbCurve, L"KxDb3dPolyline", &vxrxCreateInstance<VxDb3dPolyline>, L"POLYLINE",
+                  "AcDb3dPolyline")
+
+namespace {
+constexpr int16_t k3dVertexFlag = 32, k3dPolylineFlag = 8;
+}  // namespace
+
+VxDb::Vertex3dType VxDb3dPolylineVertex::vertexType() const
+{
+    if (mFields.vertexFlags & kSplineFitMade)
+        return VxDb::k3dFitVertex;
+    if (mFields.vertexFlags & kSplineControl)
+        return VxDb::k3dControlVertex;
+    return VxDb::k3dSimpleVertex;
+}
+
+std::unique_ptr<VxDbVertexIterator> VxDb3dPolyline::vertexIterator() const
+{
+    std::vector<const VxDbVertex*> vertices;
+    vertices.reserve(mVertices.size());
+    for (const auto& v : mVertices)
+        vertices.push_back(v.get());
+    return std::make_unique<VxDbVertexIterator>(std::move(vertices));
+}
+
+const VxDb3dPolylineVertex* VxDb3dPolyline::vertexAt(int index) const
+{
+    return index >= 0 && index < vertexCount() ? mVertices[size_t(index)].get() : nullptr;
+}
+
+std::vector<VxDb3dPolylineVertex*> VxDb3dPolyline::controlVertices() const
+{
+    std::vector<VxDb3dPolylineVertex*> out;
+    for (const auto& v : mVertices) {
+        if (v->vertexType() != VxDb::k3dFitVertex)
+            out.push_back(v.get());
+    }
+    return out;
+}
+
+std::vector<VxGePoint3d> VxDb3dPolyline::controlPoints() const
+{
+    std::vector<VxGePoint3d> points;
+    for (const VxDb3dPolylineVertex* v : controlVertices())
+        points.push_back(v->mFields.position);
+    return points;
+}
+
+Velt::ErrorStatus VxDb3dPolyline::appendVertex(std::unique_ptr<VxDb3dPolylineVertex> vertex)
+{
+    if (!vertex)
+        return Velt::eNullObjectPointer;
+    if (Velt::ErrorStatus es = assertWriteEnabled())
+        return es;
+    if (!fieldcheck::isFinite(vertex->mFields.position))
+        return Velt::eInvalidInput;
+    const VxDb::Poly3dType type = polyType();
+    removeFit();
+    vertex->mFields.vertexFlags = k3dVertexFlag;
+    mVertices.push_back(std::move(vertex));
+    fit(type);
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDb3dPolyline::setControlPointAt(int index, const VxGePoint3d& point)
+{
+    if (Velt::ErrorStatus es = assertWriteEnabled())
+        return es;
+    const std::vector<VxDb3dPolylineVertex*> control = controlVertices();
+    if (index < 0 || index >= int(control.size()))
+        return Velt::eInvalidIndex;
+    if (!fieldcheck::isFinite(point))
+        return Velt::eInvalidInput;
+    control[size_t(index)]->mFields.position = point;
+    const VxDb::Poly3dType type = polyType();
+    if (type != VxDb::k3dSimplePoly) {
+        removeFit();
+        fit(type);
+    }
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDb3dPolyline::setControlPoints(const std::vector<VxGePoint3d>& points)
+{
+    if (Velt::ErrorStatus es = assertWriteEnabled())
+        return es;
+    for (const VxGePoint3d& p : points) {
+        if (!fieldcheck::isFinite(p))
+            return Velt::eInvalidInput;
+    }
+    const VxDb::Poly3dType type = polyType();
+    removeFit();
+    if (mVertices.size() > points.size())
+        mVertices.resize(points.size());
+    for (size_t i = 0; i < points.size(); ++i) {
+        if (i < mVertices.size())
+            mVertices[i]->mFields.position = points[i];
+        else
+            mVertices.push_back(std::make_unique<VxDb3dPolylineVertex>(points[i]));
+    }
+    fit(type);
+    return Velt::eOk;
+}
+
+VxDb::Poly3dType VxDb3dPolyline::polyType() const
+{
+    if (mFields.polylineFlags & kSplineFitted)
+        return mFields.curveType == 5 ? VxDb::k3dQuadSplinePoly : VxDb::k3dCubicSplinePoly;
+    return VxDb::k3dSimplePoly;
+}
+
+void VxDb3dPolyline::setFitFlags(int16_t flags, int16_t curveType)
+{
+    mFields.polylineFlags = int16_t((mFields.polylineFlags & ~kSplineFitted) | flags | k3dPolylineFlag);
+    mFields.curveType = curveType;
+}
+
+Velt::ErrorStatus VxDb3dPolyline::setPolyType(VxDb::Poly3dType type)
+{
+    if (Velt::ErrorStatus es = assertWriteEnabled())
+        return es;
+    switch (type) {
+    case VxDb::k3dSimplePoly: setFitFlags(0, 0); break;
+    case VxDb::k3dQuadSplinePoly: setFitFlags(kSplineFitted, 5); break;
+    case VxDb::k3dCubicSplinePoly: setFitFlags(kSplineFitted, 6); break;
+    default: return Velt::eInvalidInput;
+    }
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDb3dPolyline::convertToPolyType(VxDb::Poly3dType type)
+{
+    if (Velt::ErrorStatus es = assertWriteEnabled())
+        return es;
+    if (type < VxDb::k3dSimplePoly || type > VxDb::k3dCubicSplinePoly)
+        return Velt::eInvalidInput;
+    removeFit();
+    fit(type);
+    return Velt::eOk;
+}
+
+void VxDb3dPolyline::removeFit()
+{
+    std::vector<std::unique_ptr<VxDb3dPolylineVertex>> kept;
+    for (auto& v : mVertices) {
+        if (v->vertexType() == VxDb::k3dFitVertex)
+            continue;
+        v->mFields.vertexFlags = k3dVertexFlag;
+        kept.push_back(std::move(v));
+    }
+    mVertices = std::move(kept);
+    setFitFlags(0, 0);
+}
+
+void VxDb3dPolyline::fit(VxDb::Poly3dType type)
+{
+    const size_t n = mVertices.size();
+    if (type == VxDb::k3dSimplePoly || n < 2) {
+        setPolyType(type);
+        return;
+    }
+    const int degree = type == VxDb::k3dQuadSplinePoly ? 2 : 3;
+    int segments = 8;
+    if (VxDbDatabase* db = database())
+        segments = std::abs(int(db->splinesegs()));
+    segments = std::clamp(segments, 1, int(kMaxFitVertices / n / 2));
+    std::vector<VxGePoint3d> control;
+    for (auto& v : mVertices) {
+        v->mFields.vertexFlags = k3dVertexFlag | kSplineControl;
+        control.push_back(v->mFields.position);
+    }
+    for (const VxGePoint3d& p : vxgeSplineFitPoints(control, isClosed(), degree, segments)) {
+        auto v = std::make_unique<VxDb3dPolylineVertex>(p);
+        v->mFields.vertexFlags = k3dVertexFlag | kSplineFitMade;
+        mVertices.push_back(std::move(v));
+    }
+    setFitFlags(kSplineFitted, int16_t(degree == 2 ? 5 : 6));
+}
+
+Velt::ErrorStatus VxDb3dPolyline::setClosed(bool closed)
+{
+    if (Velt::ErrorStatus es = assertWriteEnabled())
+        return es;
+    if (closed == isClosed())
+        return Velt::eOk;
+    mFields.polylineFlags = int16_t(closed ? mFields.polylineFlags | 1 : mFields.polylineFlags & ~1);
+    const VxDb::Poly3dType type = polyType();
+    if (type != VxDb::k3dSimplePoly) {
+        removeFit();
+        fit(type);
+    }
+    return Velt::eOk;
+}
+
+std::vector<VxGePoint3d> VxDb3dPolyline::drawnPoints() const
+{
+    const bool fitted = std::any_of(mVertices.begin(), mVertices.end(),
+                                    [](const auto& v) { return v->vertexType() == VxDb::k3dFitVertex; });
+    std::vector<VxGePoint3d> points;
+    for (const auto& v : mVertices) {
+        if (fitted && v->vertexType() == VxDb::k3dControlVertex)
+            continue;
+        points.push_back(v->mFields.position);
+    }
+    return points;
+}
+
+double VxDb3dPolyline::length() const
+{
+    const std::vector<VxGePoint3d> points = drawnPoints();
+    double total = 0.0;
+    for (size_t i = 1; i < points.size(); ++i)
+        total += points[i - 1].distanceTo(points[i]);
+    if (isClosed() && points.size() > 2)
+        total += points.back().distanceTo(points.front());
+    return total;
+}
+
+Velt::ErrorStatus VxDb3dPolyline::transformBy(const VxGeMatrix3d& xform)
+{
+    if (Velt::ErrorStatus es = assertWriteEnabled())
+        return es;
+    std::vector<VxGePoint3d> points;
+    for (const auto& v : mVertices) {
+        const VxGePoint3d p = xform.transform(v->mFields.position);
+        if (!fieldcheck::isFinite(p))
+            return Velt::eInvalidInput;
+        points.push_back(p);
+    }
+    for (size_t i = 0; i < points.size(); ++i)
+        mVertices[i]->mFields.position = points[i];
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDb3dPolyline::getGeomExtents(VxGeExtents3d& extents) const
+{
+    const std::vector<VxGePoint3d> points = drawnPoints();
+    if (points.empty())
+        return Velt::eNotApplicable;
+    extents = VxGeExtents3d();
+    for (const VxGePoint3d& p : points)
+        extents.addPoint(p);
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDb3dPolyline::explode(std::vector<VxDbEntity*>& entities) const
+{
+    const std::vector<VxGePoint3d> points = drawnPoints();
+    const size_t n = points.size();
+    const size_t segments = n < 2 ? 0 : (isClosed() && n > 2 ? n : n - 1);
+    std::vector<std::unique_ptr<VxDbEntity>> made;
+    for (size_t i = 0; i < segments; ++i) {
+        const VxGePoint3d& a = points[i];
+        const VxGePoint3d& b = points[(i + 1) % n];
+        if (a.distanceTo(b) <= 1e-12)
+            continue;
+        auto line = std::make_unique<VxDbLine>(a, b);
+        line->setPropertiesFrom(this);
+        made.push_back(std::move(line));
+    }
+    for (auto& entity : made)
+        entities.push_back(entity.release());
+    return Velt::eOk;
+}
+
+bool VxDb3dPolyline::getGeCurves(std::vector<std::unique_ptr<VxGeCurve3d>>& curves, bool extended) const
+{
+    curves.clear();
+    const std::vector<VxGePoint3d> points = drawnPoints();
+    const size_t n = points.size();
+    const size_t segments = n < 2 ? 0 : (isClosed() && n > 2 ? n : n - 1);
+    for (size_t i = 0; i < segments; ++i) {
+        const VxGePoint3d& a = points[i];
+        const VxGePoint3d& b = points[(i + 1) % n];
+        if (a.distanceTo(b) <= 1e-12)
+            continue;
+        curves.push_back(std::make_unique<VxGeLineSeg3d>(a, b));
+    }
+    if (extended && !isClosed() && !curves.empty()) {
+        for (size_t i : {size_t(0), curves.size() - 1}) {
+            auto* line = static_cast<VxGeLineSeg3d*>(curves[i].get());
+            curves[i] = std::make_unique<VxGeLine3d>(VxGeLine3d::through(line->startPoint(), line->endPoint()));
+        }
+    }
+    return true;
+}
+
+const VxRxClass* VxDb3dPolyline::dxfRecordClass(const std::vector<dxf::FieldGroup>& groups)
+{
+    return polylineRecordClass(groups);
+}
+
+// Widths, counts and densities that some writers give every POLYLINE: nothing here.
+bool VxDb3dPolyline::readDxfGroup(int code, std::string_view value)
+{
+    double number = 0.0;
+    return ((code >= 71 && code <= 74) || code == 40 || code == 41 || code == 39 || code == 210 || code == 220 ||
+            code == 230) &&
+           readNumber(value, number);
+}
+
+bool VxDb3dPolyline::readDxfSubRecords(const std::vector<dxf::SubRecord>& records, bool utf8File)
+{
+    mVertices.clear();
+    for (const dxf::SubRecord& record : records) {
+        if (record.type == "SEQEND")
+            continue;
+        if (record.type != "VERTEX")
+            return false;
+        auto vertex = std::make_unique<VxDb3dPolylineVertex>();
+        if (!dxf::readFields(*vertex, VxDb3dPolylineVertex::kind(), record.groups, utf8File))
+            return false;
+        int16_t& flags = vertex->mFields.vertexFlags;
+        if (flags & (64 | 128))
+            return false;  // a mesh's vertex
+        flags = int16_t((flags & (kSplineFitMade | kSplineControl)) | k3dVertexFlag);
+        mVertices.push_back(std::move(vertex));
+    }
+    return true;
+}
+
+void VxDb3dPolyline::dxfSubObjects(std::vector<dxf::SubObject>& out) const
+{
+    for (const auto& v : mVertices)
+        out.push_back({"VERTEX", "AcDbVertex", v.get()});
+}
+
+Velt::ErrorStatus VxDb3dPolyline::checkFields(uint64_t)
+{
+    mFields.verticesFollow = 1;
+    mFields.unusedPoint = VxGePoint3d::kOrigin;
+    mFields.polylineFlags = int16_t((mFields.polylineFlags & (1 | kSplineFitted | 128)) | k3dPolylineFlag);
+    if (mFields.curveType != 0 && mFields.curveType != 5 && mFields.curveType != 6)
+        mFields.curveType = 0;
+    return Velt::eOk;
+}
+
+void VxDb3dPolyline::copyExtraData(const VxDb3dPolyline& other)
+{
+    mVertices.clear();
+    for (const auto& v : other.mVertices) {
+        auto copy = std::make_unique<VxDb3dPolylineVertex>();
         copy->mFields = v->mFields;
         mVertices.push_back(std::move(copy));
     }

@@ -18,6 +18,8 @@ namespace kx {
 namespace VxDb {
 enum Poly2dType : int { k2dSimplePoly = 0, k2dFitCurvePoly = 1, k2dQuadSplinePoly = 2, k2dCubicSplinePoly = 3 };
 enum Vertex2dType : int { k2dVertex = 0, k2dSplineCtlVertex = 1, k2dSplineFitVertex = 2, k2dCurveFitVertex = 3 };
+enum Poly3dType : int { k3dSimplePoly = 0, k3dQuadSplinePoly = 1, k3dCubicSplinePoly = 2 };
+enum Vertex3dType : int { k3dSimpleVertex = 0, k3dControlVertex = 1, k3dFitVertex = 2 };
 }  // namespace VxDb
 
 // ---- lightweight polyline ----
@@ -237,6 +239,81 @@ private:
     Velt::ErrorStatus refit();
 
     std::vector<std::unique_ptr<VxDb2dVertex>> mVertices;
+};
+
+// ---- 3D polyline ----
+
+// A world position. Flags 70: 32 always, 8 made by spline fitting, 16 a spline control point.
+#define KX_FIELDS_VxDb3dPolylineVertex(F)                                                          \
+    F(Get, VxGePoint3d, position, -, VxGePoint3d::kOrigin, finite, kOwn, 10, 0)                     \
+    F(Get, int16_t, vertexFlags, -, 32, any, kOwn, 70, 0)
+
+class VxDb3dPolylineVertex : public VxDbVertex {
+    VX_RX_DECLARE_MEMBERS(VxDb3dPolylineVertex)
+    KX_DB_FIELDS(VxDb3dPolylineVertex, VxDbVertex)
+public:
+    VxDb3dPolylineVertex() = default;
+    explicit VxDb3dPolylineVertex(const VxGePoint3d& position) { mFields.position = position; }
+    VxDb::Vertex3dType vertexType() const;
+
+private:
+    friend class VxDb3dPolyline;
+};
+
+// Flags 70: 8 always, 1 closed, 4 spline-fit vertices added; 75: 5 quadratic, 6 cubic.
+#define KX_FIELDS_VxDb3dPolyline(F)                                                                \
+    F(Get, int16_t, verticesFollow, -, 1, any, kOwn, 66, 0)                                         \
+    F(Get, VxGePoint3d, unusedPoint, -, VxGePoint3d::kOrigin, finite, kOwn, 10, 0)                  \
+    F(Get, int16_t, polylineFlags, -, 8, any, kOwn, 70, 0)                                          \
+    F(Get, int16_t, curveType, -, 0, any, kOwn, 75, kxdxf::kOptional)
+
+// Straight segments in space between vertex objects; a spline fit adds its points after the
+// control vertices. Indices below count the control vertices.
+class VxDb3dPolyline : public VxDbCurve {
+    VX_RX_DECLARE_MEMBERS(VxDb3dPolyline)
+    KX_DB_FIELDS(VxDb3dPolyline, VxDbCurve)
+public:
+    VxDb3dPolyline() = default;
+
+    std::unique_ptr<VxDbVertexIterator> vertexIterator() const;
+    int vertexCount() const { return int(mVertices.size()); }
+    const VxDb3dPolylineVertex* vertexAt(int index) const;
+    // Appends a control vertex; the fit follows.
+    Velt::ErrorStatus appendVertex(std::unique_ptr<VxDb3dPolylineVertex> vertex);
+    std::vector<VxGePoint3d> controlPoints() const;
+    Velt::ErrorStatus setControlPointAt(int index, const VxGePoint3d& point);
+    // Moves, adds and removes control vertices from the end; the fit follows.
+    Velt::ErrorStatus setControlPoints(const std::vector<VxGePoint3d>& points);
+
+    VxDb::Poly3dType polyType() const;
+    Velt::ErrorStatus setPolyType(VxDb::Poly3dType type);
+    Velt::ErrorStatus convertToPolyType(VxDb::Poly3dType type);
+    bool isClosed() const override { return (mFields.polylineFlags & 1) != 0; }
+    Velt::ErrorStatus setClosed(bool closed);
+
+    // The points the polyline runs through: all but spline control points.
+    std::vector<VxGePoint3d> drawnPoints() const;
+    double length() const;
+    Velt::ErrorStatus transformBy(const VxGeMatrix3d& xform) override;
+    Velt::ErrorStatus getGeomExtents(VxGeExtents3d& extents) const override;
+    // Lines.
+    Velt::ErrorStatus explode(std::vector<VxDbEntity*>& entities) const override;
+    bool getGeCurves(std::vector<std::unique_ptr<VxGeCurve3d>>& curves, bool extended) const override;
+
+    static const VxRxClass* dxfRecordClass(const std::vector<dxf::FieldGroup>& groups);
+    bool readDxfGroup(int code, std::string_view value);
+    bool readDxfSubRecords(const std::vector<dxf::SubRecord>& records, bool utf8File);
+    void dxfSubObjects(std::vector<dxf::SubObject>& out) const;
+    Velt::ErrorStatus checkFields(uint64_t readMask);
+    void copyExtraData(const VxDb3dPolyline& other);
+
+private:
+    std::vector<VxDb3dPolylineVertex*> controlVertices() const;
+    void setFitFlags(int16_t flags, int16_t curveType);
+    void removeFit();
+    void fit(VxDb::Poly3dType type);
+
+    std::vector<std::unique_ptr<VxDb3dPolylineVertex>> mVertices;
 };
 
 }  // namespace kx

@@ -316,3 +316,51 @@ TEST(DbPolyline2d, SplineFitsAddPointsAfterTheControlVertices)
     EXPECT_EQ(poly->vertexCount(), 5);
     EXPECT_EQ(poly->polylineFlags(), 0);
 }
+
+// ---- 3D polylines ----
+
+TEST(DbPolyline3d, StraightInSpaceSplinesAndBack)
+{
+    VxDb3dPolyline poly;
+    for (const VxGePoint3d& p : {VxGePoint3d{0, 0, 0}, VxGePoint3d{3, 4, 0}, VxGePoint3d{3, 4, 12}})
+        ASSERT_EQ(poly.appendVertex(std::make_unique<VxDb3dPolylineVertex>(p)), Velt::eOk);
+    EXPECT_EQ(poly.appendVertex(std::make_unique<VxDb3dPolylineVertex>(VxGePoint3d{0, NAN, 0})), Velt::eInvalidInput);
+    EXPECT_EQ(poly.polylineFlags(), 8);
+    EXPECT_DOUBLE_EQ(poly.length(), 5.0 + 12.0);
+    ASSERT_EQ(poly.setClosed(true), Velt::eOk);
+    EXPECT_DOUBLE_EQ(poly.length(), 5.0 + 12.0 + 13.0);
+    std::vector<VxDbEntity*> lines;
+    ASSERT_EQ(poly.explode(lines), Velt::eOk);
+    ASSERT_EQ(lines.size(), 3u);
+    for (VxDbEntity* e : lines) {
+        EXPECT_NE(VxDbLine::cast(e), nullptr);
+        delete e;
+    }
+    // Any transformation: nothing in space is refused.
+    ASSERT_EQ(poly.transformBy(VxGeMatrix3d::scaling(2.0, 1.0, 1.0)), Velt::eOk);
+    EXPECT_EQ(poly.controlPoints()[1], (VxGePoint3d{6, 4, 0}));
+
+    ASSERT_EQ(poly.convertToPolyType(VxDb::k3dCubicSplinePoly), Velt::eOk);
+    EXPECT_EQ(poly.polylineFlags(), 8 | 4 | 1);
+    EXPECT_EQ(poly.curveType(), 6);
+    EXPECT_EQ(poly.controlPoints().size(), 3u);
+    EXPECT_GT(poly.vertexCount(), 3 + 8);
+    for (int i = 0; i < poly.vertexCount(); ++i)
+        EXPECT_EQ(poly.vertexAt(i)->vertexType(), i < 3 ? VxDb::k3dControlVertex : VxDb::k3dFitVertex) << i;
+    // A closed spline is a loop inside the control points' box, shorter than the frame.
+    VxGeExtents3d box;
+    ASSERT_EQ(poly.getGeomExtents(box), Velt::eOk);
+    EXPECT_GE(box.minPoint().z, -1e-9);
+    EXPECT_LE(box.maxPoint().z, 12 + 1e-9);
+    EXPECT_LT(poly.length(), std::hypot(6, 4) + 12.0 + std::sqrt(6 * 6 + 4 * 4 + 144.0));
+    // Control points move and come and go; the fit follows.
+    ASSERT_EQ(poly.setControlPoints({{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}}), Velt::eOk);
+    EXPECT_EQ(poly.controlPoints().size(), 4u);
+    EXPECT_EQ(poly.polyType(), VxDb::k3dCubicSplinePoly);
+    EXPECT_EQ(poly.setControlPointAt(4, {0, 0, 0}), Velt::eInvalidIndex);
+    EXPECT_EQ(poly.convertToPolyType(VxDb::Poly3dType(3)), Velt::eInvalidInput);
+    ASSERT_EQ(poly.convertToPolyType(VxDb::k3dSimplePoly), Velt::eOk);
+    EXPECT_EQ(poly.vertexCount(), 4);
+    EXPECT_EQ(poly.polylineFlags(), 8 | 1);
+    EXPECT_DOUBLE_EQ(poly.length(), 4.0);
+}

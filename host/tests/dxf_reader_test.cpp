@@ -512,8 +512,8 @@ TEST(DxfReader, BinaryFilesReadTheSameAndFailCleanly)
     EXPECT_EQ(target.objectSlotCount(), 1u);
 }
 
-// Polylines of R12 files: no markers, no handles; the 2D polyline becomes the host's, with its
-// vertices and their data; a 3D polyline and a vertex the 2D kind does not hold stay as read.
+// Polylines of R12 files: no markers, no handles; 2D and 3D polylines become the host's, with
+// their vertices and their data; a vertex the 2D kind does not hold stays as read.
 TEST(DxfReader, PolylinesOfOldFiles)
 {
     const Groups body = {
@@ -534,7 +534,10 @@ TEST(DxfReader, PolylinesOfOldFiles)
     ASSERT_TRUE(db);
     const std::vector<VxDbObjectId> ids = modelEntities(*db);
     ASSERT_EQ(ids.size(), 3u);
-    EXPECT_EQ(info.opaqueEntities, 2u);
+    EXPECT_EQ(info.opaqueEntities, 1u);
+    auto* poly3d = VxDb3dPolyline::cast(detail::objectOf(ids[1]));
+    ASSERT_NE(poly3d, nullptr);
+    EXPECT_EQ(poly3d->controlPoints(), (std::vector<VxGePoint3d>{{1, 2, 3}}));
     auto* poly = VxDb2dPolyline::cast(detail::objectOf(ids[0]));
     ASSERT_NE(poly, nullptr);
     EXPECT_TRUE(poly->isClosed());
@@ -556,7 +559,7 @@ TEST(DxfReader, PolylinesOfOldFiles)
     VxDbDxfReadInfo info2;
     std::unique_ptr<VxDbDatabase> back = fromDxf(again, &info2);
     ASSERT_TRUE(back);
-    EXPECT_EQ(info2.opaqueEntities, 2u);
+    EXPECT_EQ(info2.opaqueEntities, 1u);
     const std::vector<VxDbObjectId> backIds = modelEntities(*back);
     ASSERT_EQ(backIds.size(), 3u);
     auto* read = VxDb2dPolyline::cast(detail::objectOf(backIds[0]));
