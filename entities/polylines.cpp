@@ -452,4 +452,159 @@ HRESULT setType3d(VxAxObjectRef& ref, Vx3DPolylineType type)
     });
 }
 
+// ---- meshes ----
+
+namespace {
+
+template <class Mesh, class Change>
+HRESULT changeMesh(VxAxObjectRef& ref, const IID& iid, Change&& change)
+{
+    return guarded(iid, [&]() -> HRESULT {
+        kx::VxAxDocLock lock(ref.objectId(), kx::VxAxDocLock::kWrite);
+        check(lock.lockStatus());
+        OpenedObject<Mesh> mesh(ref, kx::VxDb::kForWrite);
+        change(*mesh.orThrow());
+        return S_OK;
+    });
+}
+
+template <class Mesh, class Read>
+HRESULT readMesh(VxAxObjectRef& ref, const IID& iid, Read&& read)
+{
+    return guarded(iid, [&]() -> HRESULT {
+        OpenedObject<Mesh> mesh(ref, kx::VxDb::kForRead);
+        read(static_cast<const Mesh&>(*mesh.orThrow()));
+        return S_OK;
+    });
+}
+
+std::vector<kx::VxGePoint3d> finitePoints(const VARIANT& v)
+{
+    std::vector<kx::VxGePoint3d> points = conv::Points::in(v);
+    for (const kx::VxGePoint3d& p : points)
+        if (!std::isfinite(p.x) || !std::isfinite(p.y) || !std::isfinite(p.z)) throw E_INVALIDARG;
+    return points;
+}
+
+void pointsOut(const std::vector<kx::VxGePoint3d>& points, VARIANT* out)
+{
+    VARIANT made;
+    VariantInit(&made);
+    conv::Points::out(points, &made);
+    *out = made;
+}
+
+void pointOut(const std::vector<kx::VxGePoint3d>& points, int index, VARIANT* out)
+{
+    if (index < 0 || size_t(index) >= points.size()) throw kx::Velt::eInvalidIndex;
+    VARIANT made;
+    VariantInit(&made);
+    conv::Point::out(points[size_t(index)], &made);
+    *out = made;
+}
+
+using PolygonMesh = kx::VxDbPolygonMesh;
+using FaceMesh = kx::VxDbPolyFaceMesh;
+
+}  // namespace
+
+HRESULT meshCoordinates(VxAxObjectRef& ref, VARIANT* coordinates)
+{
+    if (!coordinates) return E_POINTER;
+    return readMesh<PolygonMesh>(ref, __uuidof(IVeltPolygonMesh),
+                                 [&](const PolygonMesh& mesh) { pointsOut(mesh.controlPoints(), coordinates); });
+}
+
+HRESULT setMeshCoordinates(VxAxObjectRef& ref, VARIANT coordinates)
+{
+    std::vector<kx::VxGePoint3d> points;
+    if (HRESULT hr = guarded(__uuidof(IVeltPolygonMesh), [&] { points = finitePoints(coordinates); return S_OK; });
+        FAILED(hr))
+        return hr;
+    return changeMesh<PolygonMesh>(ref, __uuidof(IVeltPolygonMesh),
+                                   [&](PolygonMesh& mesh) { check(mesh.setControlPoints(points)); });
+}
+
+HRESULT meshCoordinate(VxAxObjectRef& ref, int index, VARIANT* point)
+{
+    if (!point) return E_POINTER;
+    return readMesh<PolygonMesh>(ref, __uuidof(IVeltPolygonMesh),
+                                 [&](const PolygonMesh& mesh) { pointOut(mesh.controlPoints(), index, point); });
+}
+
+HRESULT setMeshCoordinate(VxAxObjectRef& ref, int index, VARIANT point)
+{
+    kx::VxGePoint3d p;
+    if (HRESULT hr = guarded(__uuidof(IVeltPolygonMesh), [&] { p = finitePoint3(point); return S_OK; }); FAILED(hr))
+        return hr;
+    return changeMesh<PolygonMesh>(ref, __uuidof(IVeltPolygonMesh),
+                                   [&](PolygonMesh& mesh) { check(mesh.setControlPointAt(index, p)); });
+}
+
+HRESULT meshType(VxAxObjectRef& ref, VxPolymeshType* type)
+{
+    if (!type) return E_POINTER;
+    return readMesh<PolygonMesh>(ref, __uuidof(IVeltPolygonMesh),
+                                 [&](const PolygonMesh& mesh) { *type = VxPolymeshType(mesh.polyMeshType()); });
+}
+
+// Records and performs the smoothing, as the polylines' Type does; a type the host has not
+// changes nothing.
+HRESULT setMeshType(VxAxObjectRef& ref, VxPolymeshType type)
+{
+    return changeMesh<PolygonMesh>(ref, __uuidof(IVeltPolygonMesh), [&](PolygonMesh& mesh) {
+        mesh.convertToPolyMeshType(kx::VxDb::PolyMeshType(type));
+    });
+}
+
+HRESULT faceMeshCoordinates(VxAxObjectRef& ref, VARIANT* coordinates)
+{
+    if (!coordinates) return E_POINTER;
+    return readMesh<FaceMesh>(ref, __uuidof(IVeltPolyfaceMesh),
+                              [&](const FaceMesh& mesh) { pointsOut(mesh.vertexPositions(), coordinates); });
+}
+
+HRESULT setFaceMeshCoordinates(VxAxObjectRef& ref, VARIANT coordinates)
+{
+    std::vector<kx::VxGePoint3d> points;
+    if (HRESULT hr = guarded(__uuidof(IVeltPolyfaceMesh), [&] { points = finitePoints(coordinates); return S_OK; });
+        FAILED(hr))
+        return hr;
+    return changeMesh<FaceMesh>(ref, __uuidof(IVeltPolyfaceMesh),
+                                [&](FaceMesh& mesh) { check(mesh.setVertexPositions(points)); });
+}
+
+HRESULT faceMeshCoordinate(VxAxObjectRef& ref, int index, VARIANT* point)
+{
+    if (!point) return E_POINTER;
+    return readMesh<FaceMesh>(ref, __uuidof(IVeltPolyfaceMesh),
+                              [&](const FaceMesh& mesh) { pointOut(mesh.vertexPositions(), index, point); });
+}
+
+HRESULT setFaceMeshCoordinate(VxAxObjectRef& ref, int index, VARIANT point)
+{
+    kx::VxGePoint3d p;
+    if (HRESULT hr = guarded(__uuidof(IVeltPolyfaceMesh), [&] { p = finitePoint3(point); return S_OK; }); FAILED(hr))
+        return hr;
+    return changeMesh<FaceMesh>(ref, __uuidof(IVeltPolyfaceMesh),
+                                [&](FaceMesh& mesh) { check(mesh.setVertexPositionAt(index, p)); });
+}
+
+// Four 16-bit vertex numbers a face, as the mesh keeps them.
+HRESULT faces(VxAxObjectRef& ref, VARIANT* faces)
+{
+    if (!faces) return E_POINTER;
+    return readMesh<FaceMesh>(ref, __uuidof(IVeltPolyfaceMesh), [&](const FaceMesh& mesh) {
+        const std::vector<int16_t> numbers = mesh.faceNumbers();
+        SAFEARRAY* sa = SafeArrayCreateVector(VT_I2, 0, ULONG(numbers.size()));
+        if (!sa) throw E_OUTOFMEMORY;
+        for (LONG i = 0; i < LONG(numbers.size()); ++i) {
+            short value = numbers[size_t(i)];
+            SafeArrayPutElement(sa, &i, &value);
+        }
+        V_VT(faces) = VT_ARRAY | VT_I2;
+        V_ARRAY(faces) = sa;
+    });
+}
+
 }  // namespace nk::polylines

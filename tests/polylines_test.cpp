@@ -385,6 +385,106 @@ TEST_F(Polylines, ThreeDimensionalPolylinesShowTheGivenVertices)
     EXPECT_EQ(after, count);
 }
 
+// ---- meshes ----
+
+// A 3 x 2 grid: its points row by row, its faces on explode, the factory's count rule.
+TEST_F(Polylines, PolygonMeshesHoldTheirGrid)
+{
+    ComPtr<IVeltModelSpace> space = modelSpace();
+    ComPtr<IVeltPolygonMesh> mesh;
+    const std::vector<double> points{0, 0, 0, 1, 0, 0, 0, 1, 0, 1, 1, 1, 0, 2, 0, 1, 2, 0};
+    Value grid = doubles({0, 0, 0, 1, 0, 0, 0, 1, 0, 1, 1, 1, 0, 2, 0, 1, 2, 0});
+    ASSERT_EQ(space->Add3DMesh(3, 2, *grid, mesh.put()), S_OK);
+    IDispatch* d = mesh.get();
+    EXPECT_EQ(get(d, L"Coordinates"), points);
+    long m = 0, n = 0;
+    ASSERT_EQ(mesh->get_MVertexCount(&m), S_OK);
+    ASSERT_EQ(mesh->get_NVertexCount(&n), S_OK);
+    EXPECT_EQ(m, 3);
+    EXPECT_EQ(n, 2);
+    Value three = integer(3), six = integer(6);
+    EXPECT_EQ(get(d, L"Coordinate", {three.get()}), (std::vector<double>{1, 1, 1}));
+    Value ignored;
+    EXPECT_TRUE(FAILED(invoke(d, L"Coordinate", DISPATCH_PROPERTYGET, {six.get()}, &ignored)));
+    // A put of another count is refused and changes nothing.
+    Value fewer = doubles({0, 0, 0, 1, 0, 0});
+    EXPECT_TRUE(FAILED(invoke(d, L"Coordinates", DISPATCH_PROPERTYPUT, {fewer.get()})));
+    EXPECT_EQ(get(d, L"Coordinates"), points);
+
+    Value pieces;
+    ASSERT_EQ(invoke(d, L"Explode", DISPATCH_METHOD, {}, &pieces), S_OK);
+    ASSERT_EQ(V_VT(pieces.get()), VT_ARRAY | VT_VARIANT);
+    EXPECT_EQ(V_ARRAY(pieces.get())->rgsabound[0].cElements, 2u);
+
+    // Smoothed: recorded and performed, the control points unchanged.
+    ASSERT_EQ(mesh->put_MDensity(4), S_OK);
+    ASSERT_EQ(mesh->put_NDensity(5), S_OK);
+    EXPECT_TRUE(FAILED(mesh->put_MDensity(1)));
+    Value cubic = integer(vxCubicSurfaceMesh);
+    ASSERT_EQ(invoke(d, L"Type", DISPATCH_PROPERTYPUT, {cubic.get()}), S_OK);
+    VxPolymeshType type = vxSimpleMesh;
+    ASSERT_EQ(mesh->get_Type(&type), S_OK);
+    EXPECT_EQ(type, vxCubicSurfaceMesh);
+    EXPECT_EQ(get(d, L"Coordinates"), points);
+    ASSERT_EQ(invoke(d, L"Explode", DISPATCH_METHOD, {}, &pieces), S_OK);
+    EXPECT_EQ(V_ARRAY(pieces.get())->rgsabound[0].cElements, 3u * 4u);
+
+    LONG count = 0, after = 0;
+    ASSERT_EQ(space->get_Count(&count), S_OK);
+    IVeltPolygonMesh* made = nullptr;
+    EXPECT_EQ(space->Add3DMesh(2, 2, *grid, &made), E_INVALIDARG);
+    EXPECT_EQ(space->Add3DMesh(6, 1, *grid, &made), E_INVALIDARG);
+    EXPECT_EQ(made, nullptr);
+    ASSERT_EQ(space->get_Count(&after), S_OK);
+    EXPECT_EQ(after, count);
+}
+
+// Faces by vertex number; a malformed face list adds nothing.
+TEST_F(Polylines, PolyfaceMeshesCheckTheirFaces)
+{
+    ComPtr<IVeltModelSpace> space = modelSpace();
+    Value vertices = doubles({0, 0, 0, 1, 0, 0, 1, 1, 0, 0, 1, 0, 2, 0, 0});
+    LONG count = 0, after = 0;
+    ASSERT_EQ(space->get_Count(&count), S_OK);
+    Value bad[] = {drawing::shorts({1, 2, 3}), drawing::shorts({1, 2, 9, 0}), drawing::shorts({1, 0, 2, 0}),
+                   doubles({1, 2, 3, 4}), drawing::shorts({})};
+    for (Value& faces : bad) {
+        IVeltPolyfaceMesh* made = nullptr;
+        EXPECT_EQ(space->AddPolyfaceMesh(*vertices, *faces, &made), E_INVALIDARG);
+        EXPECT_EQ(made, nullptr);
+    }
+    ASSERT_EQ(space->get_Count(&after), S_OK);
+    EXPECT_EQ(after, count);
+
+    ComPtr<IVeltPolyfaceMesh> mesh;
+    Value faces = drawing::shorts({1, 2, -3, 4, 2, 5, 3, 0});
+    ASSERT_EQ(space->AddPolyfaceMesh(*vertices, *faces, mesh.put()), S_OK);
+    long number = 0;
+    ASSERT_EQ(mesh->get_NumberOfVertices(&number), S_OK);
+    EXPECT_EQ(number, 5);
+    ASSERT_EQ(mesh->get_NumberOfFaces(&number), S_OK);
+    EXPECT_EQ(number, 2);
+    Value list;
+    ASSERT_EQ(mesh->get_Faces(list.get()), S_OK);
+    ASSERT_EQ(V_VT(list.get()), VT_ARRAY | VT_I2);
+    std::vector<short> read;
+    for (LONG i = 0; i < 8; ++i) {
+        short n = 0;
+        SafeArrayGetElement(V_ARRAY(list.get()), &i, &n);
+        read.push_back(n);
+    }
+    EXPECT_EQ(read, (std::vector<short>{1, 2, -3, 4, 2, 5, 3, 0}));
+    Value index = integer(4), outside = integer(5);
+    EXPECT_EQ(get(mesh.get(), L"Coordinate", {index.get()}), (std::vector<double>{2, 0, 0}));
+    Value ignored;
+    EXPECT_TRUE(FAILED(invoke(mesh.get(), L"Coordinate", DISPATCH_PROPERTYGET, {outside.get()}, &ignored)));
+    // The vertices move; their number stays.
+    Value moved = doubles({0, 0, 1, 1, 0, 1, 1, 1, 1, 0, 1, 1, 2, 0, 1}), fewer = doubles({0, 0, 0});
+    ASSERT_EQ(invoke(mesh.get(), L"Coordinates", DISPATCH_PROPERTYPUT, {moved.get()}), S_OK);
+    EXPECT_TRUE(FAILED(invoke(mesh.get(), L"Coordinates", DISPATCH_PROPERTYPUT, {fewer.get()})));
+    EXPECT_EQ(get(mesh.get(), L"Coordinate", {index.get()}), (std::vector<double>{2, 0, 1}));
+}
+
 }  // namespace
 
 namespace {

@@ -966,7 +966,7 @@ bool VxDb2dPolyline::getGeCurves(std::vector<std::unique_ptr<VxGeCurve3d>>& curv
 
 namespace {
 
-// Which kind a POLYLINE record is, by its flags: meshes are kept as read.
+// Which kind a POLYLINE record is, by its flags.
 const VxRxClass* polylineRecordClass(const std::vector<dxf::FieldGroup>& groups)
 {
     int64_t flags = 0;
@@ -974,8 +974,10 @@ const VxRxClass* polylineRecordClass(const std::vector<dxf::FieldGroup>& groups)
         if (g.code == 70 && !dxf::parseInt(g.value, flags))
             return nullptr;
     }
-    if (flags & (16 | 64))
-        return nullptr;
+    if (flags & 64)
+        return VxDbPolyFaceMesh::desc();
+    if (flags & 16)
+        return VxDbPolygonMesh::desc();
     return (flags & 8) ? VxDb3dPolyline::desc() : VxDb2dPolyline::desc();
 }
 
@@ -1390,6 +1392,642 @@ void VxDb3dPolyline::copyExtraData(const VxDb3dPolyline& other)
         auto copy = std::make_unique<VxDb3dPolylineVertex>();
         copy->mFields = v->mFields;
         mVertices.push_back(std::move(copy));
+    }
+}
+
+// ---- polygon mesh ----
+
+KX_DB_DEFINE_KIND(VxDbPolygonMeshVertex, VxDbVertex, L"KxDbPolygonMeshVertex",
+                  &vxrxCreateInstance<VxDbPolygonMeshVertex>, L"", "AcDbPolygonMeshVertex")
+KX_DB_DEFINE_KIND(VxDbPolygonMesh, VxDbEntity, L"KxDbPolygonMesh", &vxrxCreateInstance<VxDbPolygonMesh>, L"POLYLINE",
+                  "AcDbPolygonMesh")
+
+namespace {
+
+constexpr int16_t kMeshVertexFlag = 64, kPolygonMeshFlag = 16, kSmoothed = 4, kNClosed = 32;
+
+bool isMeshSize(int size) { return size >= 2 && size <= VxDbPolygonMesh::kMaxSize; }
+
+}  // namespace
+
+Velt::ErrorStatus VxDbPolygonMesh::setGrid(int m, int n, const std::vector<VxGePoint3d>& positions)
+{
+    if (Velt::ErrorStatus es = assertWriteEnabled())
+        return es;
+    if (!isMeshSize(m) || !isMeshSize(n) || positions.size() != size_t(m) * size_t(n))
+        return Velt::eInvalidInput;
+    for (const VxGePoint3d& p : positions) {
+        if (!fieldcheck::isFinite(p))
+            return Velt::eInvalidInput;
+    }
+    mVertices.clear();
+    for (const VxGePoint3d& p : positions)
+        mVertices.push_back(std::make_unique<VxDbPolygonMeshVertex>(p));
+    mFields.mSize = int16_t(m);
+    mFields.nSize = int16_t(n);
+    mFields.meshFlags = int16_t((mFields.meshFlags & (1 | kNClosed)) | kPolygonMeshFlag);
+    mFields.surfaceType = 0;
+    return Velt::eOk;
+}
+
+std::unique_ptr<VxDbVertexIterator> VxDbPolygonMesh::vertexIterator() const
+{
+    std::vector<const VxDbVertex*> vertices;
+    for (const auto& v : mVertices)
+        vertices.push_back(v.get());
+    return std::make_unique<VxDbVertexIterator>(std::move(vertices));
+}
+
+const VxDbPolygonMeshVertex* VxDbPolygonMesh::vertexAt(int index) const
+{
+    return index >= 0 && index < vertexCount() ? mVertices[size_t(index)].get() : nullptr;
+}
+
+std::vector<VxGePoint3d> VxDbPolygonMesh::controlPoints() const
+{
+    std::vector<VxGePoint3d> points;
+    for (const auto& v : mVertices) {
+        if (!v->isGenerated())
+            points.push_back(v->mFields.position);
+    }
+    return points;
+}
+
+Velt::ErrorStatus VxDbPolygonMesh::setControlPointAt(int index, const VxGePoint3d& position)
+{
+    if (Velt::ErrorStatus es = assertWriteEnabled())
+        return es;
+    if (index < 0 || index >= int(mFields.mSize) * int(mFields.nSize) || size_t(index) >= mVertices.size())
+        return Velt::eInvalidIndex;
+    if (!fieldcheck::isFinite(position))
+        return Velt::eInvalidInput;
+    mVertices[size_t(index)]->mFields.position = position;
+    refit();
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDbPolygonMesh::setControlPoints(const std::vector<VxGePoint3d>& positions)
+{
+    if (Velt::ErrorStatus es = assertWriteEnabled())
+        return es;
+    if (positions.size() != size_t(mFields.mSize) * size_t(mFields.nSize))
+        return Velt::eInvalidInput;
+    for (const VxGePoint3d& p : positions) {
+        if (!fieldcheck::isFinite(p))
+            return Velt::eInvalidInput;
+    }
+    for (size_t i = 0; i < positions.size() && i < mVertices.size(); ++i)
+        mVertices[i]->mFields.position = positions[i];
+    refit();
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDbPolygonMesh::appendRow(const std::vector<VxGePoint3d>& row)
+{
+    if (Velt::ErrorStatus es = assertWriteEnabled())
+        return es;
+    if (row.size() != size_t(mFields.nSize) || mFields.mSize >= kMaxSize)
+        return Velt::eInvalidInput;
+    for (const VxGePoint3d& p : row) {
+        if (!fieldcheck::isFinite(p))
+            return Velt::eInvalidInput;
+    }
+    const VxDb::PolyMeshType type = polyMeshType();
+    removeFit();
+    for (const VxGePoint3d& p : row)
+        mVertices.push_back(std::make_unique<VxDbPolygonMeshVertex>(p));
+    ++mFields.mSize;
+    fit(type);
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDbPolygonMesh::setMClosed(bool closed)
+{
+    if (Velt::ErrorStatus es = assertWriteEnabled())
+        return es;
+    mFields.meshFlags = int16_t(closed ? mFields.meshFlags | 1 : mFields.meshFlags & ~1);
+    refit();
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDbPolygonMesh::setNClosed(bool closed)
+{
+    if (Velt::ErrorStatus es = assertWriteEnabled())
+        return es;
+    mFields.meshFlags = int16_t(closed ? mFields.meshFlags | kNClosed : mFields.meshFlags & ~kNClosed);
+    refit();
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDbPolygonMesh::setMSurfaceDensity(int density)
+{
+    if (!isMeshSize(density))
+        return Velt::eInvalidInput;
+    if (Velt::ErrorStatus es = assertWriteEnabled())
+        return es;
+    mFields.mSurfaceDensity = int16_t(density);
+    refit();
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDbPolygonMesh::setNSurfaceDensity(int density)
+{
+    if (!isMeshSize(density))
+        return Velt::eInvalidInput;
+    if (Velt::ErrorStatus es = assertWriteEnabled())
+        return es;
+    mFields.nSurfaceDensity = int16_t(density);
+    refit();
+    return Velt::eOk;
+}
+
+VxDb::PolyMeshType VxDbPolygonMesh::polyMeshType() const
+{
+    if (!(mFields.meshFlags & kSmoothed))
+        return VxDb::kSimpleMesh;
+    switch (mFields.surfaceType) {
+    case 5: return VxDb::kQuadSurfaceMesh;
+    case 8: return VxDb::kBezierSurfaceMesh;
+    default: return VxDb::kCubicSurfaceMesh;
+    }
+}
+
+Velt::ErrorStatus VxDbPolygonMesh::setPolyMeshType(VxDb::PolyMeshType type)
+{
+    if (Velt::ErrorStatus es = assertWriteEnabled())
+        return es;
+    switch (type) {
+    case VxDb::kSimpleMesh:
+        mFields.meshFlags = int16_t(mFields.meshFlags & ~kSmoothed);
+        mFields.surfaceType = 0;
+        return Velt::eOk;
+    case VxDb::kQuadSurfaceMesh:
+    case VxDb::kCubicSurfaceMesh:
+    case VxDb::kBezierSurfaceMesh:
+        mFields.meshFlags = int16_t(mFields.meshFlags | kSmoothed);
+        mFields.surfaceType = int16_t(type);
+        return Velt::eOk;
+    default: return Velt::eInvalidInput;
+    }
+}
+
+Velt::ErrorStatus VxDbPolygonMesh::convertToPolyMeshType(VxDb::PolyMeshType type)
+{
+    if (Velt::ErrorStatus es = assertWriteEnabled())
+        return es;
+    if (type != VxDb::kSimpleMesh && type != VxDb::kQuadSurfaceMesh && type != VxDb::kCubicSurfaceMesh &&
+        type != VxDb::kBezierSurfaceMesh)
+        return Velt::eInvalidInput;
+    removeFit();
+    fit(type);
+    return Velt::eOk;
+}
+
+void VxDbPolygonMesh::removeFit()
+{
+    std::vector<std::unique_ptr<VxDbPolygonMeshVertex>> kept;
+    for (auto& v : mVertices) {
+        if (v->isGenerated())
+            continue;
+        v->mFields.vertexFlags = kMeshVertexFlag;
+        kept.push_back(std::move(v));
+    }
+    mVertices = std::move(kept);
+    mFields.meshFlags = int16_t(mFields.meshFlags & ~kSmoothed);
+    mFields.surfaceType = 0;
+}
+
+void VxDbPolygonMesh::fit(VxDb::PolyMeshType type)
+{
+    const int m = mFields.mSize, n = mFields.nSize;
+    if (type == VxDb::kSimpleMesh || mVertices.size() != size_t(m) * size_t(n) || !isMeshSize(m) || !isMeshSize(n)) {
+        setPolyMeshType(type);
+        return;
+    }
+    // The mesh's own densities, else the drawing's SURFU and SURFV, else 6.
+    auto density = [this](int16_t own, VxDbHeaderVar var) {
+        int d = own;
+        if (!isMeshSize(d) && database())
+            d = database()->headerInt(var);
+        return isMeshSize(d) ? d : 6;
+    };
+    const int dm = density(mFields.mSurfaceDensity, VxDbHeaderVar::kSurfU);
+    const int dn = density(mFields.nSurfaceDensity, VxDbHeaderVar::kSurfV);
+    std::vector<VxGePoint3d> control;
+    for (auto& v : mVertices) {
+        v->mFields.vertexFlags = kMeshVertexFlag | kSplineControl;
+        control.push_back(v->mFields.position);
+    }
+    for (const VxGePoint3d& p :
+         vxgeSurfaceFitPoints(control, m, n, isMClosed(), isNClosed(), VxGeSurfaceType(int(type)), dm, dn)) {
+        auto v = std::make_unique<VxDbPolygonMeshVertex>(p);
+        v->mFields.vertexFlags = kMeshVertexFlag | kSplineFitMade;
+        mVertices.push_back(std::move(v));
+    }
+    mFields.mSurfaceDensity = int16_t(dm);
+    mFields.nSurfaceDensity = int16_t(dn);
+    setPolyMeshType(type);
+}
+
+void VxDbPolygonMesh::refit()
+{
+    const VxDb::PolyMeshType type = polyMeshType();
+    if (type == VxDb::kSimpleMesh)
+        return;
+    removeFit();
+    fit(type);
+}
+
+std::vector<VxGePoint3d> VxDbPolygonMesh::drawnGrid(int& m, int& n) const
+{
+    std::vector<VxGePoint3d> control, fitted;
+    for (const auto& v : mVertices)
+        (v->isGenerated() ? fitted : control).push_back(v->mFields.position);
+    if (!fitted.empty() && fitted.size() == size_t(mFields.mSurfaceDensity) * size_t(mFields.nSurfaceDensity)) {
+        m = mFields.mSurfaceDensity;
+        n = mFields.nSurfaceDensity;
+        return fitted;
+    }
+    m = mFields.mSize;
+    n = mFields.nSize;
+    if (control.size() != size_t(std::max(m, 0)) * size_t(std::max(n, 0)))
+        m = n = 0;
+    return control;
+}
+
+Velt::ErrorStatus VxDbPolygonMesh::transformBy(const VxGeMatrix3d& xform)
+{
+    if (Velt::ErrorStatus es = assertWriteEnabled())
+        return es;
+    std::vector<VxGePoint3d> points;
+    for (const auto& v : mVertices) {
+        const VxGePoint3d p = xform.transform(v->mFields.position);
+        if (!fieldcheck::isFinite(p))
+            return Velt::eInvalidInput;
+        points.push_back(p);
+    }
+    for (size_t i = 0; i < points.size(); ++i)
+        mVertices[i]->mFields.position = points[i];
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDbPolygonMesh::getGeomExtents(VxGeExtents3d& extents) const
+{
+    int m = 0, n = 0;
+    const std::vector<VxGePoint3d> grid = drawnGrid(m, n);
+    if (grid.empty())
+        return Velt::eNotApplicable;
+    extents = VxGeExtents3d();
+    for (const VxGePoint3d& p : grid)
+        extents.addPoint(p);
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDbPolygonMesh::explode(std::vector<VxDbEntity*>& entities) const
+{
+    int m = 0, n = 0;
+    const std::vector<VxGePoint3d> grid = drawnGrid(m, n);
+    if (m < 2 || n < 2)
+        return Velt::eOk;
+    // A smoothed surface closes as its control grid does.
+    const int rows = isMClosed() ? m : m - 1, columns = isNClosed() ? n : n - 1;
+    auto at = [&](int i, int j) { return grid[size_t(i % m) * size_t(n) + size_t(j % n)]; };
+    std::vector<std::unique_ptr<VxDbEntity>> made;
+    for (int i = 0; i < rows; ++i) {
+        for (int j = 0; j < columns; ++j) {
+            auto face = std::make_unique<VxDbFace>(at(i, j), at(i, j + 1), at(i + 1, j + 1), at(i + 1, j));
+            face->setPropertiesFrom(this);
+            made.push_back(std::move(face));
+        }
+    }
+    for (auto& entity : made)
+        entities.push_back(entity.release());
+    return Velt::eOk;
+}
+
+// Which kind a POLYLINE record is, by its flags.
+const VxRxClass* VxDbPolygonMesh::dxfRecordClass(const std::vector<dxf::FieldGroup>& groups)
+{
+    return polylineRecordClass(groups);
+}
+
+bool VxDbPolygonMesh::readDxfGroup(int code, std::string_view value)
+{
+    double number = 0.0;
+    return (code == 40 || code == 41 || code == 39 || code == 210 || code == 220 || code == 230) &&
+           readNumber(value, number);
+}
+
+bool VxDbPolygonMesh::readDxfSubRecords(const std::vector<dxf::SubRecord>& records, bool utf8File)
+{
+    mVertices.clear();
+    size_t control = 0, fitted = 0;
+    for (const dxf::SubRecord& record : records) {
+        if (record.type == "SEQEND")
+            continue;
+        if (record.type != "VERTEX")
+            return false;
+        auto vertex = std::make_unique<VxDbPolygonMeshVertex>();
+        if (!dxf::readFields(*vertex, VxDbPolygonMeshVertex::kind(), record.groups, utf8File))
+            return false;
+        int16_t& flags = vertex->mFields.vertexFlags;
+        if (!(flags & kMeshVertexFlag) || (flags & 128))
+            return false;
+        flags = int16_t((flags & (kSplineFitMade | kSplineControl)) | kMeshVertexFlag);
+        ++(vertex->isGenerated() ? fitted : control);
+        mVertices.push_back(std::move(vertex));
+    }
+    // The counts must describe the grid that came (a mesh with no vertices yet has none to
+    // describe): a mesh that does not add up is kept as read.
+    const Fields& f = mFields;
+    if (control == 0 && fitted == 0)
+        return true;
+    if (!isMeshSize(f.mSize) || !isMeshSize(f.nSize) || control != size_t(f.mSize) * size_t(f.nSize))
+        return false;
+    if (fitted && fitted != size_t(std::max<int>(f.mSurfaceDensity, 0)) * size_t(std::max<int>(f.nSurfaceDensity, 0)))
+        return false;
+    return true;
+}
+
+// The flags say what a polygon mesh can be; a smoothed one has a surface type.
+Velt::ErrorStatus VxDbPolygonMesh::checkFields(uint64_t)
+{
+    Fields& f = mFields;
+    f.meshFlags = int16_t((f.meshFlags & (1 | kNClosed | kSmoothed)) | kPolygonMeshFlag);
+    if (!(f.meshFlags & kSmoothed))
+        f.surfaceType = 0;
+    else if (f.surfaceType != 5 && f.surfaceType != 6 && f.surfaceType != 8)
+        f.surfaceType = 6;
+    f.verticesFollow = 1;
+    f.unusedPoint = VxGePoint3d::kOrigin;
+    return Velt::eOk;
+}
+
+void VxDbPolygonMesh::dxfSubObjects(std::vector<dxf::SubObject>& out) const
+{
+    for (const auto& v : mVertices)
+        out.push_back({"VERTEX", "AcDbVertex", v.get()});
+}
+
+void VxDbPolygonMesh::copyExtraData(const VxDbPolygonMesh& other)
+{
+    mVertices.clear();
+    for (const auto& v : other.mVertices) {
+        auto copy = std::make_unique<VxDbPolygonMeshVertex>();
+        copy->mFields = v->mFields;
+        mVertices.push_back(std::move(copy));
+    }
+}
+
+// ---- polyface mesh ----
+
+KX_DB_DEFINE_KIND(VxDbPolyFaceMeshVertex, VxDbVertex, L"KxDbPolyFaceMeshVertex",
+                  &vxrxCreateInstance<VxDbPolyFaceMeshVertex>, L"", "AcDbPolyFaceMeshVertex")
+KX_DB_DEFINE_KIND(VxDbFaceRecord, VxDbVertex, L"KxDbFaceRecord", &vxrxCreateInstance<VxDbFaceRecord>, L"",
+                  "AcDbFaceRecord")
+KX_DB_DEFINE_KIND(VxDbPolyFaceMesh, VxDbEntity, L"KxDbPolyFaceMesh", &vxrxCreateInstance<VxDbPolyFaceMesh>,
+                  L"POLYLINE", "AcDbPolyFaceMesh")
+
+Velt::ErrorStatus VxDbFaceRecord::getVertexAt(int corner, int16_t& vertex) const
+{
+    switch (corner) {
+    case 0: vertex = mFields.vertex0; return Velt::eOk;
+    case 1: vertex = mFields.vertex1; return Velt::eOk;
+    case 2: vertex = mFields.vertex2; return Velt::eOk;
+    case 3: vertex = mFields.vertex3; return Velt::eOk;
+    default: return Velt::eInvalidIndex;
+    }
+}
+
+Velt::ErrorStatus VxDbPolyFaceMesh::appendVertex(const VxGePoint3d& position)
+{
+    if (Velt::ErrorStatus es = assertWriteEnabled())
+        return es;
+    if (!fieldcheck::isFinite(position) || mVertices.size() >= size_t(kMaxVertices))
+        return Velt::eInvalidInput;
+    mVertices.push_back(std::make_unique<VxDbPolyFaceMeshVertex>(position));
+    mFields.numVertices = int16_t(mVertices.size());
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDbPolyFaceMesh::appendFace(int16_t v0, int16_t v1, int16_t v2, int16_t v3)
+{
+    if (Velt::ErrorStatus es = assertWriteEnabled())
+        return es;
+    const int count = int(mVertices.size());
+    auto valid = [count](int16_t v, bool mayBeNone) {
+        const int a = std::abs(int(v));
+        return (a == 0 && mayBeNone) || (a >= 1 && a <= count);
+    };
+    if (!valid(v0, false) || !valid(v1, false) || !valid(v2, false) || !valid(v3, true) ||
+        mFaces.size() >= size_t(kMaxVertices))
+        return Velt::eInvalidInput;
+    auto face = std::make_unique<VxDbFaceRecord>();
+    face->mFields.vertex0 = v0;
+    face->mFields.vertex1 = v1;
+    face->mFields.vertex2 = v2;
+    face->mFields.vertex3 = v3;
+    mFaces.push_back(std::move(face));
+    mFields.numFaces = int16_t(mFaces.size());
+    return Velt::eOk;
+}
+
+std::vector<VxGePoint3d> VxDbPolyFaceMesh::vertexPositions() const
+{
+    std::vector<VxGePoint3d> points;
+    for (const auto& v : mVertices)
+        points.push_back(v->mFields.position);
+    return points;
+}
+
+Velt::ErrorStatus VxDbPolyFaceMesh::setVertexPositionAt(int index, const VxGePoint3d& position)
+{
+    if (Velt::ErrorStatus es = assertWriteEnabled())
+        return es;
+    if (index < 0 || size_t(index) >= mVertices.size())
+        return Velt::eInvalidIndex;
+    if (!fieldcheck::isFinite(position))
+        return Velt::eInvalidInput;
+    mVertices[size_t(index)]->mFields.position = position;
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDbPolyFaceMesh::setVertexPositions(const std::vector<VxGePoint3d>& positions)
+{
+    if (Velt::ErrorStatus es = assertWriteEnabled())
+        return es;
+    if (positions.size() != mVertices.size())
+        return Velt::eInvalidInput;
+    for (const VxGePoint3d& p : positions) {
+        if (!fieldcheck::isFinite(p))
+            return Velt::eInvalidInput;
+    }
+    for (size_t i = 0; i < positions.size(); ++i)
+        mVertices[i]->mFields.position = positions[i];
+    return Velt::eOk;
+}
+
+std::vector<int16_t> VxDbPolyFaceMesh::faceNumbers() const
+{
+    std::vector<int16_t> numbers;
+    for (const auto& f : mFaces)
+        numbers.insert(numbers.end(), {f->mFields.vertex0, f->mFields.vertex1, f->mFields.vertex2, f->mFields.vertex3});
+    return numbers;
+}
+
+std::unique_ptr<VxDbVertexIterator> VxDbPolyFaceMesh::vertexIterator() const
+{
+    std::vector<const VxDbVertex*> vertices;
+    for (const auto& v : mVertices)
+        vertices.push_back(v.get());
+    for (const auto& f : mFaces)
+        vertices.push_back(f.get());
+    return std::make_unique<VxDbVertexIterator>(std::move(vertices));
+}
+
+Velt::ErrorStatus VxDbPolyFaceMesh::transformBy(const VxGeMatrix3d& xform)
+{
+    if (Velt::ErrorStatus es = assertWriteEnabled())
+        return es;
+    std::vector<VxGePoint3d> points;
+    for (const auto& v : mVertices) {
+        const VxGePoint3d p = xform.transform(v->mFields.position);
+        if (!fieldcheck::isFinite(p))
+            return Velt::eInvalidInput;
+        points.push_back(p);
+    }
+    for (size_t i = 0; i < points.size(); ++i)
+        mVertices[i]->mFields.position = points[i];
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDbPolyFaceMesh::getGeomExtents(VxGeExtents3d& extents) const
+{
+    if (mVertices.empty())
+        return Velt::eNotApplicable;
+    extents = VxGeExtents3d();
+    for (const auto& v : mVertices)
+        extents.addPoint(v->mFields.position);
+    return Velt::eOk;
+}
+
+Velt::ErrorStatus VxDbPolyFaceMesh::explode(std::vector<VxDbEntity*>& entities) const
+{
+    std::vector<std::unique_ptr<VxDbEntity>> made;
+    for (const auto& f : mFaces) {
+        const int16_t numbers[4] = {f->mFields.vertex0, f->mFields.vertex1, f->mFields.vertex2, f->mFields.vertex3};
+        VxGePoint3d corners[4];
+        int used = 0;
+        bool ok = true;
+        for (int c = 0; c < 4; ++c) {
+            const int a = std::abs(int(numbers[c]));
+            if (a == 0)
+                break;
+            ok = ok && size_t(a) <= mVertices.size();
+            if (ok)
+                corners[used++] = mVertices[size_t(a - 1)]->mFields.position;
+        }
+        if (!ok || used < 3)
+            continue;
+        if (used == 3)
+            corners[3] = corners[2];
+        auto face = std::make_unique<VxDbFace>(corners[0], corners[1], corners[2], corners[3]);
+        for (int c = 0; c < used; ++c) {
+            if (numbers[c] < 0)
+                face->setEdgeVisibleAt(c, false);
+        }
+        face->setPropertiesFrom(this);
+        made.push_back(std::move(face));
+    }
+    for (auto& entity : made)
+        entities.push_back(entity.release());
+    return Velt::eOk;
+}
+
+const VxRxClass* VxDbPolyFaceMesh::dxfRecordClass(const std::vector<dxf::FieldGroup>& groups)
+{
+    return polylineRecordClass(groups);
+}
+
+bool VxDbPolyFaceMesh::readDxfGroup(int code, std::string_view value)
+{
+    double number = 0.0;
+    return (code == 40 || code == 41 || code == 39 || code == 73 || code == 74 || code == 75 || code == 210 ||
+            code == 220 || code == 230) &&
+           readNumber(value, number);
+}
+
+// Vertices first, then faces of the vertices that came; counts in the file are not trusted.
+bool VxDbPolyFaceMesh::readDxfSubRecords(const std::vector<dxf::SubRecord>& records, bool utf8File)
+{
+    mVertices.clear();
+    mFaces.clear();
+    for (const dxf::SubRecord& record : records) {
+        if (record.type == "SEQEND")
+            continue;
+        if (record.type != "VERTEX")
+            return false;
+        int64_t flags = -1;
+        for (const dxf::FieldGroup& g : record.groups) {
+            if (g.code == 70 && !dxf::parseInt(g.value, flags))
+                return false;
+        }
+        if (flags == 128) {
+            auto face = std::make_unique<VxDbFaceRecord>();
+            if (!dxf::readFields(*face, VxDbFaceRecord::kind(), record.groups, utf8File))
+                return false;
+            const VxDbFaceRecord::Fields& f = face->mFields;
+            if (appendFace(f.vertex0, f.vertex1, f.vertex2, f.vertex3) != Velt::eOk)
+                return false;
+        } else if ((flags & 192) == 192) {
+            auto vertex = std::make_unique<VxDbPolyFaceMeshVertex>();
+            if (!dxf::readFields(*vertex, VxDbPolyFaceMeshVertex::kind(), record.groups, utf8File) || !mFaces.empty() ||
+                appendVertex(vertex->mFields.position) != Velt::eOk)
+                return false;
+        } else {
+            return false;
+        }
+    }
+    mFields.meshFlags = 64;
+    mFields.verticesFollow = 1;
+    mFields.unusedPoint = VxGePoint3d::kOrigin;
+    mFields.numVertices = int16_t(mVertices.size());
+    mFields.numFaces = int16_t(mFaces.size());
+    return true;
+}
+
+// The counts are those of the vertices and faces it has (the records that follow decide).
+Velt::ErrorStatus VxDbPolyFaceMesh::checkFields(uint64_t)
+{
+    mFields.meshFlags = 64;
+    mFields.verticesFollow = 1;
+    mFields.unusedPoint = VxGePoint3d::kOrigin;
+    mFields.numVertices = int16_t(mVertices.size());
+    mFields.numFaces = int16_t(mFaces.size());
+    return Velt::eOk;
+}
+
+void VxDbPolyFaceMesh::dxfSubObjects(std::vector<dxf::SubObject>& out) const
+{
+    for (const auto& v : mVertices)
+        out.push_back({"VERTEX", "AcDbVertex", v.get()});
+    for (const auto& f : mFaces)
+        out.push_back({"VERTEX", "AcDbVertex", f.get()});
+}
+
+void VxDbPolyFaceMesh::copyExtraData(const VxDbPolyFaceMesh& other)
+{
+    mVertices.clear();
+    mFaces.clear();
+    for (const auto& v : other.mVertices) {
+        auto copy = std::make_unique<VxDbPolyFaceMeshVertex>();
+        copy->mFields = v->mFields;
+        mVertices.push_back(std::move(copy));
+    }
+    for (const auto& f : other.mFaces) {
+        auto copy = std::make_unique<VxDbFaceRecord>();
+        copy->mFields = f->mFields;
+        mFaces.push_back(std::move(copy));
     }
 }
 

@@ -20,6 +20,7 @@ enum Poly2dType : int { k2dSimplePoly = 0, k2dFitCurvePoly = 1, k2dQuadSplinePol
 enum Vertex2dType : int { k2dVertex = 0, k2dSplineCtlVertex = 1, k2dSplineFitVertex = 2, k2dCurveFitVertex = 3 };
 enum Poly3dType : int { k3dSimplePoly = 0, k3dQuadSplinePoly = 1, k3dCubicSplinePoly = 2 };
 enum Vertex3dType : int { k3dSimpleVertex = 0, k3dControlVertex = 1, k3dFitVertex = 2 };
+enum PolyMeshType : int { kSimpleMesh = 0, kQuadSurfaceMesh = 5, kCubicSurfaceMesh = 6, kBezierSurfaceMesh = 8 };
 }  // namespace VxDb
 
 // ---- lightweight polyline ----
@@ -314,6 +315,179 @@ private:
     void fit(VxDb::Poly3dType type);
 
     std::vector<std::unique_ptr<VxDb3dPolylineVertex>> mVertices;
+};
+
+// ---- polygon mesh ----
+
+// Flags 70: 64 always, 8 made by smoothing, 16 a control point of a smoothed surface.
+#define KX_FIELDS_VxDbPolygonMeshVertex(F)                                                         \
+    F(Get, VxGePoint3d, position, -, VxGePoint3d::kOrigin, finite, kOwn, 10, 0)                     \
+    F(Get, int16_t, vertexFlags, -, 64, any, kOwn, 70, 0)
+
+class VxDbPolygonMeshVertex : public VxDbVertex {
+    VX_RX_DECLARE_MEMBERS(VxDbPolygonMeshVertex)
+    KX_DB_FIELDS(VxDbPolygonMeshVertex, VxDbVertex)
+public:
+    VxDbPolygonMeshVertex() = default;
+    explicit VxDbPolygonMeshVertex(const VxGePoint3d& position) { mFields.position = position; }
+    // Made by smoothing the surface.
+    bool isGenerated() const { return (mFields.vertexFlags & 8) != 0; }
+
+private:
+    friend class VxDbPolygonMesh;
+};
+
+// Flags 70: 16 always, 1 closed in M, 32 closed in N, 4 smoothed; 71, 72 the vertex counts in
+// M and N, 73, 74 the smoothed surface's; 75 its type (5 quadratic, 6 cubic, 8 Bezier).
+#define KX_FIELDS_VxDbPolygonMesh(F)                                                               \
+    F(Get, int16_t, verticesFollow, -, 1, any, kOwn, 66, 0)                                         \
+    F(Get, VxGePoint3d, unusedPoint, -, VxGePoint3d::kOrigin, finite, kOwn, 10, 0)                  \
+    F(Get, int16_t, meshFlags, -, 16, any, kOwn, 70, 0)                                             \
+    F(Get, int16_t, mSize, -, 0, any, kOwn, 71, 0)                                                  \
+    F(Get, int16_t, nSize, -, 0, any, kOwn, 72, 0)                                                  \
+    F(Get, int16_t, mSurfaceDensity, -, 0, any, kOwn, 73, kxdxf::kOptional)                         \
+    F(Get, int16_t, nSurfaceDensity, -, 0, any, kOwn, 74, kxdxf::kOptional)                         \
+    F(Get, int16_t, surfaceType, -, 0, any, kOwn, 75, kxdxf::kOptional)
+
+// A grid of M x N vertices, row by row (M rows of N); smoothing adds the grid of the
+// densities after it.
+class VxDbPolygonMesh : public VxDbEntity {
+    VX_RX_DECLARE_MEMBERS(VxDbPolygonMesh)
+    KX_DB_FIELDS(VxDbPolygonMesh, VxDbEntity)
+public:
+    static constexpr int kMaxSize = 256;
+
+    VxDbPolygonMesh() = default;
+    // A simple mesh of m x n positions (each 2 ... 256).
+    Velt::ErrorStatus setGrid(int m, int n, const std::vector<VxGePoint3d>& positions);
+    std::unique_ptr<VxDbVertexIterator> vertexIterator() const;
+    int vertexCount() const { return int(mVertices.size()); }
+    const VxDbPolygonMeshVertex* vertexAt(int index) const;
+    std::vector<VxGePoint3d> controlPoints() const;
+    Velt::ErrorStatus setControlPointAt(int index, const VxGePoint3d& position);
+    // Exactly M x N positions.
+    Velt::ErrorStatus setControlPoints(const std::vector<VxGePoint3d>& positions);
+    // A row of N more positions: M grows by one.
+    Velt::ErrorStatus appendRow(const std::vector<VxGePoint3d>& row);
+
+    bool isMClosed() const { return (mFields.meshFlags & 1) != 0; }
+    bool isNClosed() const { return (mFields.meshFlags & 32) != 0; }
+    Velt::ErrorStatus setMClosed(bool closed);
+    Velt::ErrorStatus setNClosed(bool closed);
+    // 2 ... 256; the smoothing follows.
+    Velt::ErrorStatus setMSurfaceDensity(int density);
+    Velt::ErrorStatus setNSurfaceDensity(int density);
+
+    VxDb::PolyMeshType polyMeshType() const;
+    Velt::ErrorStatus setPolyMeshType(VxDb::PolyMeshType type);
+    // Smooths the surface with the type (the densities of SURFU and SURFV where the mesh has
+    // none), or takes the smoothing away.
+    Velt::ErrorStatus convertToPolyMeshType(VxDb::PolyMeshType type);
+
+    Velt::ErrorStatus transformBy(const VxGeMatrix3d& xform) override;
+    Velt::ErrorStatus getGeomExtents(VxGeExtents3d& extents) const override;
+    // A 3D face for each cell of the drawn grid.
+    Velt::ErrorStatus explode(std::vector<VxDbEntity*>& entities) const override;
+
+    static const VxRxClass* dxfRecordClass(const std::vector<dxf::FieldGroup>& groups);
+    bool readDxfGroup(int code, std::string_view value);
+    bool readDxfSubRecords(const std::vector<dxf::SubRecord>& records, bool utf8File);
+    void dxfSubObjects(std::vector<dxf::SubObject>& out) const;
+    Velt::ErrorStatus checkFields(uint64_t readMask);
+    void copyExtraData(const VxDbPolygonMesh& other);
+
+private:
+    void removeFit();
+    void fit(VxDb::PolyMeshType type);
+    void refit();
+    // The drawn grid: its points and sizes.
+    std::vector<VxGePoint3d> drawnGrid(int& m, int& n) const;
+
+    std::vector<std::unique_ptr<VxDbPolygonMeshVertex>> mVertices;
+};
+
+// ---- polyface mesh ----
+
+// A vertex (flags 70: 192) or a face record (flags 128: no position of its own; 71 ... 74
+// 1-based vertex numbers, 0 for none, negative where the edge from that corner is hidden).
+#define KX_FIELDS_VxDbPolyFaceMeshVertex(F)                                                        \
+    F(Get, VxGePoint3d, position, -, VxGePoint3d::kOrigin, finite, kOwn, 10, 0)                     \
+    F(Get, int16_t, vertexFlags, -, 192, any, kOwn, 70, 0)
+
+class VxDbPolyFaceMeshVertex : public VxDbVertex {
+    VX_RX_DECLARE_MEMBERS(VxDbPolyFaceMeshVertex)
+    KX_DB_FIELDS(VxDbPolyFaceMeshVertex, VxDbVertex)
+public:
+    VxDbPolyFaceMeshVertex() = default;
+    explicit VxDbPolyFaceMeshVertex(const VxGePoint3d& position) { mFields.position = position; }
+
+private:
+    friend class VxDbPolyFaceMesh;
+};
+
+#define KX_FIELDS_VxDbFaceRecord(F)                                                                \
+    F(Get, VxGePoint3d, unusedPoint, -, VxGePoint3d::kOrigin, finite, kOwn, 10, 0)                  \
+    F(Get, int16_t, faceFlags, -, 128, any, kOwn, 70, 0)                                            \
+    F(Get, int16_t, vertex0, -, 0, any, kOwn, 71, 0)                                                \
+    F(Get, int16_t, vertex1, -, 0, any, kOwn, 72, 0)                                                \
+    F(Get, int16_t, vertex2, -, 0, any, kOwn, 73, kxdxf::kOptional)                                 \
+    F(Get, int16_t, vertex3, -, 0, any, kOwn, 74, kxdxf::kOptional)
+
+class VxDbFaceRecord : public VxDbVertex {
+    VX_RX_DECLARE_MEMBERS(VxDbFaceRecord)
+    KX_DB_FIELDS(VxDbFaceRecord, VxDbVertex)
+public:
+    VxDbFaceRecord() = default;
+    // Corners 0 ... 3: the number keeps its sign; eInvalidIndex for others.
+    Velt::ErrorStatus getVertexAt(int corner, int16_t& vertex) const;
+
+private:
+    friend class VxDbPolyFaceMesh;
+};
+
+// Flags 70: 64; 71, 72 the numbers of vertices and faces.
+#define KX_FIELDS_VxDbPolyFaceMesh(F)                                                              \
+    F(Get, int16_t, verticesFollow, -, 1, any, kOwn, 66, 0)                                         \
+    F(Get, VxGePoint3d, unusedPoint, -, VxGePoint3d::kOrigin, finite, kOwn, 10, 0)                  \
+    F(Get, int16_t, meshFlags, -, 64, any, kOwn, 70, 0)                                             \
+    F(Get, int16_t, numVertices, -, 0, any, kOwn, 71, 0)                                            \
+    F(Get, int16_t, numFaces, -, 0, any, kOwn, 72, 0)
+
+// Vertices and the faces that refer to them by number.
+class VxDbPolyFaceMesh : public VxDbEntity {
+    VX_RX_DECLARE_MEMBERS(VxDbPolyFaceMesh)
+    KX_DB_FIELDS(VxDbPolyFaceMesh, VxDbEntity)
+public:
+    static constexpr int kMaxVertices = 32767;
+
+    VxDbPolyFaceMesh() = default;
+    Velt::ErrorStatus appendVertex(const VxGePoint3d& position);
+    // Four 1-based vertex numbers of vertices the mesh has (the sign hides the edge from that
+    // corner); the first three are not 0, the fourth 0 makes a triangle. eInvalidInput else.
+    Velt::ErrorStatus appendFace(int16_t v0, int16_t v1, int16_t v2, int16_t v3);
+    std::vector<VxGePoint3d> vertexPositions() const;
+    Velt::ErrorStatus setVertexPositionAt(int index, const VxGePoint3d& position);
+    // As many positions as the mesh has vertices.
+    Velt::ErrorStatus setVertexPositions(const std::vector<VxGePoint3d>& positions);
+    // Four numbers a face, as stored.
+    std::vector<int16_t> faceNumbers() const;
+    std::unique_ptr<VxDbVertexIterator> vertexIterator() const;
+
+    Velt::ErrorStatus transformBy(const VxGeMatrix3d& xform) override;
+    Velt::ErrorStatus getGeomExtents(VxGeExtents3d& extents) const override;
+    // A 3D face for each face, its hidden edges kept.
+    Velt::ErrorStatus explode(std::vector<VxDbEntity*>& entities) const override;
+
+    static const VxRxClass* dxfRecordClass(const std::vector<dxf::FieldGroup>& groups);
+    bool readDxfGroup(int code, std::string_view value);
+    bool readDxfSubRecords(const std::vector<dxf::SubRecord>& records, bool utf8File);
+    void dxfSubObjects(std::vector<dxf::SubObject>& out) const;
+    Velt::ErrorStatus checkFields(uint64_t readMask);
+    void copyExtraData(const VxDbPolyFaceMesh& other);
+
+private:
+    std::vector<std::unique_ptr<VxDbPolyFaceMeshVertex>> mVertices;
+    std::vector<std::unique_ptr<VxDbFaceRecord>> mFaces;
 };
 
 }  // namespace kx

@@ -364,3 +364,88 @@ TEST(DbPolyline3d, StraightInSpaceSplinesAndBack)
     EXPECT_EQ(poly.polylineFlags(), 8 | 1);
     EXPECT_DOUBLE_EQ(poly.length(), 4.0);
 }
+
+// ---- meshes ----
+
+TEST(DbMesh, PolygonMeshGridSmoothingAndFaces)
+{
+    VxDbPolygonMesh mesh;
+    std::vector<VxGePoint3d> grid;
+    for (int i = 0; i < 3; ++i)
+        for (int j = 0; j < 4; ++j)
+            grid.push_back({double(j), double(i), 0.0});
+    EXPECT_EQ(mesh.setGrid(3, 5, grid), Velt::eInvalidInput);
+    EXPECT_EQ(mesh.setGrid(1, 12, grid), Velt::eInvalidInput);
+    ASSERT_EQ(mesh.setGrid(3, 4, grid), Velt::eOk);
+    EXPECT_EQ(mesh.meshFlags(), 16);
+    std::vector<VxDbEntity*> faces;
+    ASSERT_EQ(mesh.explode(faces), Velt::eOk);
+    EXPECT_EQ(faces.size(), 2u * 3u);
+    for (VxDbEntity* e : faces)
+        delete e;
+    // Closed in N: one more column of faces, back to the first vertex of each row.
+    ASSERT_EQ(mesh.setNClosed(true), Velt::eOk);
+    faces.clear();
+    ASSERT_EQ(mesh.explode(faces), Velt::eOk);
+    ASSERT_EQ(faces.size(), 2u * 4u);
+    VxGePoint3d corner;
+    VxDbFace::cast(faces[3])->getVertexAt(1, corner);
+    EXPECT_EQ(corner, (VxGePoint3d{0, 0, 0}));
+    for (VxDbEntity* e : faces)
+        delete e;
+
+    EXPECT_EQ(mesh.setMSurfaceDensity(1), Velt::eInvalidInput);
+    ASSERT_EQ(mesh.setMSurfaceDensity(4), Velt::eOk);
+    ASSERT_EQ(mesh.setNSurfaceDensity(9), Velt::eOk);
+    ASSERT_EQ(mesh.convertToPolyMeshType(VxDb::kQuadSurfaceMesh), Velt::eOk);
+    EXPECT_EQ(mesh.meshFlags(), 16 | 32 | 4);
+    EXPECT_EQ(mesh.surfaceType(), 5);
+    EXPECT_EQ(mesh.vertexCount(), 12 + 36);
+    EXPECT_EQ(mesh.controlPoints(), grid);
+    // A flat grid smooths to a flat surface.
+    VxGeExtents3d box;
+    ASSERT_EQ(mesh.getGeomExtents(box), Velt::eOk);
+    EXPECT_NEAR(box.maxPoint().z, 0.0, 1e-12);
+    faces.clear();
+    ASSERT_EQ(mesh.explode(faces), Velt::eOk);
+    EXPECT_EQ(faces.size(), 3u * 9u);
+    for (VxDbEntity* e : faces)
+        delete e;
+    EXPECT_EQ(mesh.convertToPolyMeshType(VxDb::PolyMeshType(7)), Velt::eInvalidInput);
+    ASSERT_EQ(mesh.appendRow({{0, 3, 0}, {1, 3, 0}, {2, 3, 0}, {3, 3, 0}}), Velt::eOk);
+    EXPECT_EQ(mesh.mSize(), 4);
+    EXPECT_EQ(mesh.vertexCount(), 16 + 36);
+    ASSERT_EQ(mesh.convertToPolyMeshType(VxDb::kSimpleMesh), Velt::eOk);
+    EXPECT_EQ(mesh.vertexCount(), 16);
+    EXPECT_EQ(mesh.meshFlags(), 16 | 32);
+}
+
+TEST(DbMesh, PolyfaceMeshFacesKeepTheirHiddenEdges)
+{
+    VxDbPolyFaceMesh mesh;
+    for (const VxGePoint3d& p : {VxGePoint3d{0, 0, 0}, VxGePoint3d{1, 0, 0}, VxGePoint3d{1, 1, 0}, VxGePoint3d{0, 1, 0}})
+        ASSERT_EQ(mesh.appendVertex(p), Velt::eOk);
+    EXPECT_EQ(mesh.appendVertex({NAN, 0, 0}), Velt::eInvalidInput);
+    ASSERT_EQ(mesh.appendFace(1, 2, -3, 0), Velt::eOk);
+    ASSERT_EQ(mesh.appendFace(1, -3, 4, 0), Velt::eOk);
+    EXPECT_EQ(mesh.appendFace(1, 2, 5, 0), Velt::eInvalidInput);
+    EXPECT_EQ(mesh.numVertices(), 4);
+    EXPECT_EQ(mesh.numFaces(), 2);
+    EXPECT_EQ(mesh.setVertexPositions({{0, 0, 0}}), Velt::eInvalidInput);
+    ASSERT_EQ(mesh.transformBy(VxGeMatrix3d::translation({0, 0, 2})), Velt::eOk);
+    std::vector<VxDbEntity*> faces;
+    ASSERT_EQ(mesh.explode(faces), Velt::eOk);
+    ASSERT_EQ(faces.size(), 2u);
+    auto* first = VxDbFace::cast(faces[0]);
+    ASSERT_NE(first, nullptr);
+    bool visible = true;
+    first->isEdgeVisibleAt(2, visible);
+    EXPECT_FALSE(visible);  // from corner 2 (vertex 3) back to corner 0
+    first->isEdgeVisibleAt(0, visible);
+    EXPECT_TRUE(visible);
+    VxGePoint3d p;
+    first->getVertexAt(3, p);
+    EXPECT_EQ(p, (VxGePoint3d{1, 1, 2}));  // a triangle repeats its third corner
+    for (VxDbEntity* e : faces)
+        delete e;
+}
