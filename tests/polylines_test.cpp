@@ -530,6 +530,29 @@ TEST_F(Polylines, WhatWasMadeIsWhatTheFileHolds)
         SysFreeString(handle);
         facts += "ENTITY\t" + std::string(h.begin(), h.end()) + "\tLWPOLYLINE\t0\t256\t" + attrs + vertices + "\n";
     }
+    // A cubic spline made through the interfaces: ezdxf finds its control and fit vertices.
+    ComPtr<IVeltPolyline> spline;
+    Value controls = doubles({0, 0, 0, 4, 4, 0, 8, 0, 0, 12, 4, 0});
+    ASSERT_EQ(modelSpace()->AddPolyline(*controls, spline.put()), S_OK);
+    ASSERT_EQ(spline->put_Type(vxCubicSplinePoly), S_OK);
+    {
+        kx::VxDbObjectPointer<kx::VxDb2dPolyline> p(idOf(spline.get()), kx::VxDb::kForRead);
+        ASSERT_EQ(p.openStatus(), kx::Velt::eOk);
+        std::string vertices;
+        for (int i = 0; i < p->vertexCount(); ++i) {
+            const kx::VxDb2dVertex* v = p->vertexAt(i);
+            char text[200];
+            std::snprintf(text, sizeof text, "%s%.17g,%.17g,%d,0,0,0", i ? "," : "", v->position().x,
+                          v->position().y, int(v->vertexFlags()));
+            vertices += text;
+        }
+        BSTR handle = nullptr;
+        ASSERT_EQ(spline->get_Handle(&handle), S_OK);
+        std::wstring h(handle);
+        SysFreeString(handle);
+        facts += "ENTITY\t" + std::string(h.begin(), h.end()) + "\tPOLYLINE\t0\t256\tflags=4;smooth_type=6;pvertices=" +
+                 vertices + "\n";
+    }
     const char* folder = std::getenv("NKAUTO_OUT");
     if (!folder) GTEST_SKIP() << "NKAUTO_OUT names no folder for the file check";
     const std::string base = std::string(folder) + "\\polylines";
