@@ -206,6 +206,12 @@ TEST(DbPolyline2d, SameGeometryAsTheLightweightOne)
     EXPECT_NE(VxDbArc::cast(pieces[0]), nullptr);
     for (VxDbEntity* e : pieces)
         delete e;
+    // A vertical line through the middle meets the arc's bottom and the top edge.
+    VxDbLine line({1, -5, 0}, {1, 5, 0});
+    std::vector<VxGePoint3d> points;
+    ASSERT_EQ(poly->intersectWith(&line, VxDb::kOnBothOperands, points), Velt::eOk);
+    ASSERT_EQ(points.size(), 2u);
+    EXPECT_TRUE(points[0].isEqualTo({1, -1, 0}) || points[1].isEqualTo({1, -1, 0}));
 
     // Arcs cannot stretch: refused, nothing changed.
     const VxGePoint3d before = poly->vertexAt(1)->position();
@@ -448,4 +454,19 @@ TEST(DbMesh, PolyfaceMeshFacesKeepTheirHiddenEdges)
     EXPECT_EQ(p, (VxGePoint3d{1, 1, 2}));  // a triangle repeats its third corner
     for (VxDbEntity* e : faces)
         delete e;
+}
+
+// An open 3D polyline reaches on at its ends when extended, not before.
+TEST(DbPolyline3d, IntersectionsInTheExtendModes)
+{
+    VxDb3dPolyline poly;
+    for (const VxGePoint3d& p : {VxGePoint3d{0, 0, 0}, VxGePoint3d{1, 0, 0}, VxGePoint3d{1, 1, 0}})
+        ASSERT_EQ(poly.appendVertex(std::make_unique<VxDb3dPolylineVertex>(p)), Velt::eOk);
+    VxDbLine line({-2, -1, 0}, {-2, 1, 0});
+    std::vector<VxGePoint3d> points;
+    ASSERT_EQ(poly.intersectWith(&line, VxDb::kOnBothOperands, points), Velt::eOk);
+    EXPECT_TRUE(points.empty());
+    ASSERT_EQ(poly.intersectWith(&line, VxDb::kExtendThis, points), Velt::eOk);
+    ASSERT_EQ(points.size(), 1u);
+    EXPECT_TRUE(points[0].isEqualTo({-2, 0, 0}));
 }
