@@ -567,9 +567,14 @@ Velt::ErrorStatus VxDb2dPolyline::appendVertex(std::unique_ptr<VxDb2dVertex> ver
         !isWidth(f.endWidth) || f.startWidth < 0.0 || f.endWidth < 0.0)
         return Velt::eInvalidInput;
     const VxDb::Poly2dType type = polyType();
-    removeFit();
     vertex->mFields.position.z = elevation();
     vertex->mFields.vertexFlags = 0;
+    // A simple polyline grows at its end: no fit to take away (a long one is built this way).
+    if (type == VxDb::k2dSimplePoly) {
+        mVertices.push_back(std::move(vertex));
+        return Velt::eOk;
+    }
+    removeFit();
     mVertices.push_back(std::move(vertex));
     fit(type);
     return Velt::eOk;
@@ -1105,8 +1110,12 @@ Velt::ErrorStatus VxDb3dPolyline::appendVertex(std::unique_ptr<VxDb3dPolylineVer
     if (!fieldcheck::isFinite(vertex->mFields.position))
         return Velt::eInvalidInput;
     const VxDb::Poly3dType type = polyType();
-    removeFit();
     vertex->mFields.vertexFlags = k3dVertexFlag;
+    if (type == VxDb::k3dSimplePoly) {
+        mVertices.push_back(std::move(vertex));
+        return Velt::eOk;
+    }
+    removeFit();
     mVertices.push_back(std::move(vertex));
     fit(type);
     return Velt::eOk;
