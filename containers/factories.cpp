@@ -2,6 +2,7 @@
 // its conversion's code, before anything is locked), then makes the entity in the block
 // through the common append routine: the database's defaults first, then the arguments.
 // Values the host refuses are the caller's: E_INVALIDARG, and nothing is added.
+#include <cstdint>
 #include <cmath>
 #include <initializer_list>
 #include <memory>
@@ -242,6 +243,136 @@ HRESULT addLightWeightPolyline(VxAxObjectRef& block, IDispatch* app, VARIANT Ver
         auto made = newEntity<kx::VxDbPolyline>(record);
         for (size_t i = 0; i < vertices.size(); ++i)
             accept(made->addVertexAt(int(i), vertices[i], 0.0, -1.0, -1.0, 0));
+        return NewEntity(std::move(made));
+    });
+}
+
+// Vertices as one flat array of x, y, z triples: at least two, else E_INVALIDARG. They are
+// points of the polyline's plane (the block's normal): x and y place each vertex, the first
+// one's z is the elevation.
+HRESULT addPolyline(VxAxObjectRef& block, IDispatch* app, VARIANT VerticesList, IVeltPolyline** polyline)
+{
+    std::vector<VxGePoint3d> vertices;
+    if (HRESULT hr = takeArguments(polyline, [&] { vertices = conv::Points::in(VerticesList); }); FAILED(hr))
+        return hr;
+    if (vertices.size() < 2) return E_INVALIDARG;
+    for (const VxGePoint3d& p : vertices)
+        if (!std::isfinite(p.x) || !std::isfinite(p.y) || !std::isfinite(p.z)) return E_INVALIDARG;
+    return appendEntity(block, app, polyline, [&](VxDbBlockTableRecord& record) {
+        auto made = newEntity<kx::VxDb2dPolyline>(record);
+        check(made->setNormal(blockNormal(record)));
+        check(made->setElevation(vertices.front().z));
+        for (const VxGePoint3d& p : vertices)
+            check(made->appendVertex(std::make_unique<kx::VxDb2dVertex>(p)));
+        return NewEntity(std::move(made));
+    });
+}
+
+// Points as one flat array of x, y, z triples in world coordinates: at least two, else
+// E_INVALIDARG.
+HRESULT add3DPoly(VxAxObjectRef& block, IDispatch* app, VARIANT PointsArray, IVelt3DPolyline** polyline)
+{
+    std::vector<VxGePoint3d> vertices;
+    if (HRESULT hr = takeArguments(polyline, [&] { vertices = conv::Points::in(PointsArray); }); FAILED(hr))
+        return hr;
+    if (vertices.size() < 2) return E_INVALIDARG;
+    for (const VxGePoint3d& p : vertices)
+        if (!std::isfinite(p.x) || !std::isfinite(p.y) || !std::isfinite(p.z)) return E_INVALIDARG;
+    return appendEntity(block, app, polyline, [&](VxDbBlockTableRecord& record) {
+        auto made = newEntity<kx::VxDb3dPolyline>(record);
+        for (const VxGePoint3d& p : vertices)
+            check(made->appendVertex(std::make_unique<kx::VxDb3dPolylineVertex>(p)));
+        return NewEntity(std::move(made));
+    });
+}
+
+// M x N points (each 2 ... 256) as one flat array of x, y, z triples, row by row; any other
+// count is refused with E_INVALIDARG.
+HRESULT add3DMesh(VxAxObjectRef& block, IDispatch* app, int M, int N, VARIANT PointsMatrix, IVeltPolygonMesh** mesh)
+{
+    std::vector<VxGePoint3d> points;
+    if (HRESULT hr = takeArguments(mesh, [&] { points = conv::Points::in(PointsMatrix); }); FAILED(hr)) return hr;
+    if (M < 2 || N < 2 || M > kx::VxDbPolygonMesh::kMaxSize || N > kx::VxDbPolygonMesh::kMaxSize ||
+        points.size() != size_t(M) * size_t(N))
+        return E_INVALIDARG;
+    for (const VxGePoint3d& p : points)
+        if (!std::isfinite(p.x) || !std::isfinite(p.y) || !std::isfinite(p.z)) return E_INVALIDARG;
+    return appendEntity(block, app, mesh, [&](VxDbBlockTableRecord& record) {
+        auto made = newEntity<kx::VxDbPolygonMesh>(record);
+        accept(made->setGrid(M, N, points));
+        return NewEntity(std::move(made));
+    });
+}
+
+namespace {
+
+// Whole numbers of a one-dimensional array of 16- or 32-bit integers, or of VARIANTs that
+// hold them; anything else is refused.
+std::vector<long> integers(const VARIANT& v)
+{
+    const VARIANT* value = V_VT(&v) == (VT_VARIANT | VT_BYREF) ? V_VARIANTREF(&v) : &v;
+    if (!value || !(V_VT(value) & VT_ARRAY)) throw E_INVALIDARG;
+    SAFEARRAY* sa = (V_VT(value) & VT_BYREF) ? (V_ARRAYREF(value) ? *V_ARRAYREF(value) : nullptr) : V_ARRAY(value);
+    LONG lower = 0, upper = -1;
+    VARTYPE vt = VT_EMPTY;
+    if (!sa || SafeArrayGetDim(sa) != 1 || FAILED(SafeArrayGetLBound(sa, 1, &lower)) ||
+        FAILED(SafeArrayGetUBound(sa, 1, &upper)) || FAILED(SafeArrayGetVartype(sa, &vt)))
+        throw E_INVALIDARG;
+    std::vector<long> out;
+    for (LONG i = lower; i <= upper; ++i) {
+        if (vt == VT_I2) {
+            short n = 0;
+            if (FAILED(SafeArrayGetElement(sa, &i, &n))) throw E_INVALIDARG;
+            out.push_back(n);
+        } else if (vt == VT_I4) {
+            LONG n = 0;
+            if (FAILED(SafeArrayGetElement(sa, &i, &n))) throw E_INVALIDARG;
+            out.push_back(n);
+        } else if (vt == VT_VARIANT) {
+            VARIANT item;
+            VariantInit(&item);
+            if (FAILED(SafeArrayGetElement(sa, &i, &item))) throw E_INVALIDARG;
+            const VARTYPE t = V_VT(&item);
+            const long n = t == VT_I2 ? V_I2(&item) : t == VT_I4 ? V_I4(&item) : 0;
+            VariantClear(&item);
+            if (t != VT_I2 && t != VT_I4) throw E_INVALIDARG;
+            out.push_back(n);
+        } else {
+            throw E_INVALIDARG;
+        }
+    }
+    return out;
+}
+
+}  // namespace
+
+// Vertices as x, y, z triples; faces as four vertex numbers each (1-based, 0 for a
+// triangle's fourth, negative to hide the edge from that corner). A face list that is no
+// whole number of faces, or names a vertex the list has not, is refused with E_INVALIDARG.
+HRESULT addPolyfaceMesh(VxAxObjectRef& block, IDispatch* app, VARIANT VertexList, VARIANT FaceList,
+                        IVeltPolyfaceMesh** mesh)
+{
+    std::vector<VxGePoint3d> points;
+    std::vector<long> numbers;
+    if (HRESULT hr = takeArguments(mesh, [&] {
+            points = conv::Points::in(VertexList);
+            numbers = integers(FaceList);
+        });
+        FAILED(hr))
+        return hr;
+    if (points.size() < 3 || points.size() > size_t(kx::VxDbPolyFaceMesh::kMaxVertices) || numbers.empty() ||
+        numbers.size() % 4 != 0)
+        return E_INVALIDARG;
+    for (const VxGePoint3d& p : points)
+        if (!std::isfinite(p.x) || !std::isfinite(p.y) || !std::isfinite(p.z)) return E_INVALIDARG;
+    for (long n : numbers)
+        if (n < INT16_MIN || n > INT16_MAX) return E_INVALIDARG;
+    return appendEntity(block, app, mesh, [&](VxDbBlockTableRecord& record) {
+        auto made = newEntity<kx::VxDbPolyFaceMesh>(record);
+        for (const VxGePoint3d& p : points) accept(made->appendVertex(p));
+        for (size_t i = 0; i < numbers.size(); i += 4)
+            accept(made->appendFace(int16_t(numbers[i]), int16_t(numbers[i + 1]), int16_t(numbers[i + 2]),
+                                    int16_t(numbers[i + 3])));
         return NewEntity(std::move(made));
     });
 }

@@ -2,6 +2,7 @@
 // the per-vertex members whose index is taken as given, and explode. The plain members are
 // declared in entities/polylines.members.
 #include <cmath>
+#include <memory>
 #include <vector>
 
 #include "containers/append.h"
@@ -203,6 +204,406 @@ HRESULT explode(VxAxObjectRef& ref, IDispatch* app, VARIANT* entities)
             owner = entity->ownerId();
         }
         return appendWithWrappers(owner, std::move(made), app, entities);
+    });
+}
+
+// ---- 2D polyline ----
+
+namespace {
+
+template <class Change>
+HRESULT change2d(VxAxObjectRef& ref, Change&& change)
+{
+    return guarded(__uuidof(IVeltPolyline), [&]() -> HRESULT {
+        kx::VxAxDocLock lock(ref.objectId(), kx::VxAxDocLock::kWrite);
+        check(lock.lockStatus());
+        OpenedObject<kx::VxDb2dPolyline> polyline(ref, kx::VxDb::kForWrite);
+        change(*polyline.orThrow());
+        return S_OK;
+    });
+}
+
+template <class Read>
+HRESULT read2d(VxAxObjectRef& ref, Read&& read)
+{
+    return guarded(__uuidof(IVeltPolyline), [&]() -> HRESULT {
+        OpenedObject<kx::VxDb2dPolyline> polyline(ref, kx::VxDb::kForRead);
+        read(static_cast<const kx::VxDb2dPolyline&>(*polyline.orThrow()));
+        return S_OK;
+    });
+}
+
+kx::VxGePoint3d finitePoint3(const VARIANT& v)
+{
+    const kx::VxGePoint3d p = conv::Point::in(v);
+    if (!std::isfinite(p.x) || !std::isfinite(p.y) || !std::isfinite(p.z)) throw E_INVALIDARG;
+    return p;
+}
+
+// The vertices a user gave, as the vertex iterator walks them: fitted ones are left out.
+std::vector<kx::VxGePoint3d> givenVertices(const kx::VxDb2dPolyline& polyline)
+{
+    std::vector<kx::VxGePoint3d> points;
+    for (auto it = polyline.vertexIterator(); !it->done(); it->step()) {
+        const auto* vertex = kx::VxDb2dVertex::cast(it->vertex());
+        if (vertex && vertex->vertexType() < kx::VxDb::k2dSplineFitVertex) points.push_back(vertex->position());
+    }
+    return points;
+}
+
+}  // namespace
+
+HRESULT coordinates2d(VxAxObjectRef& ref, VARIANT* coordinates)
+{
+    if (!coordinates) return E_POINTER;
+    return read2d(ref, [&](const kx::VxDb2dPolyline& polyline) {
+        VARIANT made;
+        VariantInit(&made);
+        conv::Points::out(givenVertices(polyline), &made);
+        *coordinates = made;
+    });
+}
+
+// x and y of each triple place a vertex in the polyline's plane; its elevation stays. Kept
+// vertices keep their bulges and widths, new ones come plain, the list shortens from the end.
+HRESULT setCoordinates2d(VxAxObjectRef& ref, VARIANT coordinates)
+{
+    std::vector<kx::VxGePoint2d> points;
+    if (HRESULT hr = guarded(__uuidof(IVeltPolyline), [&] {
+            for (const kx::VxGePoint3d& p : conv::Points::in(coordinates)) {
+                if (!std::isfinite(p.x) || !std::isfinite(p.y) || !std::isfinite(p.z)) throw E_INVALIDARG;
+                points.push_back({p.x, p.y});
+            }
+            return S_OK;
+        });
+        FAILED(hr))
+        return hr;
+    return change2d(ref, [&](kx::VxDb2dPolyline& polyline) { check(polyline.setControlPoints(points)); });
+}
+
+HRESULT coordinate2d(VxAxObjectRef& ref, int index, VARIANT* point)
+{
+    if (!point) return E_POINTER;
+    return read2d(ref, [&](const kx::VxDb2dPolyline& polyline) {
+        const std::vector<kx::VxGePoint3d> points = givenVertices(polyline);
+        if (index < 0 || size_t(index) >= points.size()) throw kx::Velt::eInvalidIndex;
+        VARIANT made;
+        VariantInit(&made);
+        conv::Point::out(points[size_t(index)], &made);
+        *point = made;
+    });
+}
+
+HRESULT setCoordinate2d(VxAxObjectRef& ref, int index, VARIANT point)
+{
+    kx::VxGePoint3d p;
+    if (HRESULT hr = guarded(__uuidof(IVeltPolyline), [&] { p = finitePoint3(point); return S_OK; }); FAILED(hr))
+        return hr;
+    return change2d(ref, [&](kx::VxDb2dPolyline& polyline) { check(polyline.setControlPointAt(index, {p.x, p.y})); });
+}
+
+// A new plain vertex after the last one the user gave; the fit follows.
+HRESULT appendVertex2d(VxAxObjectRef& ref, VARIANT vertex)
+{
+    kx::VxGePoint3d p;
+    if (HRESULT hr = guarded(__uuidof(IVeltPolyline), [&] { p = finitePoint3(vertex); return S_OK; }); FAILED(hr))
+        return hr;
+    return change2d(ref, [&](kx::VxDb2dPolyline& polyline) {
+        check(polyline.appendVertex(std::make_unique<kx::VxDb2dVertex>(p, 0.0, polyline.defaultStartWidth(),
+                                                                       polyline.defaultEndWidth())));
+    });
+}
+
+HRESULT bulge2d(VxAxObjectRef& ref, int index, double* bulge)
+{
+    if (!bulge) return E_POINTER;
+    *bulge = 0.0;
+    return read2d(ref, [&](const kx::VxDb2dPolyline& polyline) { polyline.getBulgeAt(index, *bulge); });
+}
+
+HRESULT setBulge2d(VxAxObjectRef& ref, int index, double bulge)
+{
+    return change2d(ref, [&](kx::VxDb2dPolyline& polyline) { polyline.setBulgeAt(index, bulge); });
+}
+
+HRESULT widths2d(VxAxObjectRef& ref, int index, double* startWidth, double* endWidth)
+{
+    if (!startWidth || !endWidth) return E_POINTER;
+    *startWidth = *endWidth = 0.0;
+    return read2d(ref,
+                  [&](const kx::VxDb2dPolyline& polyline) { polyline.getWidthsAt(index, *startWidth, *endWidth); });
+}
+
+HRESULT setWidths2d(VxAxObjectRef& ref, int index, double startWidth, double endWidth)
+{
+    return change2d(ref, [&](kx::VxDb2dPolyline& polyline) { polyline.setWidthsAt(index, startWidth, endWidth); });
+}
+
+HRESULT type2d(VxAxObjectRef& ref, VxPolylineType* type)
+{
+    if (!type) return E_POINTER;
+    return read2d(ref, [&](const kx::VxDb2dPolyline& polyline) { *type = VxPolylineType(polyline.polyType()); });
+}
+
+HRESULT setType2d(VxAxObjectRef& ref, VxPolylineType type)
+{
+    return change2d(ref, [&](kx::VxDb2dPolyline& polyline) {
+        polyline.setPolyType(kx::VxDb::Poly2dType(type));
+        polyline.convertToPolyType(kx::VxDb::Poly2dType(type));
+    });
+}
+
+// ---- 3D polyline ----
+
+namespace {
+
+template <class Change>
+HRESULT change3d(VxAxObjectRef& ref, Change&& change)
+{
+    return guarded(__uuidof(IVelt3DPolyline), [&]() -> HRESULT {
+        kx::VxAxDocLock lock(ref.objectId(), kx::VxAxDocLock::kWrite);
+        check(lock.lockStatus());
+        OpenedObject<kx::VxDb3dPolyline> polyline(ref, kx::VxDb::kForWrite);
+        change(*polyline.orThrow());
+        return S_OK;
+    });
+}
+
+template <class Read>
+HRESULT read3d(VxAxObjectRef& ref, Read&& read)
+{
+    return guarded(__uuidof(IVelt3DPolyline), [&]() -> HRESULT {
+        OpenedObject<kx::VxDb3dPolyline> polyline(ref, kx::VxDb::kForRead);
+        read(static_cast<const kx::VxDb3dPolyline&>(*polyline.orThrow()));
+        return S_OK;
+    });
+}
+
+}  // namespace
+
+HRESULT coordinates3d(VxAxObjectRef& ref, VARIANT* coordinates)
+{
+    if (!coordinates) return E_POINTER;
+    return read3d(ref, [&](const kx::VxDb3dPolyline& polyline) {
+        VARIANT made;
+        VariantInit(&made);
+        conv::Points::out(polyline.controlPoints(), &made);
+        *coordinates = made;
+    });
+}
+
+HRESULT setCoordinates3d(VxAxObjectRef& ref, VARIANT coordinates)
+{
+    std::vector<kx::VxGePoint3d> points;
+    if (HRESULT hr = guarded(__uuidof(IVelt3DPolyline), [&] {
+            points = conv::Points::in(coordinates);
+            for (const kx::VxGePoint3d& p : points)
+                if (!std::isfinite(p.x) || !std::isfinite(p.y) || !std::isfinite(p.z)) throw E_INVALIDARG;
+            return S_OK;
+        });
+        FAILED(hr))
+        return hr;
+    return change3d(ref, [&](kx::VxDb3dPolyline& polyline) { check(polyline.setControlPoints(points)); });
+}
+
+HRESULT coordinate3d(VxAxObjectRef& ref, int index, VARIANT* point)
+{
+    if (!point) return E_POINTER;
+    return read3d(ref, [&](const kx::VxDb3dPolyline& polyline) {
+        const std::vector<kx::VxGePoint3d> points = polyline.controlPoints();
+        if (index < 0 || size_t(index) >= points.size()) throw kx::Velt::eInvalidIndex;
+        VARIANT made;
+        VariantInit(&made);
+        conv::Point::out(points[size_t(index)], &made);
+        *point = made;
+    });
+}
+
+HRESULT setCoordinate3d(VxAxObjectRef& ref, int index, VARIANT point)
+{
+    kx::VxGePoint3d p;
+    if (HRESULT hr = guarded(__uuidof(IVelt3DPolyline), [&] { p = finitePoint3(point); return S_OK; }); FAILED(hr))
+        return hr;
+    return change3d(ref, [&](kx::VxDb3dPolyline& polyline) { check(polyline.setControlPointAt(index, p)); });
+}
+
+HRESULT appendVertex3d(VxAxObjectRef& ref, VARIANT vertex)
+{
+    kx::VxGePoint3d p;
+    if (HRESULT hr = guarded(__uuidof(IVelt3DPolyline), [&] { p = finitePoint3(vertex); return S_OK; }); FAILED(hr))
+        return hr;
+    return change3d(ref, [&](kx::VxDb3dPolyline& polyline) {
+        check(polyline.appendVertex(std::make_unique<kx::VxDb3dPolylineVertex>(p)));
+    });
+}
+
+HRESULT type3d(VxAxObjectRef& ref, Vx3DPolylineType* type)
+{
+    if (!type) return E_POINTER;
+    return read3d(ref, [&](const kx::VxDb3dPolyline& polyline) { *type = Vx3DPolylineType(polyline.polyType()); });
+}
+
+// As the 2D polyline's: the type is recorded and performed, the statuses ignored.
+HRESULT setType3d(VxAxObjectRef& ref, Vx3DPolylineType type)
+{
+    return change3d(ref, [&](kx::VxDb3dPolyline& polyline) {
+        polyline.setPolyType(kx::VxDb::Poly3dType(type));
+        polyline.convertToPolyType(kx::VxDb::Poly3dType(type));
+    });
+}
+
+// ---- meshes ----
+
+namespace {
+
+template <class Mesh, class Change>
+HRESULT changeMesh(VxAxObjectRef& ref, const IID& iid, Change&& change)
+{
+    return guarded(iid, [&]() -> HRESULT {
+        kx::VxAxDocLock lock(ref.objectId(), kx::VxAxDocLock::kWrite);
+        check(lock.lockStatus());
+        OpenedObject<Mesh> mesh(ref, kx::VxDb::kForWrite);
+        change(*mesh.orThrow());
+        return S_OK;
+    });
+}
+
+template <class Mesh, class Read>
+HRESULT readMesh(VxAxObjectRef& ref, const IID& iid, Read&& read)
+{
+    return guarded(iid, [&]() -> HRESULT {
+        OpenedObject<Mesh> mesh(ref, kx::VxDb::kForRead);
+        read(static_cast<const Mesh&>(*mesh.orThrow()));
+        return S_OK;
+    });
+}
+
+std::vector<kx::VxGePoint3d> finitePoints(const VARIANT& v)
+{
+    std::vector<kx::VxGePoint3d> points = conv::Points::in(v);
+    for (const kx::VxGePoint3d& p : points)
+        if (!std::isfinite(p.x) || !std::isfinite(p.y) || !std::isfinite(p.z)) throw E_INVALIDARG;
+    return points;
+}
+
+void pointsOut(const std::vector<kx::VxGePoint3d>& points, VARIANT* out)
+{
+    VARIANT made;
+    VariantInit(&made);
+    conv::Points::out(points, &made);
+    *out = made;
+}
+
+void pointOut(const std::vector<kx::VxGePoint3d>& points, int index, VARIANT* out)
+{
+    if (index < 0 || size_t(index) >= points.size()) throw kx::Velt::eInvalidIndex;
+    VARIANT made;
+    VariantInit(&made);
+    conv::Point::out(points[size_t(index)], &made);
+    *out = made;
+}
+
+using PolygonMesh = kx::VxDbPolygonMesh;
+using FaceMesh = kx::VxDbPolyFaceMesh;
+
+}  // namespace
+
+HRESULT meshCoordinates(VxAxObjectRef& ref, VARIANT* coordinates)
+{
+    if (!coordinates) return E_POINTER;
+    return readMesh<PolygonMesh>(ref, __uuidof(IVeltPolygonMesh),
+                                 [&](const PolygonMesh& mesh) { pointsOut(mesh.controlPoints(), coordinates); });
+}
+
+HRESULT setMeshCoordinates(VxAxObjectRef& ref, VARIANT coordinates)
+{
+    std::vector<kx::VxGePoint3d> points;
+    if (HRESULT hr = guarded(__uuidof(IVeltPolygonMesh), [&] { points = finitePoints(coordinates); return S_OK; });
+        FAILED(hr))
+        return hr;
+    return changeMesh<PolygonMesh>(ref, __uuidof(IVeltPolygonMesh),
+                                   [&](PolygonMesh& mesh) { check(mesh.setControlPoints(points)); });
+}
+
+HRESULT meshCoordinate(VxAxObjectRef& ref, int index, VARIANT* point)
+{
+    if (!point) return E_POINTER;
+    return readMesh<PolygonMesh>(ref, __uuidof(IVeltPolygonMesh),
+                                 [&](const PolygonMesh& mesh) { pointOut(mesh.controlPoints(), index, point); });
+}
+
+HRESULT setMeshCoordinate(VxAxObjectRef& ref, int index, VARIANT point)
+{
+    kx::VxGePoint3d p;
+    if (HRESULT hr = guarded(__uuidof(IVeltPolygonMesh), [&] { p = finitePoint3(point); return S_OK; }); FAILED(hr))
+        return hr;
+    return changeMesh<PolygonMesh>(ref, __uuidof(IVeltPolygonMesh),
+                                   [&](PolygonMesh& mesh) { check(mesh.setControlPointAt(index, p)); });
+}
+
+HRESULT meshType(VxAxObjectRef& ref, VxPolymeshType* type)
+{
+    if (!type) return E_POINTER;
+    return readMesh<PolygonMesh>(ref, __uuidof(IVeltPolygonMesh),
+                                 [&](const PolygonMesh& mesh) { *type = VxPolymeshType(mesh.polyMeshType()); });
+}
+
+// Records and performs the smoothing, as the polylines' Type does; a type the host has not
+// changes nothing.
+HRESULT setMeshType(VxAxObjectRef& ref, VxPolymeshType type)
+{
+    return changeMesh<PolygonMesh>(ref, __uuidof(IVeltPolygonMesh), [&](PolygonMesh& mesh) {
+        mesh.convertToPolyMeshType(kx::VxDb::PolyMeshType(type));
+    });
+}
+
+HRESULT faceMeshCoordinates(VxAxObjectRef& ref, VARIANT* coordinates)
+{
+    if (!coordinates) return E_POINTER;
+    return readMesh<FaceMesh>(ref, __uuidof(IVeltPolyfaceMesh),
+                              [&](const FaceMesh& mesh) { pointsOut(mesh.vertexPositions(), coordinates); });
+}
+
+HRESULT setFaceMeshCoordinates(VxAxObjectRef& ref, VARIANT coordinates)
+{
+    std::vector<kx::VxGePoint3d> points;
+    if (HRESULT hr = guarded(__uuidof(IVeltPolyfaceMesh), [&] { points = finitePoints(coordinates); return S_OK; });
+        FAILED(hr))
+        return hr;
+    return changeMesh<FaceMesh>(ref, __uuidof(IVeltPolyfaceMesh),
+                                [&](FaceMesh& mesh) { check(mesh.setVertexPositions(points)); });
+}
+
+HRESULT faceMeshCoordinate(VxAxObjectRef& ref, int index, VARIANT* point)
+{
+    if (!point) return E_POINTER;
+    return readMesh<FaceMesh>(ref, __uuidof(IVeltPolyfaceMesh),
+                              [&](const FaceMesh& mesh) { pointOut(mesh.vertexPositions(), index, point); });
+}
+
+HRESULT setFaceMeshCoordinate(VxAxObjectRef& ref, int index, VARIANT point)
+{
+    kx::VxGePoint3d p;
+    if (HRESULT hr = guarded(__uuidof(IVeltPolyfaceMesh), [&] { p = finitePoint3(point); return S_OK; }); FAILED(hr))
+        return hr;
+    return changeMesh<FaceMesh>(ref, __uuidof(IVeltPolyfaceMesh),
+                                [&](FaceMesh& mesh) { check(mesh.setVertexPositionAt(index, p)); });
+}
+
+// Four 16-bit vertex numbers a face, as the mesh keeps them.
+HRESULT faces(VxAxObjectRef& ref, VARIANT* faces)
+{
+    if (!faces) return E_POINTER;
+    return readMesh<FaceMesh>(ref, __uuidof(IVeltPolyfaceMesh), [&](const FaceMesh& mesh) {
+        const std::vector<int16_t> numbers = mesh.faceNumbers();
+        SAFEARRAY* sa = SafeArrayCreateVector(VT_I2, 0, ULONG(numbers.size()));
+        if (!sa) throw E_OUTOFMEMORY;
+        for (LONG i = 0; i < LONG(numbers.size()); ++i) {
+            short value = numbers[size_t(i)];
+            SafeArrayPutElement(sa, &i, &value);
+        }
+        V_VT(faces) = VT_ARRAY | VT_I2;
+        V_ARRAY(faces) = sa;
     });
 }
 

@@ -46,6 +46,15 @@ std::vector<double> numbersOf(const VARIANT& v)
             SafeArrayGetElement(V_ARRAY(&v), &i, &d);
             out.push_back(d);
         }
+    } else if (V_VT(&v) == (VT_ARRAY | VT_I2)) {  // a polyface mesh's faces
+        LONG lo = 0, hi = -1;
+        SafeArrayGetLBound(V_ARRAY(&v), 1, &lo);
+        SafeArrayGetUBound(V_ARRAY(&v), 1, &hi);
+        for (LONG i = lo; i <= hi; ++i) {
+            short n = 0;
+            SafeArrayGetElement(V_ARRAY(&v), &i, &n);
+            out.push_back(n);
+        }
     } else {
         Variant copy;
         if (SUCCEEDED(VariantChangeType(copy.get(), const_cast<VARIANT*>(&v), 0, VT_R8)))
@@ -318,6 +327,8 @@ TEST_F(DeclaredProperties, EveryPropertyIsSetReadAndRefusedThroughTheInterfaces)
           p4 = drawing::point(0, 3, 1), axis = drawing::point(5, 0, 0);
     Value corners = doubles({0, 0, 0, 1, 0, 0, 1, 1, 0, 0, 1, 0});
     Value pairs = doubles({0, 0, 4, 0, 4, 3});
+    Value triples = doubles({0, 0, 0, 4, 0, 0, 4, 3, 0});
+    Value square = doubles({0, 0, 0, 4, 0, 0, 0, 3, 1, 4, 3, 1}), quad = drawing::shorts({1, 2, -4, 3});
     const std::unique_ptr<OLECHAR, decltype(&SysFreeString)> label(SysAllocString(L"Room 12"), &SysFreeString);
     auto as = [](auto* typed, IDispatch** out) {
         if (!typed) return;
@@ -365,6 +376,18 @@ TEST_F(DeclaredProperties, EveryPropertyIsSetReadAndRefusedThroughTheInterfaces)
         {L"IVeltLWPolyline", __uuidof(IVeltLWPolyline), "LWPOLYLINE",
          [&](IVeltModelSpace* s, IDispatch** o) { IVeltLWPolyline* e = nullptr; HRESULT hr = s->AddLightWeightPolyline(*pairs, &e); as(e, o); return hr; },
          {{L"Normal", "extrusion"}, {L"Thickness", "thickness"}, {L"ConstantWidth", "const_width"}, {L"Elevation", "elevation"}}},
+        {L"IVeltPolyline", __uuidof(IVeltPolyline), "POLYLINE",
+         [&](IVeltModelSpace* s, IDispatch** o) { IVeltPolyline* e = nullptr; HRESULT hr = s->AddPolyline(*triples, &e); as(e, o); return hr; },
+         {{L"Normal", "extrusion"}, {L"Thickness", "thickness"}, {L"ConstantWidth", "default_start_width"}}},
+        {L"IVelt3DPolyline", __uuidof(IVelt3DPolyline), "POLYLINE",
+         [&](IVeltModelSpace* s, IDispatch** o) { IVelt3DPolyline* e = nullptr; HRESULT hr = s->Add3DPoly(*triples, &e); as(e, o); return hr; },
+         {}},
+        {L"IVeltPolygonMesh", __uuidof(IVeltPolygonMesh), "POLYLINE",
+         [&](IVeltModelSpace* s, IDispatch** o) { IVeltPolygonMesh* e = nullptr; HRESULT hr = s->Add3DMesh(2, 2, *square, &e); as(e, o); return hr; },
+         {}},
+        {L"IVeltPolyfaceMesh", __uuidof(IVeltPolyfaceMesh), "POLYLINE",
+         [&](IVeltModelSpace* s, IDispatch** o) { IVeltPolyfaceMesh* e = nullptr; HRESULT hr = s->AddPolyfaceMesh(*square, *quad, &e); as(e, o); return hr; },
+         {}},
         {L"IVeltText", __uuidof(IVeltText), "TEXT",
          [&](IVeltModelSpace* s, IDispatch** o) { IVeltText* e = nullptr; HRESULT hr = s->AddText(label.get(), *p1, 2.0, &e); as(e, o); return hr; },
          {{L"InsertionPoint", "@insert"}, {L"Height", "height"}, {L"Rotation", "°rotation"}, {L"ScaleFactor", "width"},

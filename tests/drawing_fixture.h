@@ -54,6 +54,21 @@ inline Value doubles(std::initializer_list<double> values, VARTYPE vt = VT_R8)
     return v;
 }
 
+// An array of 16-bit integers (a polyface mesh's faces).
+inline Value shorts(std::initializer_list<short> values)
+{
+    Value v;
+    SAFEARRAY* sa = SafeArrayCreateVector(VT_I2, 0, static_cast<ULONG>(values.size()));
+    LONG i = 0;
+    for (short n : values) {
+        SafeArrayPutElement(sa, &i, &n);
+        ++i;
+    }
+    V_VT(v.get()) = VT_ARRAY | VT_I2;
+    V_ARRAY(v.get()) = sa;
+    return v;
+}
+
 // A point as clients send it: an array of three doubles.
 inline Value point(double x, double y, double z)
 {

@@ -238,6 +238,253 @@ TEST_F(Polylines, AreaLengthOffsetAndExplodeCountTheArcs)
     EXPECT_EQ(vertices(polyline.get()).size(), 20u);
 }
 
+// ---- 2D polylines ----
+
+// Fitting adds vertices; the client sees only those it gave, three doubles each, and an
+// index past them is the host's invalid index raised.
+TEST_F(Polylines, TwoDimensionalPolylinesShowTheGivenVertices)
+{
+    ComPtr<IVeltModelSpace> space = modelSpace();
+    ComPtr<IVeltPolyline> polyline;
+    Value list = doubles({0, 0, 0, 4, 3, 0, 8, 0, 0, 12, 3, 0});
+    ASSERT_EQ(space->AddPolyline(*list, polyline.put()), S_OK);
+    IDispatch* d = polyline.get();
+    const std::vector<double> given{0, 0, 0, 4, 3, 0, 8, 0, 0, 12, 3, 0};
+    EXPECT_EQ(get(d, L"Coordinates"), given);
+    auto hostVertices = [&] {
+        kx::VxDbObjectPointer<kx::VxDb2dPolyline> p(idOf(polyline.get()), kx::VxDb::kForRead);
+        return p.openStatus() == kx::Velt::eOk ? p->vertexCount() : -1;
+    };
+
+    Value fit = integer(vxFitCurvePoly);
+    ASSERT_EQ(invoke(d, L"Type", DISPATCH_PROPERTYPUT, {fit.get()}), S_OK);
+    VxPolylineType type = vxSimplePoly;
+    ASSERT_EQ(polyline->get_Type(&type), S_OK);
+    EXPECT_EQ(type, vxFitCurvePoly);
+    EXPECT_EQ(hostVertices(), 7);  // recorded and performed
+    EXPECT_EQ(get(d, L"Coordinates"), given);
+    Value three = integer(3), four = integer(4);
+    EXPECT_EQ(get(d, L"Coordinate", {three.get()}), (std::vector<double>{12, 3, 0}));
+    Value ignored;
+    EXPECT_TRUE(FAILED(invoke(d, L"Coordinate", DISPATCH_PROPERTYGET, {four.get()}, &ignored)));
+    EXPECT_GT(get(d, L"Length")[0], 3 * 5.0);
+
+    Value cubic = integer(vxCubicSplinePoly);
+    ASSERT_EQ(invoke(d, L"Type", DISPATCH_PROPERTYPUT, {cubic.get()}), S_OK);
+    EXPECT_GT(hostVertices(), 8);
+    EXPECT_EQ(get(d, L"Coordinates"), given);
+    // A type the host has not: S_OK, nothing changed.
+    Value strange = integer(9);
+    EXPECT_EQ(invoke(d, L"Type", DISPATCH_PROPERTYPUT, {strange.get()}), S_OK);
+    ASSERT_EQ(polyline->get_Type(&type), S_OK);
+    EXPECT_EQ(type, vxCubicSplinePoly);
+    Value more = doubles({16, 0, 0});
+    ASSERT_EQ(invoke(d, L"AppendVertex", DISPATCH_METHOD, {more.get()}), S_OK);
+    EXPECT_EQ(get(d, L"Coordinates").size(), 15u);
+
+    // Refused arrays change nothing.
+    const int before = hostVertices();
+    Value odd = doubles({1, 2, 3, 4}), variants = doubles({1, 2, 3, 4, 5, 6}, VT_VARIANT),
+          notANumber = doubles({1, 2, 3, kNaN, 5, 6});
+    for (Value* bad : {&odd, &variants, &notANumber}) {
+        EXPECT_TRUE(FAILED(invoke(d, L"Coordinates", DISPATCH_PROPERTYPUT, {bad->get()})));
+        EXPECT_EQ(hostVertices(), before);
+    }
+    EXPECT_TRUE(FAILED(invoke(d, L"AppendVertex", DISPATCH_METHOD, {notANumber.get()})));
+    EXPECT_EQ(hostVertices(), before);
+
+    // Back to simple, then fewer vertices: the first ones stay.
+    Value simple = integer(vxSimplePoly), two = doubles({1, 1, 0, 2, 2, 0});
+    ASSERT_EQ(invoke(d, L"Type", DISPATCH_PROPERTYPUT, {simple.get()}), S_OK);
+    EXPECT_EQ(hostVertices(), 5);
+    ASSERT_EQ(invoke(d, L"Coordinates", DISPATCH_PROPERTYPUT, {two.get()}), S_OK);
+    EXPECT_EQ(get(d, L"Coordinates"), (std::vector<double>{1, 1, 0, 2, 2, 0}));
+
+    // The factory wants two points.
+    LONG count = 0, after = 0;
+    ASSERT_EQ(space->get_Count(&count), S_OK);
+    Value one = doubles({1, 2, 3});
+    IVeltPolyline* made = nullptr;
+    EXPECT_EQ(space->AddPolyline(*one, &made), E_INVALIDARG);
+    EXPECT_EQ(made, nullptr);
+    ASSERT_EQ(space->get_Count(&after), S_OK);
+    EXPECT_EQ(after, count);
+}
+
+// The same figure as a lightweight polyline: the same area and length, to the last bits.
+TEST_F(Polylines, TwoDimensionalAreaAndLengthCountTheArcs)
+{
+    ComPtr<IVeltPolyline> polyline;
+    Value list = doubles({0, 0, 0, 10, 0, 0, 10, 4, 0, 0, 4, 0});
+    ASSERT_EQ(modelSpace()->AddPolyline(*list, polyline.put()), S_OK);
+    IDispatch* d = polyline.get();
+    const double theta = kPi / 4;
+    Value one = integer(1), two = integer(2), half = real(1.0), eighth = real(std::tan(theta / 4));
+    ASSERT_EQ(invoke(d, L"SetBulge", DISPATCH_METHOD, {one.get(), half.get()}), S_OK);
+    ASSERT_EQ(invoke(d, L"SetBulge", DISPATCH_METHOD, {two.get(), eighth.get()}), S_OK);
+    ASSERT_EQ(polyline->put_Closed(VARIANT_TRUE), S_OK);
+    const double r = 10.0 / (2.0 * std::sin(theta / 2));
+    const double area = 40.0 + kPi * 2.0 * 2.0 / 2.0 + r * r / 2.0 * (theta - std::sin(theta));
+    const double length = 10.0 + kPi * 2.0 + r * theta + 4.0;
+    EXPECT_NEAR(get(d, L"Area")[0], area, 1e-12 * area);
+    EXPECT_NEAR(get(d, L"Length")[0], length, 1e-12 * length);
+    EXPECT_NEAR(get(d, L"GetBulge", {one.get()})[0], 1.0, 0.0);
+    Value pieces;
+    ASSERT_EQ(invoke(d, L"Explode", DISPATCH_METHOD, {}, &pieces), S_OK);
+    ASSERT_EQ(V_VT(pieces.get()), VT_ARRAY | VT_VARIANT);
+    EXPECT_EQ(V_ARRAY(pieces.get())->rgsabound[0].cElements, 4u);
+}
+
+// ---- 3D polylines ----
+
+// Straight in space; a spline shows its control points only; the factory wants two points.
+TEST_F(Polylines, ThreeDimensionalPolylinesShowTheGivenVertices)
+{
+    ComPtr<IVeltModelSpace> space = modelSpace();
+    ComPtr<IVelt3DPolyline> polyline;
+    Value list = doubles({0, 0, 0, 3, 4, 0, 3, 4, 12});
+    ASSERT_EQ(space->Add3DPoly(*list, polyline.put()), S_OK);
+    IDispatch* d = polyline.get();
+    EXPECT_EQ(get(d, L"Length"), (std::vector<double>{17}));
+    ASSERT_EQ(polyline->put_Closed(VARIANT_TRUE), S_OK);
+    EXPECT_EQ(get(d, L"Length"), (std::vector<double>{30}));
+
+    Value cubic = integer(vxCubicSpline3DPoly), two = integer(2), three = integer(3);
+    ASSERT_EQ(invoke(d, L"Type", DISPATCH_PROPERTYPUT, {cubic.get()}), S_OK);
+    Vx3DPolylineType type = vxSimple3DPoly;
+    ASSERT_EQ(polyline->get_Type(&type), S_OK);
+    EXPECT_EQ(type, vxCubicSpline3DPoly);
+    EXPECT_EQ(get(d, L"Coordinates"), (std::vector<double>{0, 0, 0, 3, 4, 0, 3, 4, 12}));
+    EXPECT_EQ(get(d, L"Coordinate", {two.get()}), (std::vector<double>{3, 4, 12}));
+    Value ignored;
+    EXPECT_TRUE(FAILED(invoke(d, L"Coordinate", DISPATCH_PROPERTYGET, {three.get()}, &ignored)));
+    EXPECT_LT(get(d, L"Length")[0], 30.0);
+
+    Value more = doubles({0, 0, 12}), bad = doubles({0, kNaN, 1}), odd = doubles({1, 2, 3, 4});
+    ASSERT_EQ(invoke(d, L"AppendVertex", DISPATCH_METHOD, {more.get()}), S_OK);
+    EXPECT_EQ(get(d, L"Coordinates").size(), 12u);
+    EXPECT_TRUE(FAILED(invoke(d, L"AppendVertex", DISPATCH_METHOD, {bad.get()})));
+    EXPECT_TRUE(FAILED(invoke(d, L"Coordinates", DISPATCH_PROPERTYPUT, {odd.get()})));
+    EXPECT_EQ(get(d, L"Coordinates").size(), 12u);
+
+    Value simple = integer(vxSimple3DPoly);
+    ASSERT_EQ(invoke(d, L"Type", DISPATCH_PROPERTYPUT, {simple.get()}), S_OK);
+    EXPECT_EQ(get(d, L"Length"), (std::vector<double>{5 + 12 + 5 + 12}));
+    Value pieces;
+    ASSERT_EQ(invoke(d, L"Explode", DISPATCH_METHOD, {}, &pieces), S_OK);
+    ASSERT_EQ(V_VT(pieces.get()), VT_ARRAY | VT_VARIANT);
+    EXPECT_EQ(V_ARRAY(pieces.get())->rgsabound[0].cElements, 4u);
+
+    LONG count = 0, after = 0;
+    ASSERT_EQ(space->get_Count(&count), S_OK);
+    Value one = doubles({1, 2, 3});
+    IVelt3DPolyline* made = nullptr;
+    EXPECT_EQ(space->Add3DPoly(*one, &made), E_INVALIDARG);
+    EXPECT_EQ(made, nullptr);
+    ASSERT_EQ(space->get_Count(&after), S_OK);
+    EXPECT_EQ(after, count);
+}
+
+// ---- meshes ----
+
+// A 3 x 2 grid: its points row by row, its faces on explode, the factory's count rule.
+TEST_F(Polylines, PolygonMeshesHoldTheirGrid)
+{
+    ComPtr<IVeltModelSpace> space = modelSpace();
+    ComPtr<IVeltPolygonMesh> mesh;
+    const std::vector<double> points{0, 0, 0, 1, 0, 0, 0, 1, 0, 1, 1, 1, 0, 2, 0, 1, 2, 0};
+    Value grid = doubles({0, 0, 0, 1, 0, 0, 0, 1, 0, 1, 1, 1, 0, 2, 0, 1, 2, 0});
+    ASSERT_EQ(space->Add3DMesh(3, 2, *grid, mesh.put()), S_OK);
+    IDispatch* d = mesh.get();
+    EXPECT_EQ(get(d, L"Coordinates"), points);
+    long m = 0, n = 0;
+    ASSERT_EQ(mesh->get_MVertexCount(&m), S_OK);
+    ASSERT_EQ(mesh->get_NVertexCount(&n), S_OK);
+    EXPECT_EQ(m, 3);
+    EXPECT_EQ(n, 2);
+    Value three = integer(3), six = integer(6);
+    EXPECT_EQ(get(d, L"Coordinate", {three.get()}), (std::vector<double>{1, 1, 1}));
+    Value ignored;
+    EXPECT_TRUE(FAILED(invoke(d, L"Coordinate", DISPATCH_PROPERTYGET, {six.get()}, &ignored)));
+    // A put of another count is refused and changes nothing.
+    Value fewer = doubles({0, 0, 0, 1, 0, 0});
+    EXPECT_TRUE(FAILED(invoke(d, L"Coordinates", DISPATCH_PROPERTYPUT, {fewer.get()})));
+    EXPECT_EQ(get(d, L"Coordinates"), points);
+
+    Value pieces;
+    ASSERT_EQ(invoke(d, L"Explode", DISPATCH_METHOD, {}, &pieces), S_OK);
+    ASSERT_EQ(V_VT(pieces.get()), VT_ARRAY | VT_VARIANT);
+    EXPECT_EQ(V_ARRAY(pieces.get())->rgsabound[0].cElements, 2u);
+
+    // Smoothed: recorded and performed, the control points unchanged.
+    ASSERT_EQ(mesh->put_MDensity(4), S_OK);
+    ASSERT_EQ(mesh->put_NDensity(5), S_OK);
+    EXPECT_TRUE(FAILED(mesh->put_MDensity(1)));
+    Value cubic = integer(vxCubicSurfaceMesh);
+    ASSERT_EQ(invoke(d, L"Type", DISPATCH_PROPERTYPUT, {cubic.get()}), S_OK);
+    VxPolymeshType type = vxSimpleMesh;
+    ASSERT_EQ(mesh->get_Type(&type), S_OK);
+    EXPECT_EQ(type, vxCubicSurfaceMesh);
+    EXPECT_EQ(get(d, L"Coordinates"), points);
+    ASSERT_EQ(invoke(d, L"Explode", DISPATCH_METHOD, {}, &pieces), S_OK);
+    EXPECT_EQ(V_ARRAY(pieces.get())->rgsabound[0].cElements, 3u * 4u);
+
+    LONG count = 0, after = 0;
+    ASSERT_EQ(space->get_Count(&count), S_OK);
+    IVeltPolygonMesh* made = nullptr;
+    EXPECT_EQ(space->Add3DMesh(2, 2, *grid, &made), E_INVALIDARG);
+    EXPECT_EQ(space->Add3DMesh(6, 1, *grid, &made), E_INVALIDARG);
+    EXPECT_EQ(made, nullptr);
+    ASSERT_EQ(space->get_Count(&after), S_OK);
+    EXPECT_EQ(after, count);
+}
+
+// Faces by vertex number; a malformed face list adds nothing.
+TEST_F(Polylines, PolyfaceMeshesCheckTheirFaces)
+{
+    ComPtr<IVeltModelSpace> space = modelSpace();
+    Value vertices = doubles({0, 0, 0, 1, 0, 0, 1, 1, 0, 0, 1, 0, 2, 0, 0});
+    LONG count = 0, after = 0;
+    ASSERT_EQ(space->get_Count(&count), S_OK);
+    Value bad[] = {drawing::shorts({1, 2, 3}), drawing::shorts({1, 2, 9, 0}), drawing::shorts({1, 0, 2, 0}),
+                   doubles({1, 2, 3, 4}), drawing::shorts({})};
+    for (Value& faces : bad) {
+        IVeltPolyfaceMesh* made = nullptr;
+        EXPECT_EQ(space->AddPolyfaceMesh(*vertices, *faces, &made), E_INVALIDARG);
+        EXPECT_EQ(made, nullptr);
+    }
+    ASSERT_EQ(space->get_Count(&after), S_OK);
+    EXPECT_EQ(after, count);
+
+    ComPtr<IVeltPolyfaceMesh> mesh;
+    Value faces = drawing::shorts({1, 2, -3, 4, 2, 5, 3, 0});
+    ASSERT_EQ(space->AddPolyfaceMesh(*vertices, *faces, mesh.put()), S_OK);
+    long number = 0;
+    ASSERT_EQ(mesh->get_NumberOfVertices(&number), S_OK);
+    EXPECT_EQ(number, 5);
+    ASSERT_EQ(mesh->get_NumberOfFaces(&number), S_OK);
+    EXPECT_EQ(number, 2);
+    Value list;
+    ASSERT_EQ(mesh->get_Faces(list.get()), S_OK);
+    ASSERT_EQ(V_VT(list.get()), VT_ARRAY | VT_I2);
+    std::vector<short> read;
+    for (LONG i = 0; i < 8; ++i) {
+        short n = 0;
+        SafeArrayGetElement(V_ARRAY(list.get()), &i, &n);
+        read.push_back(n);
+    }
+    EXPECT_EQ(read, (std::vector<short>{1, 2, -3, 4, 2, 5, 3, 0}));
+    Value index = integer(4), outside = integer(5);
+    EXPECT_EQ(get(mesh.get(), L"Coordinate", {index.get()}), (std::vector<double>{2, 0, 0}));
+    Value ignored;
+    EXPECT_TRUE(FAILED(invoke(mesh.get(), L"Coordinate", DISPATCH_PROPERTYGET, {outside.get()}, &ignored)));
+    // The vertices move; their number stays.
+    Value moved = doubles({0, 0, 1, 1, 0, 1, 1, 1, 1, 0, 1, 1, 2, 0, 1}), fewer = doubles({0, 0, 0});
+    ASSERT_EQ(invoke(mesh.get(), L"Coordinates", DISPATCH_PROPERTYPUT, {moved.get()}), S_OK);
+    EXPECT_TRUE(FAILED(invoke(mesh.get(), L"Coordinates", DISPATCH_PROPERTYPUT, {fewer.get()})));
+    EXPECT_EQ(get(mesh.get(), L"Coordinate", {index.get()}), (std::vector<double>{2, 0, 1}));
+}
+
 }  // namespace
 
 namespace {
@@ -282,6 +529,29 @@ TEST_F(Polylines, WhatWasMadeIsWhatTheFileHolds)
         std::wstring h(handle);
         SysFreeString(handle);
         facts += "ENTITY\t" + std::string(h.begin(), h.end()) + "\tLWPOLYLINE\t0\t256\t" + attrs + vertices + "\n";
+    }
+    // A cubic spline made through the interfaces: ezdxf finds its control and fit vertices.
+    ComPtr<IVeltPolyline> spline;
+    Value controls = doubles({0, 0, 0, 4, 4, 0, 8, 0, 0, 12, 4, 0});
+    ASSERT_EQ(modelSpace()->AddPolyline(*controls, spline.put()), S_OK);
+    ASSERT_EQ(spline->put_Type(vxCubicSplinePoly), S_OK);
+    {
+        kx::VxDbObjectPointer<kx::VxDb2dPolyline> p(idOf(spline.get()), kx::VxDb::kForRead);
+        ASSERT_EQ(p.openStatus(), kx::Velt::eOk);
+        std::string vertices;
+        for (int i = 0; i < p->vertexCount(); ++i) {
+            const kx::VxDb2dVertex* v = p->vertexAt(i);
+            char text[200];
+            std::snprintf(text, sizeof text, "%s%.17g,%.17g,%d,0,0,0", i ? "," : "", v->position().x,
+                          v->position().y, int(v->vertexFlags()));
+            vertices += text;
+        }
+        BSTR handle = nullptr;
+        ASSERT_EQ(spline->get_Handle(&handle), S_OK);
+        std::wstring h(handle);
+        SysFreeString(handle);
+        facts += "ENTITY\t" + std::string(h.begin(), h.end()) + "\tPOLYLINE\t0\t256\tflags=4;smooth_type=6;pvertices=" +
+                 vertices + "\n";
     }
     const char* folder = std::getenv("NKAUTO_OUT");
     if (!folder) GTEST_SKIP() << "NKAUTO_OUT names no folder for the file check";

@@ -294,7 +294,9 @@ private:
     void parseRecord(Record& record, int table);
     void parseEntity(Record& record, uint32_t block, std::vector<Record>* subRecords, uint32_t ownerEntity = kNone);
     void parseObject(Record& record);
-    VxDbEntity* makeKnownEntity(const Record& record, const std::vector<size_t>& body, bool& keepOpaque);
+    VxDbEntity* makeKnownEntity(const Record& record, const std::vector<size_t>& body, bool& keepOpaque,
+                                const std::vector<Record>* subRecords = nullptr);
+    bool readSubRecords(VxDbObject& object, const VxDbKind& kind, const std::vector<Record>& subRecords);
     void applyEntityCommon(VxDbEntity* entity, PendingEntity& pending, const Record& record, size_t index,
                            bool& handled);
     VxDbDxfGroups keepGroups(const Record& record, const std::vector<size_t>& indices);
@@ -1504,7 +1506,8 @@ std::vector<FieldGroup> takeEmbeddedMText(std::vector<FieldGroup>& groups)
 
 }  // namespace
 
-VxDbEntity* Reader::makeKnownEntity(const Record& record, const std::vector<size_t>& body, bool& keepOpaque)
+VxDbEntity* Reader::makeKnownEntity(const Record& record, const std::vector<size_t>& body, bool& keepOpaque,
+                                    const std::vector<Record>* subRecords)
 {
     keepOpaque = false;
     mNamedRecords.clear();
@@ -1523,15 +1526,23 @@ VxDbEntity* Reader::makeKnownEntity(const Record& record, const std::vector<size
         keepOpaque = true;
         return nullptr;
     }
-    std::unique_ptr<VxDbEntity> made(VxDbEntity::cast(cls->create()));
     std::vector<FieldGroup>& groups = mFieldGroups;
     groups.clear();
     for (size_t i : body)
         groups.push_back({record.code(i), record.value(i)});
+    // Kinds that share a record type: the groups say which one this is (none: kept as it is).
+    if (const auto choose = vxdbKindOf(cls)->fileHooks().recordClass)
+        cls = choose(groups);
+    if (!cls) {
+        keepOpaque = true;
+        return nullptr;
+    }
+    std::unique_ptr<VxDbEntity> made(VxDbEntity::cast(cls->create()));
     std::vector<FieldGroup> embedded;
     if (vxdbAttributeTextOf(made.get()))
         embedded = takeEmbeddedMText(groups);
-    if (!made || !readFields(*made, *vxdbKindOf(cls), groups, mUtf8, &mNamedRecords)) {
+    if (!made || !readFields(*made, *vxdbKindOf(cls), groups, mUtf8, &mNamedRecords) ||
+        (subRecords && !readSubRecords(*made, *vxdbKindOf(cls), *subRecords))) {
         keepOpaque = true;  // something this kind does not hold, or refuses
         return nullptr;
     }
@@ -1544,6 +1555,33 @@ VxDbEntity* Reader::makeKnownEntity(const Record& record, const std::vector<size
         }
     }
     return made.release();
+}
+
+// The records that follow a kind's own (its VERTEX records), without the common entity
+// groups and markers: the owner's say it all.
+bool Reader::readSubRecords(VxDbObject& object, const VxDbKind& kind, const std::vector<Record>& subRecords)
+{
+    const auto read = kind.fileHooks().readSubRecords;
+    if (!read)
+        return false;
+    std::vector<SubRecord> records(subRecords.size());
+    for (size_t r = 0; r < subRecords.size(); ++r) {
+        const Record& sub = subRecords[r];
+        Head subHead;
+        VxResBufPtr subXData;
+        std::vector<size_t> subBody;
+        splitHead(sub, subHead, subXData, subBody);
+        records[r].type = sub.type;
+        records[r].handle = subHead.handle;
+        for (size_t i : subBody) {
+            switch (sub.code(i)) {
+            case 100: case 8: case 6: case 62: case 420: case 370: case 48: case 60: case 440: case 347:
+            case 390: case 67: case 410: continue;
+            default: records[r].groups.push_back({sub.code(i), sub.value(i)});
+            }
+        }
+    }
+    return read(object, records, mUtf8);
 }
 
 void Reader::parseEntity(Record& record, uint32_t block, std::vector<Record>* subRecords, uint32_t ownerEntity)
@@ -1561,10 +1599,13 @@ void Reader::parseEntity(Record& record, uint32_t block, std::vector<Record>* su
     // Kinds the host models use none of the common codes themselves, and some
     // writers put those after the kind's subclass marker.
     // A block reference the host models takes its attributes as entities of their own.
-    bool modelledFollowers = subRecords != nullptr && record.type == "INSERT";
+    // A polyline the host models owns its vertices as its own data.
+    bool modelledFollowers = subRecords != nullptr && (record.type == "INSERT" || record.type == "POLYLINE");
+    const bool ownedFollowers = subRecords != nullptr && record.type == "POLYLINE";
     if (subRecords) {
+        const char* follower = ownedFollowers ? "VERTEX" : "ATTRIB";
         for (const Record& sub : *subRecords)
-            modelledFollowers = modelledFollowers && (sub.type == "ATTRIB" || sub.type == "SEQEND");
+            modelledFollowers = modelledFollowers && (sub.type == follower || sub.type == "SEQEND");
     }
     const bool knownKind =
         (subRecords == nullptr || modelledFollowers) && describedClassOfDxfName(record.type) != nullptr;
@@ -1624,7 +1665,7 @@ void Reader::parseEntity(Record& record, uint32_t block, std::vector<Record>* su
         }
         entity = makeKnownEntity(record, fields, keepOpaque);
     } else if (!keepOpaque) {
-        entity = makeKnownEntity(record, own, keepOpaque);
+        entity = makeKnownEntity(record, own, keepOpaque, ownedFollowers ? subRecords : nullptr);
     }
     std::vector<NamedRecord> named;
     if (entity)

@@ -337,6 +337,13 @@ uint64_t Writer::countExtraHandles()
         for (VxDbObjectId entityId : block->entityIds()) {
             if (auto* insert = VxDbBlockReference::cast(detail::objectOf(entityId)); insert && insert->attributesFollow())
                 ++count;  // its end record
+            if (const VxDbObject* object = detail::objectOf(entityId)) {
+                if (const VxDbKind* kind = vxdbKindOf(object); kind && kind->fileHooks().subObjects) {
+                    std::vector<SubObject> subs;
+                    kind->fileHooks().subObjects(*object, subs);
+                    count += subs.size() + 1;  // and the end record
+                }
+            }
             auto* opaque = VxDbDxfOpaqueEntity::cast(detail::objectOf(entityId));
             if (!opaque)
                 continue;
@@ -826,6 +833,31 @@ void Writer::entity(VxDbEntity* entity, VxDbObjectId owner, bool paperSpace)
         return;  // a kind this writer does not know
     }
     xdata(entity);
+    // Objects an entity owns as its own data (a polyline's vertices) follow it, up to the end record.
+    if (const VxDbKind* kind = vxdbKindOf(entity); kind && kind->fileHooks().subObjects) {
+        std::vector<SubObject> subs;
+        kind->fileHooks().subObjects(*entity, subs);
+        for (const SubObject& sub : subs) {
+            mOut.text(0, sub.type);
+            mOut.handle(5, newHandle());
+            handleOf(330, entity->objectId());
+            mOut.text(100, "AcDbEntity");
+            if (paperSpace)
+                mOut.integer(67, 1);
+            mOut.text(8, nameOf(entity->layerId()));
+            if (sub.leadingSubclass)
+                mOut.text(100, sub.leadingSubclass);
+            if (const VxDbKind* subKind = vxdbKindOf(sub.object))
+                writeFields(mOut, *sub.object, *subKind, mVersion, mUtf8);
+        }
+        mOut.text(0, "SEQEND");
+        mOut.handle(5, newHandle());
+        handleOf(330, entity->objectId());
+        mOut.text(100, "AcDbEntity");
+        if (paperSpace)
+            mOut.integer(67, 1);
+        mOut.text(8, nameOf(entity->layerId()));
+    }
     // A reference's attributes follow it, up to the end record.
     if (insert && insert->attributesFollow()) {
         for (VxDbObjectId id : insert->attributeIds()) {

@@ -7,6 +7,7 @@
 #include <initializer_list>
 #include <utility>
 
+#include "db/polylines.h"
 #include "dxf/dxfstream.h"
 #include "dxf_test_util.h"
 
@@ -509,4 +510,59 @@ TEST(DxfReader, BinaryFilesReadTheSameAndFailCleanly)
     EXPECT_EQ(vxdbReadDxf(&target, binary.substr(0, 22)), Velt::eBadFileFormat);
     EXPECT_NE(vxdbReadDxf(&target, binary.substr(0, 21)), Velt::eOk);
     EXPECT_EQ(target.objectSlotCount(), 1u);
+}
+
+// Polylines of R12 files: no markers, no handles; 2D and 3D polylines become the host's, with
+// their vertices and their data; a vertex the 2D kind does not hold stays as read.
+TEST(DxfReader, PolylinesOfOldFiles)
+{
+    const Groups body = {
+        {0, "POLYLINE"}, {8, "WALLS"}, {66, "1"}, {10, "0"}, {20, "0"}, {30, "1.5"}, {70, "1"}, {71, "0"},
+        {0, "VERTEX"}, {8, "WALLS"}, {10, "0"}, {20, "0"}, {30, "1.5"}, {42, "1"},
+        {0, "VERTEX"}, {8, "WALLS"}, {10, "2"}, {20, "0"}, {30, "1.5"}, {40, "0.5"}, {41, "0.25"},
+        {0, "VERTEX"}, {8, "WALLS"}, {10, "2"}, {20, "2"}, {30, "1.5"},
+        {0, "SEQEND"}, {8, "WALLS"},
+        {0, "POLYLINE"}, {8, "0"}, {66, "1"}, {10, "0"}, {20, "0"}, {30, "0"}, {70, "8"},
+        {0, "VERTEX"}, {8, "0"}, {10, "1"}, {20, "2"}, {30, "3"}, {70, "32"},
+        {0, "SEQEND"}, {8, "0"},
+        {0, "POLYLINE"}, {8, "0"}, {66, "1"}, {10, "0"}, {20, "0"}, {30, "0"}, {70, "0"},
+        {0, "VERTEX"}, {8, "0"}, {10, "1"}, {20, "2"}, {30, "0"}, {1, "strange"},
+        {0, "SEQEND"}, {8, "0"},
+    };
+    VxDbDxfReadInfo info;
+    std::unique_ptr<VxDbDatabase> db = fromDxf(entitiesFile(body, {{9, "$ACADVER"}, {1, "AC1009"}}), &info);
+    ASSERT_TRUE(db);
+    const std::vector<VxDbObjectId> ids = modelEntities(*db);
+    ASSERT_EQ(ids.size(), 3u);
+    EXPECT_EQ(info.opaqueEntities, 1u);
+    auto* poly3d = VxDb3dPolyline::cast(detail::objectOf(ids[1]));
+    ASSERT_NE(poly3d, nullptr);
+    EXPECT_EQ(poly3d->controlPoints(), (std::vector<VxGePoint3d>{{1, 2, 3}}));
+    auto* poly = VxDb2dPolyline::cast(detail::objectOf(ids[0]));
+    ASSERT_NE(poly, nullptr);
+    EXPECT_TRUE(poly->isClosed());
+    EXPECT_DOUBLE_EQ(poly->elevation(), 1.5);
+    ASSERT_EQ(poly->vertexCount(), 3);
+    double bulge = 0, start = 0, end = 0;
+    poly->getBulgeAt(0, bulge);
+    poly->getWidthsAt(1, start, end);
+    EXPECT_EQ(bulge, 1.0);
+    EXPECT_EQ(start, 0.5);
+    EXPECT_EQ(end, 0.25);
+    double area = 0;
+    poly->getArea(area);
+    EXPECT_NEAR(area, 2.0 + kPi / 2, 1e-12);
+
+    // Written again: the kept ones as they were, the 2D polyline with its vertices.
+    const std::string again = toDxf(*db);
+    EXPECT_NE(again.find("strange"), std::string::npos);
+    VxDbDxfReadInfo info2;
+    std::unique_ptr<VxDbDatabase> back = fromDxf(again, &info2);
+    ASSERT_TRUE(back);
+    EXPECT_EQ(info2.opaqueEntities, 1u);
+    const std::vector<VxDbObjectId> backIds = modelEntities(*back);
+    ASSERT_EQ(backIds.size(), 3u);
+    auto* read = VxDb2dPolyline::cast(detail::objectOf(backIds[0]));
+    ASSERT_NE(read, nullptr);
+    EXPECT_EQ(read->controlPoints(), poly->controlPoints());
 }

@@ -349,8 +349,9 @@ TEST(DxfRoundTrip, KeptRecordsFollowTheirReferences)
         "0\nSECTION\n2\nENTITIES\n"
         "0\nLINE\n5\n20\n100\nAcDbEntity\n8\nA\n100\nAcDbLine\n10\n0\n20\n0\n30\n0\n11\n1\n21\n1\n31\n0\n"
         "0\nFANCY\n5\n21\n100\nAcDbEntity\n8\nA\n62\n4\n100\nAcDbFancy\n1\n  text with blanks  \n40\n1.50\n340\n20\n"
-        "0\nPOLYLINE\n5\n22\n100\nAcDbEntity\n8\n0\n100\nAcDb2dPolyline\n66\n1\n10\n0\n20\n0\n30\n0\n"
-        "0\nVERTEX\n5\n23\n100\nAcDbEntity\n8\n0\n100\nAcDbVertex\n100\nAcDb2dVertex\n10\n1\n20\n2\n30\n0\n"
+        "0\nPOLYLINE\n5\n22\n100\nAcDbEntity\n8\n0\n100\nAcDbPolygonMesh\n66\n1\n10\n0\n20\n0\n30\n0\n70\n16\n"
+        "0\nVERTEX\n5\n23\n100\nAcDbEntity\n8\n0\n100\nAcDbVertex\n100\nAcDbPolygonMeshVertex\n10\n1\n20\n2\n30\n0\n"
+        "70\n64\n"
         "0\nSEQEND\n5\n24\n100\nAcDbEntity\n8\n0\n"
         "0\nENDSEC\n0\nEOF\n";
     VxDbDxfReadInfo info;

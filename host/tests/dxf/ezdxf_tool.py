@@ -13,7 +13,9 @@ EXPECTED holds one fact per line, fields separated by tabs:
   TABLE  <table> <record name>
   BLOCK  <name> <entity count>
   ENTITY <handle> <type> <layer> <colour> <attr>=<value>;...   (vectors as x,y,z;
-                                      vertices=x,y,start width,end width,bulge,... of an LWPOLYLINE)
+                                      vertices=x,y,start width,end width,bulge,... of an LWPOLYLINE;
+                                      pvertices=x,y,flags,start width,end width,bulge,... of a POLYLINE;
+                                      pfaces=vtx0,vtx1,vtx2,vtx3,... of a polyface mesh's face records)
   XDATA  <handle> <app> <code>=<value>|...
   DICT   <dictionary handle> <key> <entry type>
   XRECORD <handle> <code>=<value>|...
@@ -120,6 +122,20 @@ def check(path, expected_path):
                         wanted = [float(v) for v in value.split(",")] if value else []
                         if len(actual) != len(wanted) or not all(close(a, b) for a, b in zip(actual, wanted)):
                             problems.append(f"{handle}: vertices {actual}, not {wanted}")
+                        continue
+                    if name == "pvertices":  # x,y,flags,start width,end width,bulge of each VERTEX
+                        actual = [float(v) for x in e.vertices for v in (
+                            x.dxf.location.x, x.dxf.location.y, x.dxf.flags, x.dxf.start_width, x.dxf.end_width,
+                            x.dxf.bulge)]
+                        wanted = [float(v) for v in value.split(",")] if value else []
+                        if len(actual) != len(wanted) or not all(close(a, b) for a, b in zip(actual, wanted)):
+                            problems.append(f"{handle}: vertices {actual}, not {wanted}")
+                        continue
+                    if name == "pfaces":  # the four vertex numbers of each face record
+                        actual = [x.dxf.get(f"vtx{i}", 0) for x in e.vertices if x.dxf.flags == 128 for i in range(4)]
+                        wanted = [int(v) for v in value.split(",")] if value else []
+                        if actual != wanted:
+                            problems.append(f"{handle}: faces {actual}, not {wanted}")
                         continue
                     actual = getattr(e.dxf, name, None)  # the format's default when not written
                     if actual is None or not same(actual, parse_value(value)):
