@@ -525,6 +525,16 @@ HRESULT setMeshCoordinates(VxAxObjectRef& ref, VARIANT coordinates)
                                    [&](PolygonMesh& mesh) { check(mesh.setControlPoints(points)); });
 }
 
+// A row of N points makes the grid one row longer; anything else is the host's invalid input.
+HRESULT appendMeshRow(VxAxObjectRef& ref, VARIANT row)
+{
+    std::vector<kx::VxGePoint3d> points;
+    if (HRESULT hr = guarded(__uuidof(IVeltPolygonMesh), [&] { points = finitePoints(row); return S_OK; }); FAILED(hr))
+        return hr;
+    return changeMesh<PolygonMesh>(ref, __uuidof(IVeltPolygonMesh),
+                                   [&](PolygonMesh& mesh) { check(mesh.appendRow(points)); });
+}
+
 HRESULT meshCoordinate(VxAxObjectRef& ref, int index, VARIANT* point)
 {
     if (!point) return E_POINTER;

@@ -437,6 +437,17 @@ TEST_F(Polylines, PolygonMeshesHoldTheirGrid)
     EXPECT_EQ(made, nullptr);
     ASSERT_EQ(space->get_Count(&after), S_OK);
     EXPECT_EQ(after, count);
+
+    // A row of N points makes the grid a row longer; one point alone changes nothing.
+    Value one = doubles({0, 3, 0}), row = doubles({0, 3, 0, 1, 3, 2});
+    EXPECT_TRUE(FAILED(invoke(d, L"AppendVertex", DISPATCH_METHOD, {one.get()})));
+    EXPECT_EQ(get(d, L"Coordinates"), points);
+    ASSERT_EQ(invoke(d, L"AppendVertex", DISPATCH_METHOD, {row.get()}), S_OK);
+    ASSERT_EQ(mesh->get_MVertexCount(&m), S_OK);
+    EXPECT_EQ(m, 4);
+    std::vector<double> longer = points;
+    longer.insert(longer.end(), {0, 3, 0, 1, 3, 2});
+    EXPECT_EQ(get(d, L"Coordinates"), longer);
 }
 
 // Faces by vertex number; a malformed face list adds nothing.
