@@ -466,31 +466,40 @@ Velt::ErrorStatus VxDbBlockReference::transformBy(const VxGeMatrix3d& xform)
 
 namespace {
 
-// The blocks whose references are being measured, outermost first. A file
+// The blocks whose references are being measured. A file
 // may nest references thousands deep or let a block insert itself: the
 // nesting is followed 64 deep, and a block already on the way not again.
 constexpr size_t kMaxReferenceNesting = 64;
-thread_local std::vector<const VxDbBlockTableRecord*> tMeasuring;
+class MeasuringBlock;
+// The innermost block being measured on this thread; the others are linked from it. A plain
+// pointer: a thread-local with a destructor may run after its storage is gone on MinGW.
+thread_local const MeasuringBlock* tMeasuring = nullptr;
 
 class MeasuringBlock {
 public:
-    explicit MeasuringBlock(const VxDbBlockTableRecord* block)
+    explicit MeasuringBlock(const VxDbBlockTableRecord* block) : mBlock(block), mOuter(tMeasuring)
     {
-        mEntered = tMeasuring.size() < kMaxReferenceNesting &&
-                   std::find(tMeasuring.begin(), tMeasuring.end(), block) == tMeasuring.end();
+        size_t depth = 0;
+        for (const MeasuringBlock* m = mOuter; m; m = m->mOuter, ++depth) {
+            if (m->mBlock == block)
+                return;
+        }
+        mEntered = depth < kMaxReferenceNesting;
         if (mEntered)
-            tMeasuring.push_back(block);
+            tMeasuring = this;
     }
     ~MeasuringBlock()
     {
         if (mEntered)
-            tMeasuring.pop_back();
+            tMeasuring = mOuter;
     }
     MeasuringBlock(const MeasuringBlock&) = delete;
     MeasuringBlock& operator=(const MeasuringBlock&) = delete;
     bool entered() const { return mEntered; }
 
 private:
+    const VxDbBlockTableRecord* mBlock;
+    const MeasuringBlock* mOuter;
     bool mEntered = false;
 };
 

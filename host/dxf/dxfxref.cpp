@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -58,9 +59,27 @@ void setSide(VxDbObjectId block, std::unique_ptr<VxDbDatabase> side)
     // old is deleted here, after the registry is consistent again.
 }
 
-// Drawings being loaded on this thread, for cycles and nesting.
-thread_local std::vector<std::wstring> tLoading;
+// The drawing being loaded on this thread, for cycles and nesting; the outer ones are linked
+// from it. A plain pointer: a thread-local with a destructor may run after its storage is
+// gone on MinGW.
+struct LoadingDrawing {
+    std::wstring path;
+    const LoadingDrawing* outer;
+};
+thread_local const LoadingDrawing* tLoading = nullptr;
 constexpr size_t kMaxNesting = 8;
+
+// A drawing on this thread's loading list for the scope's life.
+class LoadingScope {
+public:
+    explicit LoadingScope(std::wstring path) : mFrame{std::move(path), tLoading} { tLoading = &mFrame; }
+    ~LoadingScope() { tLoading = mFrame.outer; }
+    LoadingScope(const LoadingScope&) = delete;
+    LoadingScope& operator=(const LoadingScope&) = delete;
+
+private:
+    LoadingDrawing mFrame;
+};
 
 VxDbDatabase* targetDatabase(VxDbDatabase* database)
 {
@@ -162,16 +181,19 @@ Velt::ErrorStatus vxdbReadSideDatabase(const wchar_t* fileName, std::unique_ptr<
     if (vxdbHostApplicationServices()->findFile(found, normalized.c_str(), lookupFrom) != Velt::eOk &&
         vxdbHostApplicationServices()->findFile(found, fileName, lookupFrom) != Velt::eOk)
         return Velt::eFileNotFound;
-    for (const std::wstring& loading : tLoading) {
-        if (vxEqualNoCase(loading, found))
+    size_t depth = 0;
+    for (const LoadingDrawing* loading = tLoading; loading; loading = loading->outer, ++depth) {
+        if (vxEqualNoCase(loading->path, found))
             return Velt::eSelfReference;
     }
-    if (tLoading.size() >= kMaxNesting)
+    if (depth >= kMaxNesting)
         return Velt::eOutOfRange;
     auto db = std::make_unique<VxDbDatabase>(false, true);
-    tLoading.push_back(found);
-    const Velt::ErrorStatus es = vxdbReadDwgFile(db.get(), found.c_str());
-    tLoading.pop_back();
+    Velt::ErrorStatus es;
+    {
+        const LoadingScope loading(found);
+        es = vxdbReadDwgFile(db.get(), found.c_str());
+    }
     if (es != Velt::eOk)
         return es;
     side = std::move(db);
@@ -342,10 +364,11 @@ void vxdbResolveXrefs(VxDbDatabase* database)
         return;
     // The drawing itself counts as being loaded, so that a reference back
     // to it is cut.
-    const bool nested = !tLoading.empty();
+    const bool nested = tLoading != nullptr;
     const bool top = !nested && !database->filename().empty();
+    std::optional<LoadingScope> loading;
     if (top)
-        tLoading.push_back(database->filename());
+        loading.emplace(database->filename());
     const std::vector<VxDbObjectId> ids = blocks->recordIds();
     for (VxDbObjectId id : ids) {
         auto* block = VxDbBlockTableRecord::cast(detail::objectOf(id));
@@ -358,8 +381,6 @@ void vxdbResolveXrefs(VxDbDatabase* database)
         if (vxdbReadSideDatabase(block->pathName().c_str(), side, database) == Velt::eOk)
             setSide(id, std::move(side));
     }
-    if (top)
-        tLoading.pop_back();
 }
 
 }  // namespace kx
