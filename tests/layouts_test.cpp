@@ -18,6 +18,7 @@
 #include "frame/com.h"
 #include "objects/layouts.h"
 
+using drawing::invoke;
 using drawing::Value;
 using nk::ComPtr;
 
@@ -25,40 +26,13 @@ namespace {
 
 HRESULT statusCode(kx::Velt::ErrorStatus status) { return RaiseVrxException(IID_NULL, 0, status); }
 
-HRESULT call(IDispatch* object, const wchar_t* name, WORD flags, std::vector<VARIANT*> args = {},
-             Value* result = nullptr)
-{
-    DISPID id = 0;
-    LPOLESTR text = const_cast<LPOLESTR>(name);
-    HRESULT hr = object->GetIDsOfNames(IID_NULL, &text, 1, LOCALE_USER_DEFAULT, &id);
-    if (FAILED(hr)) return hr;
-    std::vector<VARIANTARG> reversed;
-    for (auto it = args.rbegin(); it != args.rend(); ++it) reversed.push_back(**it);
-    DISPID named = DISPID_PROPERTYPUT;
-    DISPPARAMS params = {reversed.data(), nullptr, UINT(reversed.size()), 0};
-    if (flags == DISPATCH_PROPERTYPUT) {
-        params.rgdispidNamedArgs = &named;
-        params.cNamedArgs = 1;
-    }
-    Value ignored;
-    EXCEPINFO excep = {};
-    hr = object->Invoke(id, IID_NULL, LOCALE_USER_DEFAULT, flags, &params, result ? result->get() : ignored.get(),
-                        &excep, nullptr);
-    if (hr == DISP_E_EXCEPTION) {
-        hr = excep.scode;
-        SysFreeString(excep.bstrSource);
-        SysFreeString(excep.bstrDescription);
-        SysFreeString(excep.bstrHelpFile);
-    }
-    return hr;
-}
 HRESULT get(IDispatch* object, const wchar_t* name, Value& out, std::vector<VARIANT*> args = {})
 {
-    return call(object, name, DISPATCH_PROPERTYGET | DISPATCH_METHOD, std::move(args), &out);
+    return invoke(object, name, DISPATCH_PROPERTYGET | DISPATCH_METHOD, std::move(args), &out);
 }
 HRESULT put(IDispatch* object, const wchar_t* name, Value value)
 {
-    return call(object, name, DISPATCH_PROPERTYPUT, {value.get()});
+    return invoke(object, name, DISPATCH_PROPERTYPUT, {value.get()});
 }
 ComPtr<IDispatch> object(IDispatch* from, const wchar_t* name, std::vector<VARIANT*> args = {})
 {
@@ -230,7 +204,7 @@ TEST_F(Sheets, LayoutsRenameReorderAndKeepTheModel)
     ASSERT_TRUE(model);
     EXPECT_EQ(real(model.get(), L"ModelType"), -1);
     const double count = real(layouts.get(), L"Count");
-    EXPECT_EQ(call(model.get(), L"Delete", DISPATCH_METHOD), E_FAIL);
+    EXPECT_EQ(invoke(model.get(), L"Delete", DISPATCH_METHOD), E_FAIL);
     EXPECT_EQ(real(layouts.get(), L"Count"), count);
 
     // The others move first; a layout that then will not open for write answers E_POINTER.
@@ -248,7 +222,7 @@ TEST_F(Sheets, LayoutsRenameReorderAndKeepTheModel)
     ComPtr<IDispatch> block = object(second.get(), L"Block");
     ASSERT_TRUE(block);
     EXPECT_EQ(real(block.get(), L"IsLayout"), -1);
-    ASSERT_EQ(call(second.get(), L"Delete", DISPATCH_METHOD), S_OK);
+    ASSERT_EQ(invoke(second.get(), L"Delete", DISPATCH_METHOD), S_OK);
     EXPECT_EQ(real(layouts.get(), L"Count"), count - 1);
 }
 
@@ -293,10 +267,10 @@ TEST_F(Sheets, ViewportsKeepTheirScaleAndReachTheFile)
     EXPECT_NEAR(real(main.get(), L"CustomScale"), 0.02, 1e-15);
 
     Value both = names({L"Walls", L"Doors"}), nobody = names({L"Doors", L"Nobody"});
-    EXPECT_EQ(call(detail.get(), L"FreezeLayers", DISPATCH_METHOD, {nobody.get()}), E_INVALIDARG);
-    ASSERT_EQ(call(detail.get(), L"FreezeLayers", DISPATCH_METHOD, {both.get()}), S_OK);
+    EXPECT_EQ(invoke(detail.get(), L"FreezeLayers", DISPATCH_METHOD, {nobody.get()}), E_INVALIDARG);
+    ASSERT_EQ(invoke(detail.get(), L"FreezeLayers", DISPATCH_METHOD, {both.get()}), S_OK);
     Value walls1 = drawing::text(L"Walls");
-    ASSERT_EQ(call(detail.get(), L"ThawLayers", DISPATCH_METHOD, {walls1.get()}), S_OK);
+    ASSERT_EQ(invoke(detail.get(), L"ThawLayers", DISPATCH_METHOD, {walls1.get()}), S_OK);
     Value frozen;
     ASSERT_EQ(get(detail.get(), L"FrozenLayers", frozen), S_OK);
     ASSERT_EQ(frozen.type(), VT_ARRAY | VT_BSTR);
