@@ -17,6 +17,10 @@
 #include "frame/class_table.h"
 #include "frame/com.h"
 
+using drawing::get;
+using drawing::object;
+using drawing::put;
+using drawing::text;
 using drawing::Value;
 using drawing::invoke;
 using drawing::flag;
@@ -29,33 +33,12 @@ HRESULT statusCode(kx::Velt::ErrorStatus status) { return RaiseVrxException(IID_
 
 // A member called by name; an error raised inside comes back as its code.
 
-HRESULT get(IDispatch* object, const wchar_t* name, Value& out, std::vector<VARIANT*> args = {})
-{
-    return invoke(object, name, DISPATCH_PROPERTYGET | DISPATCH_METHOD, std::move(args), &out);
-}
-HRESULT put(IDispatch* object, const wchar_t* name, Value value)
-{
-    return invoke(object, name, DISPATCH_PROPERTYPUT, {value.get()});
-}
-ComPtr<IDispatch> object(IDispatch* from, const wchar_t* name, std::vector<VARIANT*> args = {})
-{
-    Value v;
-    EXPECT_EQ(get(from, name, v, std::move(args)), S_OK) << "reading an object";
-    if (v.type() != VT_DISPATCH || !V_DISPATCH(v.get())) return {};
-    return ComPtr<IDispatch>(V_DISPATCH(v.get()));
-}
 LONG number(IDispatch* from, const wchar_t* name)
 {
     Value v;
     EXPECT_EQ(get(from, name, v), S_OK);
     nk::Variant n;
     return SUCCEEDED(VariantChangeType(n.get(), v.get(), 0, VT_I4)) ? V_I4(n.get()) : -1;
-}
-std::wstring text(IDispatch* from, const wchar_t* name)
-{
-    Value v;
-    EXPECT_EQ(get(from, name, v), S_OK);
-    return v.type() == VT_BSTR && V_BSTR(v.get()) ? V_BSTR(v.get()) : L"";
 }
 Value dispatch(IDispatch* d)
 {

@@ -136,6 +136,29 @@ inline HRESULT invoke(IDispatch* object, const wchar_t* name, WORD flags, std::v
     return hr;
 }
 
+// A property or method by name, a put, an object and a text read by name.
+inline HRESULT get(IDispatch* object, const wchar_t* name, Value& out, std::vector<VARIANT*> args = {})
+{
+    return invoke(object, name, DISPATCH_PROPERTYGET | DISPATCH_METHOD, std::move(args), &out);
+}
+inline HRESULT put(IDispatch* object, const wchar_t* name, Value value)
+{
+    return invoke(object, name, DISPATCH_PROPERTYPUT, {value.get()});
+}
+inline nk::ComPtr<IDispatch> object(IDispatch* from, const wchar_t* name, std::vector<VARIANT*> args = {})
+{
+    Value v;
+    EXPECT_EQ(get(from, name, v, std::move(args)), S_OK) << "reading an object";
+    if (v.type() != VT_DISPATCH || !V_DISPATCH(v.get())) return {};
+    return nk::ComPtr<IDispatch>(V_DISPATCH(v.get()));
+}
+inline std::wstring text(IDispatch* from, const wchar_t* name)
+{
+    Value v;
+    EXPECT_EQ(get(from, name, v), S_OK);
+    return v.type() == VT_BSTR && V_BSTR(v.get()) ? V_BSTR(v.get()) : L"";
+}
+
 // The point a member returned; (-1, -1, -1) when it is not an array of three doubles.
 inline kx::VxGePoint3d coordinates(VARIANT& v)
 {

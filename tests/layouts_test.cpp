@@ -19,6 +19,10 @@
 #include "objects/layouts.h"
 
 using drawing::invoke;
+using drawing::get;
+using drawing::object;
+using drawing::put;
+using drawing::text;
 using drawing::Value;
 using nk::ComPtr;
 
@@ -26,33 +30,12 @@ namespace {
 
 HRESULT statusCode(kx::Velt::ErrorStatus status) { return RaiseVrxException(IID_NULL, 0, status); }
 
-HRESULT get(IDispatch* object, const wchar_t* name, Value& out, std::vector<VARIANT*> args = {})
-{
-    return invoke(object, name, DISPATCH_PROPERTYGET | DISPATCH_METHOD, std::move(args), &out);
-}
-HRESULT put(IDispatch* object, const wchar_t* name, Value value)
-{
-    return invoke(object, name, DISPATCH_PROPERTYPUT, {value.get()});
-}
-ComPtr<IDispatch> object(IDispatch* from, const wchar_t* name, std::vector<VARIANT*> args = {})
-{
-    Value v;
-    EXPECT_EQ(get(from, name, v, std::move(args)), S_OK) << "reading an object";
-    if (v.type() != VT_DISPATCH || !V_DISPATCH(v.get())) return {};
-    return ComPtr<IDispatch>(V_DISPATCH(v.get()));
-}
 double real(IDispatch* from, const wchar_t* name)
 {
     Value v;
     EXPECT_EQ(get(from, name, v), S_OK);
     nk::Variant n;
     return SUCCEEDED(VariantChangeType(n.get(), v.get(), 0, VT_R8)) ? V_R8(n.get()) : -1;
-}
-std::wstring text(IDispatch* from, const wchar_t* name)
-{
-    Value v;
-    EXPECT_EQ(get(from, name, v), S_OK);
-    return v.type() == VT_BSTR && V_BSTR(v.get()) ? V_BSTR(v.get()) : L"";
 }
 Value number(double d)
 {
