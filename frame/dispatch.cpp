@@ -1,6 +1,7 @@
 #include "frame/dispatch.h"
 
 #include <cwctype>
+#include <vector>
 
 #include "frame/com.h"
 
@@ -122,6 +123,110 @@ bool invokeOnValue(IDispatch* self, ITypeInfo* info, DISPID id, LCID lcid, WORD 
     hr = object ? object->Invoke(DISPID_VALUE, IID_NULL, lcid, flags, params, result, excep, argErr)
                 : DISP_E_BADPARAMCOUNT;
     return true;
+}
+
+namespace {
+
+// The description of the member a call names, found as the type information finds it: the
+// interface's own members first, then its bases'.
+struct MemberDescription {
+    ComPtr<ITypeInfo> info;
+    FUNCDESC* desc = nullptr;
+    MemberDescription() = default;
+    MemberDescription(const MemberDescription&) = delete;
+    MemberDescription& operator=(const MemberDescription&) = delete;
+    ~MemberDescription()
+    {
+        if (desc) info->ReleaseFuncDesc(desc);
+    }
+};
+
+bool describe(ITypeInfo* info, DISPID id, WORD flags, MemberDescription& out)
+{
+    TYPEATTR* attr = nullptr;
+    if (!info || FAILED(info->GetTypeAttr(&attr))) return false;
+    const WORD funcs = attr->cFuncs, bases = attr->cImplTypes;
+    info->ReleaseTypeAttr(attr);
+    for (UINT i = 0; i < funcs; ++i) {
+        FUNCDESC* fd = nullptr;
+        if (FAILED(info->GetFuncDesc(i, &fd))) continue;
+        if (fd->memid == id && (fd->invkind & flags)) {
+            out.info = ComPtr<ITypeInfo>(info);
+            out.desc = fd;
+            return true;
+        }
+        info->ReleaseFuncDesc(fd);
+    }
+    for (UINT b = 0; b < bases; ++b) {
+        HREFTYPE ref = 0;
+        ComPtr<ITypeInfo> base;
+        if (SUCCEEDED(info->GetRefTypeOfImplType(b, &ref)) && SUCCEEDED(info->GetRefTypeInfo(ref, base.put())) &&
+            describe(base.get(), id, flags, out))
+            return true;
+    }
+    return false;
+}
+
+bool isObject(const VARIANT& v) { return V_VT(&v) == VT_DISPATCH || V_VT(&v) == VT_UNKNOWN; }
+
+// The interface a parameter takes, when it takes one named in the type library.
+bool interfaceOf(ITypeInfo* info, const TYPEDESC& type, IID& iid)
+{
+    if (type.vt != VT_PTR || !type.lptdesc || type.lptdesc->vt != VT_USERDEFINED) return false;
+    ComPtr<ITypeInfo> target;
+    TYPEATTR* attr = nullptr;
+    if (FAILED(info->GetRefTypeInfo(type.lptdesc->hreftype, target.put())) || FAILED(target->GetTypeAttr(&attr)))
+        return false;
+    const bool itf = attr->typekind == TKIND_INTERFACE || attr->typekind == TKIND_DISPATCH;
+    iid = attr->guid;
+    target->ReleaseTypeAttr(attr);
+    return itf;
+}
+
+}  // namespace
+
+bool refuseUnfitObjects(ITypeInfo* info, DISPID id, WORD flags, const DISPPARAMS* params, UINT* /*argErr*/,
+                        HRESULT& hr)
+{
+    if (!gOwnDispatch || !params || !params->cArgs || !params->rgvarg) return false;
+    bool anyObject = false;
+    for (UINT i = 0; i < params->cArgs; ++i) anyObject = anyObject || isObject(params->rgvarg[i]);
+    if (!anyObject) return false;
+    const bool put = flags & (DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF);
+    if (params->cNamedArgs > 1 || (params->cNamedArgs == 1 && (!put || !params->rgdispidNamedArgs ||
+                                                              params->rgdispidNamedArgs[0] != DISPID_PROPERTYPUT)))
+        return false;
+    MemberDescription member;
+    if (!describe(info, id, flags, member)) return false;
+    std::vector<const ELEMDESC*> ins;
+    for (SHORT p = 0; p < member.desc->cParams; ++p) {
+        const ELEMDESC& e = member.desc->lprgelemdescParam[p];
+        if (e.paramdesc.wParamFlags & (PARAMFLAG_FRETVAL | PARAMFLAG_FLCID)) continue;
+        if (e.paramdesc.wParamFlags & PARAMFLAG_FOUT) return false;
+        ins.push_back(&e);
+    }
+    if (ins.size() != params->cArgs) return false;
+    // In the order the type information converts them; at the first argument whose fate is
+    // not certain the call is left to it.
+    for (size_t k = 0; k < ins.size(); ++k) {
+        const UINT at = params->cArgs - 1 - UINT(k);
+        const VARIANT& arg = params->rgvarg[at];
+        const TYPEDESC& type = ins[k]->tdesc;
+        IID iid{};
+        if (type.vt == VT_VARIANT) {
+            if (V_VT(&arg) & VT_BYREF) return false;
+        } else if (interfaceOf(member.info.get(), type, iid)) {
+            if (!isObject(arg) || !V_UNKNOWN(&arg)) return false;
+            ComPtr<IUnknown> fits;
+            if (FAILED(V_UNKNOWN(&arg)->QueryInterface(iid, fits.putVoid())) || !fits) {
+                hr = E_NOINTERFACE;  // what that path answers, naming no argument
+                return true;
+            }
+        } else if (type.vt >= VT_PTR || V_VT(&arg) != type.vt) {
+            return false;
+        }
+    }
+    return false;
 }
 
 }  // namespace nk::dispatch

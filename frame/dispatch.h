@@ -135,6 +135,12 @@ inline bool readVariant(const VARIANT& arg, VARIANT& out)
     out = arg;
     return true;
 }
+// An [out] argument passed by reference with exactly the member's type, else null.
+template <class T>
+T* readReference(const VARIANT& arg, VARTYPE vt)
+{
+    return V_VT(&arg) == (VT_BYREF | vt) ? static_cast<T*>(V_BYREF(&arg)) : nullptr;
+}
 
 // Results: handed to the caller, or released when the caller wants none. A member that
 // failed still hands out what it left in its result (null, zero, empty), as the type
@@ -222,6 +228,13 @@ bool tryInvoke(Itf* object, DISPID id, WORD flags, DISPPARAMS* params, VARIANT* 
 // value is no object. False when the call is not such a one.
 bool invokeOnValue(IDispatch* self, ITypeInfo* info, DISPID id, LCID lcid, WORD flags, DISPPARAMS* params,
                    VARIANT* result, EXCEPINFO* excep, UINT* argErr, HRESULT& hr);
+
+// The type information's path converts the arguments in turn and keeps what it converted
+// when a later one fails: an object in a VARIANT would never be released. A call whose
+// object argument does not answer the interface it must is refused here first, as that path
+// refuses it (E_NOINTERFACE). False when the call is not such a one.
+bool refuseUnfitObjects(ITypeInfo* info, DISPID id, WORD flags, const DISPPARAMS* params, UINT* argErr,
+                        HRESULT& hr);
 
 // DISPID of a member name of Itf or its bases (case-insensitive), DISPID_UNKNOWN when none.
 template <class Itf>

@@ -76,6 +76,7 @@ public:
         if (!info) return TYPE_E_ELEMENTNOTFOUND;
         if (dispatch::invokeOnValue(static_cast<Itf*>(this), info, id, lcid, flags, params, result, excep, argErr, hr))
             return hr;
+        if (dispatch::refuseUnfitObjects(info, id, flags, params, argErr, hr)) return hr;
         return DispInvoke(static_cast<Itf*>(this), info, id, flags, params, result, excep, argErr);
     }
 };

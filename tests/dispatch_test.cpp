@@ -134,7 +134,7 @@ void membersOf(ITypeInfo* info, std::vector<Member>& out)
     info->ReleaseTypeAttr(attr);
 }
 
-enum class Args { Good, Texts, Shorts, Empty, NotANumber, OneFewer, OneMore, ByReference };
+enum class Args { Good, Texts, Shorts, Empty, NotANumber, OneFewer, OneMore, ByReference, Objects };
 
 Value goodValue(VARTYPE vt)
 {
@@ -151,10 +151,15 @@ Value goodValue(VARTYPE vt)
     return v;
 }
 
-Value argument(VARTYPE vt, Args how)
+Value argument(VARTYPE vt, Args how, IDispatch* self)
 {
     Value v;
     switch (how) {
+    case Args::Objects:  // the object itself, where it fits and where it does not
+        V_VT(v.get()) = VT_DISPATCH;
+        V_DISPATCH(v.get()) = self;
+        self->AddRef();
+        return v;
     case Args::Texts: return drawing::text(L"x");
     case Args::Shorts: V_VT(v.get()) = VT_I2; V_I2(v.get()) = 2; return v;
     case Args::Empty: return v;
@@ -196,7 +201,7 @@ Answer call(IDispatch* object, const Member& m, Args how, bool own)
     std::vector<Value> values;
     size_t count = m.params.size();
     if (how == Args::OneFewer && count) --count;
-    for (size_t i = 0; i < count; ++i) values.push_back(argument(m.params[i], how));
+    for (size_t i = 0; i < count; ++i) values.push_back(argument(m.params[i], how, object));
     if (how == Args::OneMore) values.push_back(goodValue(VT_I4));
     // Arguments go last to first; by reference they point at the values.
     std::vector<VARIANT> args(values.size());
@@ -266,7 +271,7 @@ TEST(DispatchPaths, EveryMemberAnswersAsTheTypeInformationDoes)
         for (const Member& m : list) {
             ++members;
             for (Args how : {Args::Good, Args::Texts, Args::Shorts, Args::Empty, Args::NotANumber, Args::OneFewer,
-                             Args::OneMore, Args::ByReference}) {
+                             Args::OneMore, Args::ByReference, Args::Objects}) {
                 // An extra argument to a get goes to the default member of what the get returns,
                 // which the type information reads without looking at whether there is one.
                 if (how == Args::OneMore && m.kind == INVOKE_PROPERTYGET) continue;

@@ -4,7 +4,8 @@ the vtable member with its arguments converted, and a table of member names.
 
 Reads widl's C++ header (the members' C types), the flattened IDL (DISPIDs, property kinds,
 [in]/[out]/[retval]/[optional]) and the pending list (members still answering E_NOTIMPL get no
-entry: the type information answers them). A member gets an entry when each of its arguments
+entry unless they take an object, a VARIANT or an [out] value: the type information answers
+the others, but on that path a failing member keeps what its arguments held). A member gets an entry when each of its arguments
 is a plain in-value (numbers, enumerations, booleans, strings, VARIANTs, objects of an interface)
 and it returns at most
 one [retval]; the call converts only exact kinds of argument and says "not mine" for anything
@@ -102,9 +103,10 @@ def main():
                 continue
             name_entries.setdefault(name.lower(), (name, dispid))
             total += 1
-            if f'{itf}.{method}' in pending or len(attrs) != len(params):
+            if len(attrs) != len(params):
                 continue
             ins, result, ok = [], None, True
+            pending_member = f'{itf}.{method}' in pending
             for (ctype, pname), a in zip(params, attrs):
                 flags = {f.strip().split('(')[0] for f in a.split(',')}
                 rtype, named = resolve(ctype, aliases, enums, dispatchable)
@@ -115,17 +117,28 @@ def main():
                     result = (base_type, ctype)
                 elif 'out' not in flags and rtype == 'IDispatch*' and named:
                     ins.append(('object', named, pname))  # an object that answers the interface
+                elif 'out' in flags and pending_member and rtype[:-1] in RESULTS and RESULTS[rtype[:-1]][0] != 'VT_UNKNOWN':
+                    ins.append(('out', ctype, pname))  # by reference, exactly; the stub writes nothing
                 elif 'out' in flags or rtype not in IN_READERS:
                     ok = False
                 else:
                     ins.append((rtype, ctype, pname))
-            if not ok:
+            # A pending member is left to the type information, except when it takes an object:
+            # that path keeps a reference to the object when the member fails.
+            if not ok or (pending_member and not any(r in ('object', 'out', 'VARIANT') for r, _, _ in ins)):
                 continue
             covered += 1
             fn = f'call_{itf}_{method}'
             body = [f'bool {fn}(void* self, DISPPARAMS* params, VARIANT* result, HRESULT& hr)', '{']
             body.append(f'    if (params->cArgs != {len(ins)}) return false;')
             for i, (rtype, ctype, pname) in enumerate(ins):
+                if rtype == 'out':
+                    inner = ctype[:-1].strip()
+                    vt = RESULTS.get(resolve(ctype, aliases, enums, dispatchable)[0][:-1], ('VT_VARIANT',))[0]
+                    vt = 'VT_VARIANT' if vt is None else vt
+                    body.append(f'    {inner}* a{i} = readReference<{inner}>(params->rgvarg[{len(ins) - 1 - i}], {vt});')
+                    body.append(f'    if (!a{i}) return false;')
+                    continue
                 if rtype == 'object':
                     body.append(f'    ComPtr<{ctype}> a{i};')
                     body.append(f'    if (!readObject(params->rgvarg[{len(ins) - 1 - i}], __uuidof({ctype}), '
@@ -134,7 +147,7 @@ def main():
                 store = 'VARIANT' if rtype == 'VARIANT' else rtype
                 body.append(f'    {store} a{i};')
                 body.append(f'    if (!{IN_READERS[rtype]}(params->rgvarg[{len(ins) - 1 - i}], a{i})) return false;')
-            call_args = [f'a{i}.get()' if rtype == 'object' else
+            call_args = [f'a{i}.get()' if rtype == 'object' else f'a{i}' if rtype == 'out' else
                          f'static_cast<{ctype}>(a{i})' if ctype != rtype and rtype not in ('VARIANT',) else f'a{i}'
                          for i, (rtype, ctype, _) in enumerate(ins)]
             if result:
