@@ -169,64 +169,85 @@ bool describe(ITypeInfo* info, DISPID id, WORD flags, MemberDescription& out)
 
 bool isObject(const VARIANT& v) { return V_VT(&v) == VT_DISPATCH || V_VT(&v) == VT_UNKNOWN; }
 
-// The interface a parameter takes, when it takes one named in the type library.
-bool interfaceOf(ITypeInfo* info, const TYPEDESC& type, IID& iid)
+
+// What a parameter takes, as the type information converts to it: a plain type (enumerations
+// as VT_I4, aliases followed), an interface named in the type library, or neither (VT_EMPTY).
+VARTYPE targetOf(ITypeInfo* info, const TYPEDESC& type, IID& iid)
 {
-    if (type.vt != VT_PTR || !type.lptdesc || type.lptdesc->vt != VT_USERDEFINED) return false;
+    if (type.vt < VT_PTR) return type.vt;
+    const TYPEDESC* named = type.vt == VT_USERDEFINED ? &type
+                            : type.vt == VT_PTR && type.lptdesc && type.lptdesc->vt == VT_USERDEFINED ? type.lptdesc
+                                                                                                        : nullptr;
+    if (!named) return VT_EMPTY;
     ComPtr<ITypeInfo> target;
     TYPEATTR* attr = nullptr;
-    if (FAILED(info->GetRefTypeInfo(type.lptdesc->hreftype, target.put())) || FAILED(target->GetTypeAttr(&attr)))
-        return false;
-    const bool itf = attr->typekind == TKIND_INTERFACE || attr->typekind == TKIND_DISPATCH;
-    iid = attr->guid;
+    if (FAILED(info->GetRefTypeInfo(named->hreftype, target.put())) || FAILED(target->GetTypeAttr(&attr)))
+        return VT_EMPTY;
+    VARTYPE vt = VT_EMPTY;
+    if (named == &type && attr->typekind == TKIND_ENUM) vt = VT_I4;
+    if (named == &type && attr->typekind == TKIND_ALIAS && attr->tdescAlias.vt < VT_PTR) vt = attr->tdescAlias.vt;
+    if (named != &type && (attr->typekind == TKIND_INTERFACE || attr->typekind == TKIND_DISPATCH)) {
+        iid = attr->guid;
+        vt = VT_UNKNOWN;
+    }
     target->ReleaseTypeAttr(attr);
-    return itf;
+    return vt;
 }
 
 }  // namespace
 
-bool refuseUnfitObjects(ITypeInfo* info, DISPID id, WORD flags, const DISPPARAMS* params, UINT* /*argErr*/,
-                        HRESULT& hr)
+Conversion convertArguments(ITypeInfo* info, DISPID id, WORD flags, const DISPPARAMS* params,
+                            ConvertedArguments& out, HRESULT& hr)
 {
-    if (!gOwnDispatch || !params || !params->cArgs || !params->rgvarg) return false;
-    bool anyObject = false;
-    for (UINT i = 0; i < params->cArgs; ++i) anyObject = anyObject || isObject(params->rgvarg[i]);
-    if (!anyObject) return false;
+    if (!gOwnDispatch || !params || !params->cArgs || !params->rgvarg) return Conversion::NotMine;
     const bool put = flags & (DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF);
     if (params->cNamedArgs > 1 || (params->cNamedArgs == 1 && (!put || !params->rgdispidNamedArgs ||
                                                               params->rgdispidNamedArgs[0] != DISPID_PROPERTYPUT)))
-        return false;
+        return Conversion::NotMine;
     MemberDescription member;
-    if (!describe(info, id, flags, member)) return false;
+    if (!describe(info, id, flags, member)) return Conversion::NotMine;
     std::vector<const ELEMDESC*> ins;
     for (SHORT p = 0; p < member.desc->cParams; ++p) {
         const ELEMDESC& e = member.desc->lprgelemdescParam[p];
         if (e.paramdesc.wParamFlags & (PARAMFLAG_FRETVAL | PARAMFLAG_FLCID)) continue;
-        if (e.paramdesc.wParamFlags & PARAMFLAG_FOUT) return false;
+        if (e.paramdesc.wParamFlags & PARAMFLAG_FOUT) return Conversion::NotMine;
         ins.push_back(&e);
     }
-    if (ins.size() != params->cArgs) return false;
+    if (ins.size() != params->cArgs) return Conversion::NotMine;
+    out.values = std::vector<Variant>(ins.size());
+    size_t converted = 0;
+    out.args.assign(params->rgvarg, params->rgvarg + params->cArgs);
     // In the order the type information converts them; at the first argument whose fate is
     // not certain the call is left to it.
     for (size_t k = 0; k < ins.size(); ++k) {
         const UINT at = params->cArgs - 1 - UINT(k);
         const VARIANT& arg = params->rgvarg[at];
-        const TYPEDESC& type = ins[k]->tdesc;
+        if (V_VT(&arg) & VT_BYREF) return Conversion::NotMine;
         IID iid{};
-        if (type.vt == VT_VARIANT) {
-            if (V_VT(&arg) & VT_BYREF) return false;
-        } else if (interfaceOf(member.info.get(), type, iid)) {
-            if (!isObject(arg) || !V_UNKNOWN(&arg)) return false;
+        const VARTYPE target = targetOf(member.info.get(), ins[k]->tdesc, iid);
+        if (target == VT_VARIANT) continue;  // taken as it is, a missing one's VT_ERROR too
+        if (V_VT(&arg) == VT_ERROR) return Conversion::NotMine;
+        if (target == VT_UNKNOWN && iid != IID_NULL) {
+            if (!isObject(arg) || !V_UNKNOWN(&arg)) return Conversion::NotMine;
             ComPtr<IUnknown> fits;
             if (FAILED(V_UNKNOWN(&arg)->QueryInterface(iid, fits.putVoid())) || !fits) {
                 hr = E_NOINTERFACE;  // what that path answers, naming no argument
-                return true;
+                return Conversion::Refused;
             }
-        } else if (type.vt >= VT_PTR || V_VT(&arg) != type.vt) {
-            return false;
+            continue;
         }
+        if (target == VT_EMPTY || target == VT_UNKNOWN || target == VT_DISPATCH) return Conversion::NotMine;
+        if (V_VT(&arg) == target) continue;
+        Variant& value = out.values[converted++];
+        if (FAILED(VariantChangeType(value.get(), const_cast<VARIANT*>(&arg), 0, target))) {
+            hr = DISP_E_TYPEMISMATCH;  // naming no argument, as that path does
+            return Conversion::Refused;
+        }
+        out.args[at] = *value.get();  // the copy stays owned by values
     }
-    return false;
+    out.params = *params;
+    out.params.rgvarg = out.args.data();
+    return Conversion::Converted;
 }
 
 }  // namespace nk::dispatch

@@ -13,6 +13,9 @@
 
 #include <type_traits>
 
+#include <vector>
+
+#include "frame/com.h"
 #include "frame/pending.h"
 
 namespace nk::dispatch {
@@ -131,8 +134,7 @@ inline bool readObject(const VARIANT& arg, REFIID iid, void** out)
 inline bool readVariant(const VARIANT& arg, VARIANT& out)
 {
     if (V_VT(&arg) & VT_BYREF) return false;
-    if (V_VT(&arg) == VT_ERROR && V_ERROR(&arg) == DISP_E_PARAMNOTFOUND) return false;
-    out = arg;
+    out = arg;  // an argument marked missing too: no parameter has a default to put in its place
     return true;
 }
 // An [out] argument passed by reference with exactly the member's type, else null.
@@ -229,12 +231,20 @@ bool tryInvoke(Itf* object, DISPID id, WORD flags, DISPPARAMS* params, VARIANT* 
 bool invokeOnValue(IDispatch* self, ITypeInfo* info, DISPID id, LCID lcid, WORD flags, DISPPARAMS* params,
                    VARIANT* result, EXCEPINFO* excep, UINT* argErr, HRESULT& hr);
 
-// The type information's path converts the arguments in turn and keeps what it converted
-// when a later one fails: an object in a VARIANT would never be released. A call whose
-// object argument does not answer the interface it must is refused here first, as that path
-// refuses it (E_NOINTERFACE). False when the call is not such a one.
-bool refuseUnfitObjects(ITypeInfo* info, DISPID id, WORD flags, const DISPPARAMS* params, UINT* argErr,
-                        HRESULT& hr);
+// Arguments converted as the type information converts them, for the generated calls. That
+// path keeps what it converted when a later argument fails to convert or the member fails, so
+// an object inside a VARIANT was never released; converting here keeps it off that path.
+// Refused: an object that does not answer its parameter's interface (E_NOINTERFACE) or a value
+// that does not convert (DISP_E_TYPEMISMATCH), answered as that path answers them. NotMine:
+// anything it is not certain of (by reference, left out or named arguments, [out]).
+enum class Conversion { NotMine, Refused, Converted };
+struct ConvertedArguments {
+    std::vector<Variant> values;  // the converted ones, owned
+    std::vector<VARIANT> args;    // every argument, last first
+    DISPPARAMS params{};
+};
+Conversion convertArguments(ITypeInfo* info, DISPID id, WORD flags, const DISPPARAMS* params,
+                            ConvertedArguments& out, HRESULT& hr);
 
 // DISPID of a member name of Itf or its bases (case-insensitive), DISPID_UNKNOWN when none.
 template <class Itf>

@@ -76,7 +76,15 @@ public:
         if (!info) return TYPE_E_ELEMENTNOTFOUND;
         if (dispatch::invokeOnValue(static_cast<Itf*>(this), info, id, lcid, flags, params, result, excep, argErr, hr))
             return hr;
-        if (dispatch::refuseUnfitObjects(info, id, flags, params, argErr, hr)) return hr;
+        dispatch::ConvertedArguments converted;
+        switch (dispatch::convertArguments(info, id, flags, params, converted, hr)) {
+        case dispatch::Conversion::Refused: return hr;
+        case dispatch::Conversion::Converted:
+            if (dispatch::tryInvoke(static_cast<Itf*>(this), id, flags, &converted.params, result, excep, hr))
+                return hr;
+            break;
+        case dispatch::Conversion::NotMine: break;
+        }
         return DispInvoke(static_cast<Itf*>(this), info, id, flags, params, result, excep, argErr);
     }
 };

@@ -134,7 +134,7 @@ void membersOf(ITypeInfo* info, std::vector<Member>& out)
     info->ReleaseTypeAttr(attr);
 }
 
-enum class Args { Good, Texts, Shorts, Empty, NotANumber, OneFewer, OneMore, ByReference, Objects };
+enum class Args { Good, Texts, Shorts, Empty, NotANumber, OneFewer, OneMore, ByReference, Objects, Missing };
 
 Value goodValue(VARTYPE vt)
 {
@@ -155,6 +155,10 @@ Value argument(VARTYPE vt, Args how, IDispatch* self)
 {
     Value v;
     switch (how) {
+    case Args::Missing:
+        V_VT(v.get()) = VT_ERROR;
+        V_ERROR(v.get()) = DISP_E_PARAMNOTFOUND;
+        return v;
     case Args::Objects:  // the object itself, where it fits and where it does not
         V_VT(v.get()) = VT_DISPATCH;
         V_DISPATCH(v.get()) = self;
@@ -271,7 +275,7 @@ TEST(DispatchPaths, EveryMemberAnswersAsTheTypeInformationDoes)
         for (const Member& m : list) {
             ++members;
             for (Args how : {Args::Good, Args::Texts, Args::Shorts, Args::Empty, Args::NotANumber, Args::OneFewer,
-                             Args::OneMore, Args::ByReference, Args::Objects}) {
+                             Args::OneMore, Args::ByReference, Args::Objects, Args::Missing}) {
                 // An extra argument to a get goes to the default member of what the get returns,
                 // which the type information reads without looking at whether there is one.
                 if (how == Args::OneMore && m.kind == INVOKE_PROPERTYGET) continue;
