@@ -118,6 +118,8 @@ public:
     Velt::ErrorStatus setPatternSpace(double space);
     Velt::ErrorStatus setPatternDouble(bool crossed);
     Velt::ErrorStatus setOrigin(const VxGePoint3d& origin);
+    VxGePoint2d origin2d() const { return {mFields.origin.x, mFields.origin.y}; }
+    Velt::ErrorStatus setOrigin2d(const VxGePoint2d& origin) { return setOrigin({origin.x, origin.y, 0.0}); }
     double elevation() const { return mElevation; }
     Velt::ErrorStatus setElevation(double elevation);
     const std::vector<VxDbHatchPatternLine>& patternLines() const { return mLines; }
