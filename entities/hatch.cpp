@@ -49,13 +49,36 @@ HRESULT read(VxAxObjectRef& ref, Read&& read)
     });
 }
 
-// The ids of an array of entity wrappers: none, or anything but wrappers, is refused.
+// The ids of an array of entity wrappers, as scripts make it (VARIANTs) or as compiled
+// clients do (IDispatch pointers): none, or anything but wrappers, is refused.
 std::vector<kx::VxDbObjectId> entityIds(const VARIANT& objects)
 {
-    VxArray<kx::VxDbObjectId> ids;
-    NkAuToArray(objects, ids);
-    if (ids.isEmpty()) throw E_INVALIDARG;
-    return std::vector<kx::VxDbObjectId>(ids.begin(), ids.end());
+    const VARIANT& given =
+        V_VT(&objects) == (VT_BYREF | VT_VARIANT) && V_VARIANTREF(&objects) ? *V_VARIANTREF(&objects) : objects;
+    std::vector<kx::VxDbObjectId> out;
+    if ((V_VT(&given) & ~VT_BYREF) == (VT_ARRAY | VT_DISPATCH)) {
+        SAFEARRAY* sa = (V_VT(&given) & VT_BYREF) ? (V_ARRAYREF(&given) ? *V_ARRAYREF(&given) : nullptr)
+                                                  : V_ARRAY(&given);
+        VARTYPE vt = VT_EMPTY;
+        LONG lower = 0, upper = -1;
+        if (!sa || SafeArrayGetDim(sa) != 1 || FAILED(SafeArrayGetVartype(sa, &vt)) || vt != VT_DISPATCH ||
+            FAILED(SafeArrayGetLBound(sa, 1, &lower)) || FAILED(SafeArrayGetUBound(sa, 1, &upper)))
+            throw E_INVALIDARG;
+        for (LONG i = lower; i <= upper; ++i) {
+            ComPtr<IDispatch> item;
+            if (FAILED(SafeArrayGetElement(sa, &i, item.put())) || !item) throw E_INVALIDARG;
+            ComPtr<IVeltBaseObject> base = item.as<IVeltBaseObject>();
+            kx::VxDbObjectId id;
+            if (!base || FAILED(base->GetObjectId(&id))) throw E_INVALIDARG;
+            out.push_back(id);
+        }
+    } else {
+        VxArray<kx::VxDbObjectId> ids;
+        NkAuToArray(given, ids);
+        out.assign(ids.begin(), ids.end());
+    }
+    if (out.empty()) throw E_INVALIDARG;
+    return out;
 }
 
 // Builds the loop of the entities and puts it at index; the first loop sets the elevation.
