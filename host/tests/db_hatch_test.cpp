@@ -1,5 +1,5 @@
 // Hatches: patterns from the host's table, loops from entities, the area as the style fills
-// it, transformations, and files read back.
+// it, and transformations (files: dxf_ezdxf_test.cpp).
 
 #include <gtest/gtest.h>
 
@@ -171,56 +171,4 @@ TEST(DbHatch, TransformationsCarryLoopsAndPattern)
     hatch->getArea(after);
     EXPECT_NEAR(after, 4.0 * before, 1e-9);
     EXPECT_EQ(hatch->transformBy(VxGeMatrix3d::scaling(1.0, 2.0, 1.0)), Velt::eCannotScaleNonUniformly);
-}
-
-TEST(DbHatch, FilesKeepLoopsPatternAndGradient)
-{
-    VxDbDatabase db;
-    auto* hatch = dxftest::sampleHatch();
-    // Edges of every kind, the curves clockwise.
-    VxDbHatchLoop edges;
-    edges.type = VxDbHatch::kExternal;
-    edges.edges = {VxDbHatchEdge::ellipse({20, 2}, {0, 2}, 0.5, kPi, 0.0, false), VxDbHatchEdge::line({20, 4}, {24, 4}),
-                   VxDbHatchEdge::arc({24, 2}, 2.0, kPi / 2, -kPi / 2, false), VxDbHatchEdge::line({24, 0}, {20, 0})};
-    ASSERT_EQ(hatch->appendLoop(edges), Velt::eOk);
-    auto* gradient = new VxDbHatch();
-    gradient->appendLoop(square(0, 0, 1, VxDbHatch::kExternal));
-    gradient->setHatchObjectType(VxDbHatch::kGradientObject);
-    gradient->setGradientName(L"cylinder");
-    gradient->setGradientAngle(0.5);
-    VxCmEntityColor red;
-    red.setRGB(200, 10, 20);
-    gradient->setGradientColor1(red.color());
-    const VxDbObjectId first = dxftest::append(db, db.modelSpaceId(), hatch);
-    const VxDbObjectId second = dxftest::append(db, db.modelSpaceId(), gradient);
-
-    for (VxDbDxfVersion version : {VxDbDxfVersion::kR2000, VxDbDxfVersion::kR2018}) {
-        std::unique_ptr<VxDbDatabase> again = dxftest::fromDxf(dxftest::toDxf(db, version));
-        ASSERT_TRUE(again);
-        VxDbObjectId idA, idB;
-        again->getVxDbObjectId(idA, false, first.handle());
-        again->getVxDbObjectId(idB, false, second.handle());
-        auto* a = VxDbHatch::cast(detail::objectOf(idA));
-        auto* b = VxDbHatch::cast(detail::objectOf(idB));
-        ASSERT_TRUE(a && b);
-        EXPECT_EQ(a->patternName(), L"ANSI31");
-        EXPECT_NEAR(a->patternScale(), 0.5, 1e-12);
-        EXPECT_NEAR(a->elevation(), 2.0, 1e-12);
-        ASSERT_EQ(a->numLoops(), 3);
-        EXPECT_FALSE(a->loopAt(2).edges[0].ccw);
-        EXPECT_TRUE(a->loopAt(2).edges[0].endPoint() == VxGePoint2d({20, 4}));
-        double expected = 0.0, area = 0.0;
-        hatch->getArea(expected);
-        a->getArea(area);
-        EXPECT_NEAR(area, expected, 1e-9);
-        ASSERT_EQ(a->patternLines().size(), 1u);
-        EXPECT_NEAR(a->patternLines()[0].offset.x, hatch->patternLines()[0].offset.x, 1e-12);
-        const bool gradients = version >= VxDbDxfVersion::kR2004;
-        EXPECT_EQ(b->hatchObjectType(), gradients ? VxDbHatch::kGradientObject : VxDbHatch::kHatchObject);
-        if (gradients) {
-            EXPECT_EQ(b->gradientName(), L"CYLINDER");
-            EXPECT_NEAR(b->gradientAngle(), 0.5, 1e-12);
-            EXPECT_EQ(VxCmEntityColor(uint32_t(b->gradientColor1())).red(), 200);
-        }
-    }
 }

@@ -931,6 +931,20 @@ TEST(DxfEzdxf, HatchesReadTheSameThere)
         facts += "ENTITY\t" + hex(hatch->objectId()) + "\tHATCH\t0\t256\t" +
                  hatchFacts(*hatch, hatch->hatchObjectType() == VxDbHatch::kGradientObject) + "\n";
     }
+    // The host reads back what it wrote, in the oldest version too (the gradient as its fill).
+    for (VxDbDxfVersion version : {VxDbDxfVersion::kR2000, VxDbDxfVersion::kR2018}) {
+        std::unique_ptr<VxDbDatabase> again = fromDxf(toDxf(db, version));
+        ASSERT_TRUE(again);
+        for (VxDbHatch* hatch : hatches) {
+            VxDbObjectId id;
+            again->getVxDbObjectId(id, false, hatch->objectId().handle());
+            auto* read = VxDbHatch::cast(detail::objectOf(id));
+            ASSERT_TRUE(read);
+            const bool gradient = hatch->hatchObjectType() == VxDbHatch::kGradientObject;
+            EXPECT_EQ(hatchFacts(*read, gradient && version >= VxDbDxfVersion::kR2004),
+                      hatchFacts(*hatch, gradient && version >= VxDbDxfVersion::kR2004));
+        }
+    }
     TempFolder folder;
     writeText(folder / "hatches.dxf", toDxf(db, VxDbDxfVersion::kR2004));
     writeText(folder / "hatches.txt", facts);
