@@ -210,6 +210,43 @@ std::vector<VxGePoint2d> VxDbHatchLoop::samples() const
     return out;
 }
 
+bool VxDbHatchLoop::chainEdges()
+{
+    if (isPolyline() || edges.empty())
+        return false;
+    double size = 1.0;
+    for (const VxDbHatchEdge& e : edges)
+        size = std::max({size, std::fabs(e.startPoint().x), std::fabs(e.startPoint().y)});
+    const double tol = 1e-8 * size;
+    std::vector<VxDbHatchEdge> pool = edges;
+    std::vector<VxDbHatchEdge> chain{pool.front()};
+    std::vector<bool> used(pool.size(), false);
+    used[0] = true;
+    // Each step takes the first unused edge that starts or ends where the chain ends.
+    for (size_t step = 1; step < pool.size(); ++step) {
+        const VxGePoint2d end = chain.back().endPoint();
+        size_t found = pool.size();
+        for (size_t i = 1; i < pool.size() && found == pool.size(); ++i) {
+            if (used[i])
+                continue;
+            if (pool[i].startPoint().distanceTo(end) <= tol) {
+                found = i;
+            } else if (pool[i].endPoint().distanceTo(end) <= tol) {
+                found = i;
+                pool[i].reverse();
+            }
+        }
+        if (found == pool.size())
+            return false;
+        used[found] = true;
+        chain.push_back(pool[found]);
+    }
+    if (chain.back().endPoint().distanceTo(chain.front().startPoint()) > tol)
+        return false;
+    edges = std::move(chain);
+    return true;
+}
+
 namespace {
 
 bool inside(const std::vector<VxGePoint2d>& polygon, const VxGePoint2d& p)
@@ -1047,7 +1084,8 @@ Velt::ErrorStatus VxDbHatch::checkFields(uint64_t)
                 e.endParam = e.startParam + (e.ccw ? kTwoPi : -kTwoPi);
             }
         }
-        if (!isClosedLoop(loop))
+        // Some writers give a loop's edges in no order.
+        if (!isClosedLoop(loop) && !(loop.chainEdges() && isClosedLoop(loop)))
             return Velt::eInvalidInput;
     }
     if (mFields.patternType == kUserDefined && !mLines.empty() && !mLines[0].offset.isZeroLength())

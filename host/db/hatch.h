@@ -54,6 +54,9 @@ struct VxDbHatchLoop {
     double signedArea() const;
     // Points along the loop, arcs in steps of at most pi/32.
     std::vector<VxGePoint2d> samples() const;
+    // Puts edges given in any order, each either way round, end to end from the first; false
+    // (nothing changed) when they form no closed chain.
+    bool chainEdges();
 };
 
 // One family of parallel dashed lines: through base, at angle (radians), the next line

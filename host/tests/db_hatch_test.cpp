@@ -116,6 +116,16 @@ TEST(DbHatch, LoopsFromEntitiesMeetEndToEndEitherWayRound)
     EXPECT_EQ(hatch.appendLoop(open), Velt::eInvalidInput);
     EXPECT_EQ(hatch.numLoops(), 0);
     EXPECT_EQ(hatch.insertLoopAt(1, square(0, 0, 1, 0)), Velt::eInvalidIndex);
+
+    // Edges a file gives in no order chain up from the first; a gap leaves them as they were.
+    VxDbHatchLoop scattered;
+    scattered.edges = {VxDbHatchEdge::line({0, 0}, {1, 0}), VxDbHatchEdge::line({0, 1}, {0, 0}),
+                       VxDbHatchEdge::line({0, 1}, {1, 0})};
+    ASSERT_TRUE(scattered.chainEdges());
+    EXPECT_TRUE(scattered.edges[1].start == VxGePoint2d({1, 0}) && scattered.edges[2].end == VxGePoint2d({0, 0}));
+    scattered.edges[2].end = {0.5, 0.5};
+    EXPECT_FALSE(scattered.chainEdges());
+    EXPECT_TRUE(scattered.edges[2].end == VxGePoint2d({0.5, 0.5}));
 }
 
 TEST(DbHatch, AreaIsTheOuterLessItsIslandsAsTheStyleFills)
