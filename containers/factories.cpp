@@ -11,6 +11,7 @@
 
 #include "containers/append.h"
 #include "db/entities.h"
+#include "db/hatch.h"
 #include "db/polylines.h"
 #include "db/symtables.h"
 #include "db/texts.h"
@@ -548,6 +549,51 @@ HRESULT addPViewport(VxAxObjectRef& block, IDispatch* app, VARIANT Center, doubl
             if (auto* viewport = kx::VxDbViewport::cast(&entity))
                 viewport->setStandardScale(kx::VxDbViewport::kScaleToFit);
         });
+}
+
+// A hatch with no loops yet (AppendOuterLoop gives it some): its pattern by kind and name, or,
+// for a gradient (HatchObjectType 1), the gradient by kind and name. The optional object
+// type is a whole number 0 or 1; anything else, an unknown pattern or gradient, or a kind
+// out of range is E_INVALIDARG.
+HRESULT addHatch(VxAxObjectRef& block, IDispatch* app, int PatternType, BSTR PatternName, VARIANT_BOOL Associativity,
+                 VARIANT HatchObjectType, IVeltHatch** pHatch)
+{
+    long objectType = 0;
+    const std::wstring name(PatternName ? PatternName : L"", PatternName ? SysStringLen(PatternName) : 0);
+    if (HRESULT hr = takeArguments(pHatch, [&] {
+            VARIANT given;
+            VariantInit(&given);
+            if (FAILED(VariantCopyInd(&given, &HatchObjectType))) throw E_INVALIDARG;
+            switch (V_VT(&given)) {
+            case VT_EMPTY: break;
+            case VT_ERROR: if (V_ERROR(&given) != DISP_E_PARAMNOTFOUND) throw E_INVALIDARG; break;
+            case VT_I2: objectType = V_I2(&given); break;
+            case VT_I4: objectType = V_I4(&given); break;
+            case VT_INT: objectType = V_INT(&given); break;
+            case VT_UI1: objectType = V_UI1(&given); break;
+            default: VariantClear(&given); throw E_INVALIDARG;
+            }
+            VariantClear(&given);
+            if (objectType != kx::VxDbHatch::kHatchObject && objectType != kx::VxDbHatch::kGradientObject)
+                throw E_INVALIDARG;
+            const bool gradient = objectType == kx::VxDbHatch::kGradientObject;
+            if (PatternType < 0 || PatternType > (gradient ? 1 : 2)) throw E_INVALIDARG;
+        });
+        FAILED(hr))
+        return hr;
+    return appendEntity(block, app, pHatch, [&](VxDbBlockTableRecord& record) {
+        auto made = newEntity<kx::VxDbHatch>(record);
+        check(made->setNormal(blockNormal(record)));
+        if (objectType == kx::VxDbHatch::kGradientObject) {
+            accept(made->setHatchObjectType(kx::VxDbHatch::kGradientObject));
+            accept(made->setGradientType(int16_t(PatternType)));
+            accept(made->setGradientName(name));
+        } else {
+            accept(made->setPattern(int16_t(PatternType), name));
+        }
+        accept(made->setAssociative(Associativity == VARIANT_TRUE));
+        return NewEntity(std::move(made));
+    });
 }
 
 }  // namespace nk::blocks

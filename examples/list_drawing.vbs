@@ -25,6 +25,7 @@ Function Detail(item)
         Case "KxDbText":    Detail = "text " & item.TextString
         Case "KxDbMText":   Detail = "contents " & item.TextString
         Case "KxDbBlockReference": Detail = "block " & item.Name
+        Case "KxDbHatch":   Detail = "pattern " & item.PatternName & ", " & item.NumberOfLoops & " loops, area " & item.Area
         Case Else:          Detail = ""
     End Select
 End Function

@@ -1,6 +1,7 @@
 // An early-bound client: makes a drawing without an editor. It creates a document, adds
 // layers and a small floor plan in model space (outer walls as a closed polyline, inner walls and door leaves as lines, door swings
-// as arcs, columns as circles), gives each its layer and colour, reads them back through the
+// as arcs, columns as circles), fills the columns' sections and tiles the store's floor with
+// hatches, gives each its layer and colour, reads them back through the
 // model space's enumerator and saves the drawing. The rooms are named with texts and a note;
 // the title block is a drawing of its own (titleblock.dxf beside the plan): a frame with
 // attribute definitions, inserted into the plan and filled in.
@@ -12,7 +13,9 @@
 #include <cstdio>
 #include <cwchar>
 #include <iterator>
+#include <initializer_list>
 #include <string>
+#include <vector>
 
 #include "frame/com.h"
 #include "kxauto.h"
@@ -54,7 +57,7 @@ struct LayerUse {
     const wchar_t* name;
     VxColor color;
 };
-const LayerUse kLayers[] = {{L"Walls", vxRed}, {L"Doors", vxBlue}, {L"Columns", vxGreen}};
+const LayerUse kLayers[] = {{L"Walls", vxRed}, {L"Doors", vxBlue}, {L"Columns", vxGreen}, {L"Floor", VxColor(8)}};
 
 struct Wall {
     double x1, y1, x2, y2;
@@ -80,6 +83,34 @@ const Swing kSwings[] = {{7, 5, 1.4142135623730951, kPi / 4, kPi / 2}, {3, 8, 1.
 // Two columns.
 const double kColumns[][2] = {{5, 2}, {10, 6}};
 const double kColumnRadius = 0.25;
+// The store's floor between the walls' inner faces (the inner wall is drawn as its middle line).
+const double kStoreFloor[] = {7, 0.12, 11.88, 0.12, 11.88, 7.88, 7, 7.88};
+
+// A flat array of doubles as the server takes lists of points.
+void setDoubles(Variant& list, const double* values, size_t count)
+{
+    list.clear();
+    V_VT(list.get()) = VT_ARRAY | VT_R8;
+    V_ARRAY(list.get()) = SafeArrayCreateVector(VT_R8, 0, ULONG(count));
+    if (!V_ARRAY(list.get())) check(E_OUTOFMEMORY, L"making a list of points");
+    for (LONG i = 0; i < LONG(count); ++i)
+        check(SafeArrayPutElement(V_ARRAY(list.get()), &i, const_cast<double*>(&values[i])), L"making a list of points");
+}
+
+// An array of entities, as a hatch takes the loop they form.
+void setObjects(Variant& list, std::initializer_list<IUnknown*> objects)
+{
+    list.clear();
+    V_VT(list.get()) = VT_ARRAY | VT_DISPATCH;
+    V_ARRAY(list.get()) = SafeArrayCreateVector(VT_DISPATCH, 0, ULONG(objects.size()));
+    if (!V_ARRAY(list.get())) check(E_OUTOFMEMORY, L"making a list of entities");
+    LONG i = 0;
+    for (IUnknown* object : objects) {
+        ComPtr<IDispatch> dispatch = ComPtr<IUnknown>(object).as<IDispatch>();
+        check(SafeArrayPutElement(V_ARRAY(list.get()), &i, dispatch.get()), L"making a list of entities");
+        ++i;
+    }
+}
 
 VxColor colorOf(const wchar_t* layer)
 {
@@ -116,6 +147,11 @@ void describe(IVeltEntity* entity)
     } else if (ComPtr<IVeltCircle> circle = ComPtr<IVeltEntity>(entity).as<IVeltCircle>()) {
         check(circle->get_Radius(&value), L"reading a radius");
         std::wprintf(L"radius %g\n", value);
+    } else if (ComPtr<IVeltHatch> hatch = ComPtr<IVeltEntity>(entity).as<IVeltHatch>()) {
+        Bstr pattern;
+        check(hatch->get_PatternName(pattern.put()), L"reading a pattern");
+        check(hatch->get_Area(&value), L"reading an area");
+        std::wprintf(L"pattern %ls, area %g\n", pattern.c_str(), value);
     } else if (ComPtr<IVeltText> text = ComPtr<IVeltEntity>(entity).as<IVeltText>()) {
         Bstr string;
         check(text->get_TextString(string.put()), L"reading a text");
@@ -257,15 +293,53 @@ int run(const wchar_t* file)
         check(modelSpace->AddArc(*center.get(), swing.radius, swing.start, swing.end, arc.put()), L"adding an arc");
         place(arc.get(), L"Doors");
     }
+    std::vector<ComPtr<IVeltCircle>> columns;
     for (const auto& at : kColumns) {
         Variant center;
         setPoint(center, at[0], at[1]);
         ComPtr<IVeltCircle> circle;
         check(modelSpace->AddCircle(*center.get(), kColumnRadius, circle.put()), L"adding a circle");
         place(circle.get(), L"Columns");
+        columns.push_back(circle);
     }
     std::wprintf(L"outer walls, %zu inner walls and door leaves, %zu door swings and %zu columns added to model space\n",
                  std::size(kWalls), std::size(kSwings), std::size(kColumns));
+
+    // The columns are cut: their sections filled solid, each bounded by its circle.
+    Variant noObjectType;
+    for (const ComPtr<IVeltCircle>& column : columns) {
+        ComPtr<IVeltHatch> section;
+        check(modelSpace->AddHatch(vxHatchPatternTypePreDefined, Bstr(L"SOLID").get(), VARIANT_TRUE, *noObjectType.get(),
+                                   section.put()),
+              L"adding a column's section");
+        Variant loop;
+        setObjects(loop, {column.get()});
+        check(section->AppendOuterLoop(*loop.get()), L"bounding a column's section");
+        place(section.get(), L"Columns");
+    }
+    // The store's floor is tiled: its outline drawn, hatched with the column standing in it as
+    // an island, then taken away again (the hatch keeps the loops it was given).
+    {
+        Variant corners;
+        setDoubles(corners, kStoreFloor, std::size(kStoreFloor));
+        ComPtr<IVeltLWPolyline> outline;
+        check(modelSpace->AddLightWeightPolyline(*corners.get(), outline.put()), L"drawing the store's floor");
+        check(outline->put_Closed(VARIANT_TRUE), L"closing the store's floor");
+        ComPtr<IVeltHatch> tiles;
+        check(modelSpace->AddHatch(vxHatchPatternTypePreDefined, Bstr(L"NET").get(), VARIANT_FALSE, *noObjectType.get(),
+                                   tiles.put()),
+              L"adding the store's tiles");
+        check(tiles->put_PatternScale(0.1), L"sizing the tiles");
+        Variant loop, island;
+        setObjects(loop, {outline.get()});
+        setObjects(island, {columns.back().get()});
+        check(tiles->AppendOuterLoop(*loop.get()), L"bounding the store's tiles");
+        check(tiles->AppendInnerLoop(*island.get()), L"leaving out the column");
+        check(tiles->Evaluate(), L"laying the tiles");
+        place(tiles.get(), L"Floor");
+        check(outline->Delete(), L"taking the floor's outline away");
+    }
+    std::wprintf(L"the columns' sections filled and the store's floor tiled\n");
 
     // The rooms' names, centred in each room, and a note of several lines.
     struct Room {

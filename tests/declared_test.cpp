@@ -326,6 +326,9 @@ TEST_F(DeclaredProperties, EveryPropertyIsSetReadAndRefusedThroughTheInterfaces)
     Value p1 = drawing::point(0, 0, 0), p2 = drawing::point(4, 0, 1), p3 = drawing::point(4, 3, 2),
           p4 = drawing::point(0, 3, 1), axis = drawing::point(5, 0, 0);
     Value corners = doubles({0, 0, 0, 1, 0, 0, 1, 1, 0, 0, 1, 0});
+    Value missing;
+    V_VT(missing.get()) = VT_ERROR;
+    V_ERROR(missing.get()) = DISP_E_PARAMNOTFOUND;
     Value pairs = doubles({0, 0, 4, 0, 4, 3});
     Value triples = doubles({0, 0, 0, 4, 0, 0, 4, 3, 0});
     Value square = doubles({0, 0, 0, 4, 0, 0, 0, 3, 1, 4, 3, 1}), quad = drawing::shorts({1, 2, -4, 3});
@@ -416,6 +419,18 @@ TEST_F(DeclaredProperties, EveryPropertyIsSetReadAndRefusedThroughTheInterfaces)
          [&](IVeltModelSpace* s, IDispatch** o) { nk::Bstr cls(L"KxDbArcAlignedText"); return s->AddCustomObject(cls.get(), o); },
          {{L"TextHeight", "#42"}, {L"WidthFactor", "#41"}, {L"OffsetFromArc", "#44"}, {L"OffsetFromLeft", "#46"},
           {L"OffsetFromRight", "#45"}}},
+        {L"IVeltHatch", __uuidof(IVeltHatch), "HATCH",
+         [&](IVeltModelSpace* s, IDispatch** o) {
+             IVeltHatch* e = nullptr;
+             ComPtr<IVeltCircle> ring;
+             HRESULT hr = s->AddHatch(1, nk::Bstr(L"ANSI31").get(), VARIANT_FALSE, *missing, &e);
+             if (SUCCEEDED(hr)) hr = s->AddCircle(*p1, 2.0, ring.put());
+             drawing::Value loop = drawing::objects({ring.as<IUnknown>().get()});
+             if (SUCCEEDED(hr)) hr = e->AppendOuterLoop(*loop);
+             as(e, o);
+             return hr;
+         },
+         {{L"PatternScale", "pattern_scale"}, {L"PatternAngle", "°pattern_angle"}, {L"Normal", "extrusion"}}},
         {L"IVeltLayer", __uuidof(IVeltLayer), "LAYER",
          [&](IVeltModelSpace*, IDispatch** o) { ComPtr<IVeltLayers> t; IVeltLayer* r = nullptr; HRESULT hr = database->get_Layers(t.put()); if (SUCCEEDED(hr)) hr = t->Add(probe.get(), &r); as(r, o); return hr; },
          {}},

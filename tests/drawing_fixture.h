@@ -110,6 +110,24 @@ inline Value text(const wchar_t* s)
     return v;
 }
 
+// An array of objects, as a script's array of entities reaches a member.
+inline Value objects(std::initializer_list<IUnknown*> items)
+{
+    Value v;
+    SAFEARRAY* sa = SafeArrayCreateVector(VT_DISPATCH, 0, static_cast<ULONG>(items.size()));
+    LONG i = 0;
+    for (IUnknown* item : items) {
+        IDispatch* d = nullptr;
+        if (item) item->QueryInterface(IID_IDispatch, reinterpret_cast<void**>(&d));
+        SafeArrayPutElement(sa, &i, d);
+        ++i;
+        if (d) d->Release();
+    }
+    V_VT(v.get()) = VT_ARRAY | VT_DISPATCH;
+    V_ARRAY(v.get()) = sa;
+    return v;
+}
+
 // As a script calls a member by name: arguments in order, a property put as a put; the
 // error of a failed member (raised as an exception) as its code.
 inline HRESULT invoke(IDispatch* object, const wchar_t* name, WORD flags, std::vector<VARIANT*> args = {},

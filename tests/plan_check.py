@@ -1,6 +1,7 @@
 #!/usr/bin/python3
 """Reads the drawing that the example client saved with ezdxf: it must pass ezdxf's audit and
-hold the client's lines, arcs and circles with their layers and colours, the rooms' names and
+hold the client's lines, arcs and circles with their layers and colours, the columns' solid
+sections and the store's tiled floor (pattern, loops, area), the rooms' names and
 the title block filled in under its tags, and the sheet "A3 Plan": A3 turned to landscape with a
 viewport on the plan at 1:50; GDAL and LibreCAD must open it too."""
 
@@ -11,6 +12,7 @@ import sys
 import ezdxf
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "host", "tests", "dxf"))
+import ezdxf_tool  # noqa: E402
 import other_programs  # noqa: E402
 
 # (start, end, layer, colour) as the example client adds them.
@@ -21,6 +23,37 @@ OUTLINE = [(0, 0), (12, 0), (12, 8), (0, 8)]
 SWINGS = [((7, 5), math.sqrt(2), 45, 90), ((3, 8), math.sqrt(2), 315, 0)]
 # Centres of the columns, circles of radius 0.25 on Columns in green.
 COLUMNS = [(5, 2), (10, 6)]
+# The store's floor, tiled with NET on Floor in grey, the column at (10, 6) left out.
+STORE_FLOOR = [(7, 0.12), (11.88, 0.12), (11.88, 7.88), (7, 7.88)]
+STORE_AREA = 4.88 * 7.76 - math.pi * 0.25 ** 2
+
+
+def hatch_problems(doc):
+    """What differs from the columns' solid sections and the store's tiles; empty when all holds."""
+    hatches = [h for h in doc.modelspace() if h.dxftype() == "HATCH"]
+    sections = [h for h in hatches if h.dxf.layer == "Columns"]
+    floors = [h for h in hatches if h.dxf.layer == "Floor"]
+    if len(hatches) != 3 or len(sections) != len(COLUMNS) or len(floors) != 1:
+        return [f"{len(hatches)} hatches: {len(sections)} columns' sections, {len(floors)} floors"]
+    problems = []
+    for h, (x, y) in zip(sections, COLUMNS):
+        edges = h.paths[0].edges if len(h.paths) == 1 and hasattr(h.paths[0], "edges") else []
+        arc = edges[0] if len(edges) == 1 and int(edges[0].type) == 2 else None
+        if (not h.dxf.solid_fill or h.dxf.pattern_name != "SOLID" or h.dxf.color != 3 or arc is None
+                or not math.isclose(arc.radius, 0.25) or (round(arc.center[0], 9), round(arc.center[1], 9)) != (x, y)):
+            problems.append(f"the section of the column at {x}, {y} differs")
+        elif ezdxf_tool.hatch_fact(h, "harea", repr(math.pi * 0.25 ** 2)):
+            problems.append(f"the section of the column at {x}, {y}: {ezdxf_tool.hatch_fact(h, 'harea', '0')}")
+    floor = floors[0]
+    outline = floor.paths[0] if floor.paths else None
+    corners = [(round(v[0], 9), round(v[1], 9)) for v in getattr(outline, "vertices", [])]
+    if (floor.dxf.pattern_name != "NET" or floor.dxf.solid_fill or len(floor.pattern.lines) != 2
+            or not math.isclose(floor.dxf.pattern_scale, 0.1) or floor.dxf.color != 8 or len(floor.paths) != 2
+            or corners != [(float(x), float(y)) for x, y in STORE_FLOOR]):
+        problems.append(f"the store's floor differs: {floor.dxf.pattern_name} {corners} {len(floor.paths)} loops")
+    elif ezdxf_tool.hatch_fact(floor, "harea", repr(STORE_AREA)):
+        problems.append("the store's floor: " + ezdxf_tool.hatch_fact(floor, "harea", repr(STORE_AREA)))
+    return problems
 
 
 def main(path):
@@ -64,6 +97,10 @@ def main(path):
     if circles != want_circles:
         print("columns differ:\n  found    ", circles, "\n  expected ", want_circles)
         return 1
+    hatch_errors = hatch_problems(doc)
+    if hatch_errors:
+        print("hatches differ:", *hatch_errors, sep="\n  ")
+        return 1
     names = sorted(e.dxf.text for e in doc.modelspace() if e.dxftype() == "TEXT")
     if names != ["Office", "Store"]:
         print("room names differ:", names)
@@ -99,7 +136,7 @@ def main(path):
     if other_programs.check([path]):
         return 1
     print(f"ezdxf reads the outer walls as a closed polyline, {len(lines)} lines, {len(arcs)} arcs and {len(circles)} circles on their layers in their"
-          " colours, the rooms' names, the title block filled in and the A3 sheet at 1:50; the audit is clean; GDAL and LibreCAD open it")
+          " colours, the columns' sections and the store's tiles with their loops and areas, the rooms' names, the title block filled in and the A3 sheet at 1:50; the audit is clean; GDAL and LibreCAD open it")
     return 0
 
 

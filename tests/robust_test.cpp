@@ -186,6 +186,7 @@ Arg point(int i) { return doubles({double(i + 1), double((i + 1) * (i + 1)), 0.0
 struct Param {
     VARTYPE vt = VT_VARIANT;  // after aliases and enumerations; interfaces as VT_DISPATCH
     bool out = false;         // passed by reference
+    bool optional = false;
 };
 
 struct Member {
@@ -253,6 +254,7 @@ void collectMembers(ITypeInfo* info, const std::wstring& itf, std::vector<Member
                 Param param;
                 param.vt = resolve(info, e.tdesc, pointers);
                 param.out = pointers > 0 || (e.paramdesc.wParamFlags & PARAMFLAG_FOUT);
+                param.optional = (e.paramdesc.wParamFlags & PARAMFLAG_FOPT) != 0;
                 m.params.push_back(param);
             }
             const wchar_t* how = m.kind == INVOKE_PROPERTYGET ? L" get" : m.kind == INVOKE_FUNC ? L"" : L" put";
@@ -488,10 +490,13 @@ public:
             const bool getter = m.kind == INVOKE_PROPERTYGET && m.params.empty();
             const bool maker = m.kind == INVOKE_FUNC && (m.name.rfind(L"Add", 0) == 0 || m.name == L"Item");
             if (!getter && !maker) continue;
-            for (int attempt = 0; attempt < (maker ? 2 : 1); ++attempt) {
+            // Makers try points as lists, then their optional arguments left out (a hatch's kind).
+            for (int attempt = 0; attempt < (maker ? 3 : 1); ++attempt) {
                 std::vector<Arg> values;
                 for (size_t i = 0; i < m.params.size(); ++i)
-                    values.push_back(plausible(m.params[i], i, at.object.get(), attempt == 1));
+                    values.push_back(attempt == 2 && m.params[i].optional
+                                         ? integer(VT_ERROR, DISP_E_PARAMNOTFOUND)
+                                         : plausible(m.params[i], i, at.object.get(), attempt == 1));
                 std::vector<const VARIANT*> args;
                 for (Arg& a : values) args.push_back(a.get());
                 Arg result;

@@ -7,6 +7,7 @@
 #include "db/dictionary.h"
 #include "db/entities.h"
 #include "db/group.h"
+#include "db/hatch.h"
 #include "db/layout.h"
 #include "db/objects.h"
 #include "db/polylines.h"
@@ -79,6 +80,7 @@ void registerHostClasses()
         VxDbPolyFaceMeshVertex::desc(),
         VxDbFaceRecord::desc(),
         VxDbPolyFaceMesh::desc(),
+        VxDbHatch::desc(),
         VxDbBlockReference::desc(),
         VxDbMInsertBlock::desc(),
         VxDbText::desc(),

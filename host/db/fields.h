@@ -98,6 +98,9 @@ struct VxDbField {
 //   void dxfSubObjects(std::vector<dxf::SubObject>&) const       what to write there
 //   static const VxRxClass* dxfRecordClass(const std::vector<dxf::FieldGroup>&)   which kind
 //                                                                sharing the record type a record is
+//   void writeDxfGroupsBefore(int code, dxf::GroupWriter&, VxDbDxfVersion, bool utf8File) const
+//                                                                groups that go before the field of
+//                                                                that code (repeated data in the middle)
 struct VxDbKindFileHooks {
     bool (*readGroup)(VxDbObject& object, int code, std::string_view value) = nullptr;
     void (*writeGroups)(const VxDbObject& object, dxf::GroupWriter& out, VxDbDxfVersion version,
@@ -105,6 +108,8 @@ struct VxDbKindFileHooks {
     bool (*readSubRecords)(VxDbObject& object, const std::vector<dxf::SubRecord>& records, bool utf8File) = nullptr;
     void (*subObjects)(const VxDbObject& object, std::vector<dxf::SubObject>& out) = nullptr;
     const VxRxClass* (*recordClass)(const std::vector<dxf::FieldGroup>& groups) = nullptr;
+    void (*writeGroupsBefore)(const VxDbObject& object, int code, dxf::GroupWriter& out, VxDbDxfVersion version,
+                              bool utf8File) = nullptr;
 };
 
 // An inherited field that a kind keeps in a subclass and group of its own in files (an
@@ -321,6 +326,9 @@ VxDbKindFileHooks kindFileHooks()
         };
     if constexpr (requires(const std::vector<dxf::FieldGroup>& g) { Self::dxfRecordClass(g); })
         hooks.recordClass = &Self::dxfRecordClass;
+    if constexpr (requires(const Self& s, dxf::GroupWriter& w) { s.writeDxfGroupsBefore(int(), w, VxDbDxfVersion(), bool()); })
+        hooks.writeGroupsBefore = [](const VxDbObject& o, int code, dxf::GroupWriter& out, VxDbDxfVersion version,
+                                     bool utf8) { static_cast<const Self&>(o).writeDxfGroupsBefore(code, out, version, utf8); };
     return hooks;
 }
 }  // namespace kx::detail

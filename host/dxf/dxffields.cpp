@@ -83,6 +83,13 @@ void writeFields(GroupWriter& out, const VxDbObject& object, const VxDbKind& kin
         if (field->code == 0 || version < kxdxf::sinceOf(field->flags))
             continue;  // kept in memory only, or not in files this old
         const char* marker = field->subclass ? field->subclass : kind.subclass();
+        if (const auto before = kind.fileHooks().writeGroupsBefore; before && field->code != 0) {
+            if (markers && marker && (!subclass || std::strcmp(marker, subclass) != 0)) {
+                out.text(100, marker);
+                subclass = marker;
+            }
+            before(object, field->code, out, version, utf8File);
+        }
         if (markers && marker && (field->flags & kxdxf::kMarkerAgain)) {
             out.text(100, marker);
             subclass = marker;

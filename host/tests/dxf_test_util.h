@@ -19,6 +19,7 @@
 #include "db/dictionary.h"
 #include "db/entities.h"
 #include "db/group.h"
+#include "db/hatch.h"
 #include "db/layout.h"
 #include "db/objects.h"
 #include "db/strings.h"
@@ -105,7 +106,26 @@ VxDbObjectId addRecord(VxDbObjectId tableId, T* record, const wchar_t* name)
 // Ids of the interesting objects of the sample drawing.
 struct Sample {
     VxDbObjectId walls, hidden, block, line, circle, arc, ellipse, point, ray, xline, insert, xrecord, group;
+    VxDbObjectId hatch;
 };
+
+// A square with a rounded corner, less a round island: ANSI31 turned and scaled, raised.
+inline VxDbHatch* sampleHatch()
+{
+    auto* hatch = new VxDbHatch();
+    hatch->setPattern(VxDbHatch::kPreDefined, L"ANSI31");
+    hatch->setPatternAngle(kPi / 12);
+    hatch->setPatternScale(0.5);
+    hatch->setElevation(2.0);
+    VxDbHatchLoop outer;
+    outer.type = VxDbHatch::kExternal | VxDbHatch::kPolyline;
+    outer.vertices = {{{0, 0}, 0.0}, {{10, 0}, 0.0}, {{10, 8}, 0.41421356237309503}, {{8, 10}, 0.0}, {{0, 10}, 0.0}};
+    hatch->appendLoop(outer);
+    VxDbHatchLoop island;
+    island.edges = {VxDbHatchEdge::arc({5, 5}, 2.0, 0.0, kTwoPi, true)};
+    hatch->appendLoop(island);
+    return hatch;
+}
 
 // A drawing with something of every kind the host models.
 inline Sample buildSample(VxDbDatabase& db)
@@ -243,6 +263,10 @@ inline Sample buildSample(VxDbDatabase& db)
         group->append(s.circle);
         group->close();
     }
+    auto* hatch = sampleHatch();
+    hatch->setDatabaseDefaults(&db);
+    hatch->setColorIndex(3);
+    s.hatch = append(db, ms, hatch);
     db.setTextsize(0.35);
     db.setInsunits(VxDb::kUnitsMillimeters);
     db.setLimmax({420, 297});

@@ -15,7 +15,11 @@ EXPECTED holds one fact per line, fields separated by tabs:
   ENTITY <handle> <type> <layer> <colour> <attr>=<value>;...   (vectors as x,y,z;
                                       vertices=x,y,start width,end width,bulge,... of an LWPOLYLINE;
                                       pvertices=x,y,flags,start width,end width,bulge,... of a POLYLINE;
-                                      pfaces=vtx0,vtx1,vtx2,vtx3,... of a polyface mesh's face records)
+                                      pfaces=vtx0,vtx1,vtx2,vtx3,... of a polyface mesh's face records;
+                                      hloops=flags:P:vertex count or flags:E:edge types/... of a HATCH;
+                                      hlines=angle,base x,y,offset x,y,dashes.../... its pattern's lines;
+                                      harea=the area it fills, islands cut out;
+                                      hgradient=name,r,g,b,r,g,b,rotation of its gradient)
   XDATA  <handle> <app> <code>=<value>|...
   DICT   <dictionary handle> <key> <entry type>
   XRECORD <handle> <code>=<value>|...
@@ -74,6 +78,62 @@ def tag_value_matches(code, actual, expected):
     return str(actual) == expected
 
 
+def hatch_fact(e, name, value):
+    """What differs between a HATCH and one of its facts; None when they agree."""
+    if name == "hloops":
+        actual = []
+        for p in e.paths:
+            if hasattr(p, "edges"):
+                actual.append(f"{p.path_type_flags}:E:" + "".join(str(int(x.type)) for x in p.edges))
+            else:
+                actual.append(f"{p.path_type_flags}:P:{len(p.vertices)}")
+        return None if "/".join(actual) == value else f"loops {'/'.join(actual)}, not {value}"
+    if name == "hlines":
+        lines = e.pattern.lines if e.pattern else []
+        actual = [[ln.angle, ln.base_point[0], ln.base_point[1], ln.offset[0], ln.offset[1], *ln.dash_length_items]
+                  for ln in lines]
+        wanted = [[float(v) for v in item.split(",")] for item in value.split("/")] if value else []
+        ok = len(actual) == len(wanted) and all(
+            len(a) == len(w) and all(abs(x - y) <= 1e-9 * max(1.0, abs(x), abs(y)) for x, y in zip(a, w))
+            for a, w in zip(actual, wanted))
+        return None if ok else f"pattern lines {actual}, not {wanted}"
+    if name == "harea":
+        # Each loop fills or cuts by how deep it lies among the others, as the hatch style says.
+        from ezdxf import path as ezpath
+        outlines = [[(v.x, v.y) for v in ezpath.converter.from_hatch_boundary_path(p).flattening(1e-6)]
+                    for p in e.paths]
+
+        def inside(polygon, x, y):
+            hit = False
+            for (ax, ay), (bx, by) in zip(polygon, polygon[-1:] + polygon[:-1]):
+                if (ay > y) != (by > y) and x < (bx - ax) * (y - ay) / (by - ay) + ax:
+                    hit = not hit
+            return hit
+
+        reach = {0: 1 << 30, 1: 1, 2: 0}.get(e.dxf.hatch_style, 1 << 30)
+        area = 0.0
+        for i, points in enumerate(outlines):
+            if not points:
+                continue
+            x, y = points[len(points) // 2]
+            depth = sum(1 for j, other in enumerate(outlines) if j != i and len(other) > 2 and inside(other, x, y))
+            a = 0.5 * abs(sum(points[k][0] * points[k - 1][1] - points[k - 1][0] * points[k][1]
+                              for k in range(len(points))))
+            if depth <= reach:
+                area += a if depth % 2 == 0 else -a
+        area = max(area, 0.0)
+        # Arcs become cubic curves there: a few parts in ten thousand.
+        return None if abs(area - float(value)) <= 1e-3 * max(1.0, abs(area)) else f"area {area}, not {value}"
+    g = e.gradient
+    if g is None:
+        return "no gradient"
+    actual = [g.name, *(float(c) for c in g.color1), *(float(c) for c in g.color2), g.rotation]
+    wanted = [value.split(",")[0], *(float(v) for v in value.split(",")[1:])]
+    ok = actual[0] == wanted[0] and len(actual) == len(wanted) and all(
+        abs(a - w) <= 1e-9 * max(1.0, abs(w)) for a, w in zip(actual[1:], wanted[1:]))
+    return None if ok else f"gradient {actual}, not {wanted}"
+
+
 def check(path, expected_path):
     problems = []
     try:
@@ -130,6 +190,11 @@ def check(path, expected_path):
                         wanted = [float(v) for v in value.split(",")] if value else []
                         if len(actual) != len(wanted) or not all(close(a, b) for a, b in zip(actual, wanted)):
                             problems.append(f"{handle}: vertices {actual}, not {wanted}")
+                        continue
+                    if name in ("hloops", "hlines", "harea", "hgradient"):
+                        problem = hatch_fact(e, name, value)
+                        if problem:
+                            problems.append(f"{handle}: {problem}")
                         continue
                     if name == "pfaces":  # the four vertex numbers of each face record
                         actual = [x.dxf.get(f"vtx{i}", 0) for x in e.vertices if x.dxf.flags == 128 for i in range(4)]
