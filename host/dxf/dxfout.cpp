@@ -76,6 +76,20 @@ private:
     uint64_t newHandle() { return mNextHandle++; }
     const std::string& nameOf(VxDbObjectId recordId);
     const std::string& dxfNameOf(const VxRxClass* cls);
+    // What the writer asks of an object's class, asked once a class: a drawing holds
+    // millions of objects of a few classes.
+    struct ClassInfo {
+        bool entity = false;
+        bool tableOrRecord = false;  // a symbol table or one of its records
+        bool opaque = false;
+        bool insert = false;
+        bool viewport = false;
+        const VxDbKind* kind = nullptr;
+        const std::string* dxfName = nullptr;
+    };
+    const ClassInfo& classInfo(const VxRxClass* cls);
+    // The object behind an id when it is there and not erased; one look at its stub.
+    static VxDbObject* liveObject(VxDbObjectId id);
     void head(const char* type, VxDbObject* object, VxDbObjectId owner, int handleCode = 5);
     void xdata(const VxDbObject* object);
     void xdataChain(const VxResBuf* chain);
@@ -105,7 +119,12 @@ private:
     uint64_t mNextHandle = 0;
     std::string mText;
     std::unordered_map<uint64_t, std::string> mNames;  // encoded record names by id
+    uint64_t mLastNameId = 0;
+    const std::string* mLastName = nullptr;
     std::unordered_map<const VxRxClass*, std::string> mDxfNames;
+    std::unordered_map<const VxRxClass*, ClassInfo> mClassInfos;
+    const VxRxClass* mLastClass = nullptr;
+    const ClassInfo* mLastClassInfo = nullptr;
     std::vector<std::pair<std::wstring, uint64_t>> mExtraApps;  // application records the writer adds
     VxDbObjectId mModelSpace, mPaperSpace, mByLayerLinetype, mByLayerMaterial;
 };
@@ -126,22 +145,32 @@ void Writer::utf8(int code, std::string_view text)
 
 uint64_t Writer::handleValue(VxDbObjectId id) const
 {
-    if (id.isNull() || id.database() != mDb || !id.isValid() || id.isErased())
+    // One look at the stub: an object of this drawing, there and not erased.
+    if (id.isNull() || id.database() != mDb)
         return 0;
-    return id.handle().value();
+    const detail::Stub* stub = detail::stubOf(id);
+    if (!stub || !stub->object || (stub->flags & (detail::kStubErased | detail::kStubPermanentlyErased)))
+        return 0;
+    return stub->handle;
 }
 
 void Writer::handleOf(int code, VxDbObjectId id) { mOut.handle(code, handleValue(id)); }
 
 const std::string& Writer::nameOf(VxDbObjectId recordId)
 {
+    // Entities in a row mostly share their layer.
+    if (mLastName && recordId.value() == mLastNameId)
+        return *mLastName;
     auto it = mNames.find(recordId.value());
-    if (it != mNames.end())
-        return it->second;
-    std::string encoded;
-    if (auto* record = VxDbSymbolTableRecord::cast(detail::objectOf(recordId)))
-        appendEncoded(encoded, record->name(), mUtf8);
-    return mNames.emplace(recordId.value(), std::move(encoded)).first->second;
+    if (it == mNames.end()) {
+        std::string encoded;
+        if (auto* record = VxDbSymbolTableRecord::cast(detail::objectOf(recordId)))
+            appendEncoded(encoded, record->name(), mUtf8);
+        it = mNames.emplace(recordId.value(), std::move(encoded)).first;
+    }
+    mLastNameId = recordId.value();
+    mLastName = &it->second;  // elements of the map stay where they are
+    return it->second;
 }
 
 const std::string& Writer::dxfNameOf(const VxRxClass* cls)
@@ -152,6 +181,35 @@ const std::string& Writer::dxfNameOf(const VxRxClass* cls)
             name += char(*c);
     }
     return name;
+}
+
+const Writer::ClassInfo& Writer::classInfo(const VxRxClass* cls)
+{
+    if (cls == mLastClass && mLastClassInfo)
+        return *mLastClassInfo;
+    auto [it, added] = mClassInfos.try_emplace(cls);
+    if (added && cls) {
+        ClassInfo& info = it->second;
+        info.entity = cls->isDerivedFrom(VxDbEntity::desc());
+        info.tableOrRecord =
+            cls->isDerivedFrom(VxDbSymbolTable::desc()) || cls->isDerivedFrom(VxDbSymbolTableRecord::desc());
+        info.opaque = cls->isDerivedFrom(VxDbDxfOpaqueEntity::desc());
+        info.insert = cls->isDerivedFrom(VxDbBlockReference::desc());
+        info.viewport = cls->isDerivedFrom(VxDbViewport::desc());
+        info.kind = vxdbKindOf(cls);
+        info.dxfName = &dxfNameOf(cls);
+    }
+    mLastClass = cls;
+    mLastClassInfo = &it->second;  // elements of the map stay where they are
+    return it->second;
+}
+
+VxDbObject* Writer::liveObject(VxDbObjectId id)
+{
+    const detail::Stub* stub = detail::stubOf(id);
+    if (!stub || !stub->object || (stub->flags & (detail::kStubErased | detail::kStubPermanentlyErased)))
+        return nullptr;
+    return stub->object;
 }
 
 void Writer::head(const char* type, VxDbObject* object, VxDbObjectId owner, int handleCode)
@@ -737,9 +795,9 @@ void Writer::entities()
             continue;
         const bool paper = spaceId == mPaperSpace;
         for (VxDbObjectId entityId : space->entityIds()) {
-            auto* entity = VxDbEntity::cast(detail::objectOf(entityId));
-            if (entity && !entity->isErased())
-                this->entity(entity, spaceId, paper);
+            VxDbObject* object = liveObject(entityId);
+            if (object && classInfo(object->isA()).entity)
+                this->entity(static_cast<VxDbEntity*>(object), spaceId, paper);
         }
     }
     mOut.text(0, "ENDSEC");
@@ -797,7 +855,10 @@ void Writer::embeddedMText(VxDbEntity* entity)
 
 void Writer::entity(VxDbEntity* entity, VxDbObjectId owner, bool paperSpace)
 {
-    if (auto* opaque = VxDbDxfOpaqueEntity::cast(entity)) {
+    const VxRxClass* cls = entity->isA();
+    const ClassInfo& info = classInfo(cls);
+    if (info.opaque) {
+        auto* opaque = static_cast<VxDbDxfOpaqueEntity*>(entity);
         head(opaque->dxfName().c_str(), entity, owner);
         entityCommon(entity, paperSpace);
         keptGroups(opaque->groups());
@@ -813,15 +874,16 @@ void Writer::entity(VxDbEntity* entity, VxDbObjectId owner, bool paperSpace)
         }
         return;
     }
-    auto* insert = VxDbBlockReference::cast(entity);
+    auto* insert = info.insert ? static_cast<VxDbBlockReference*>(entity) : nullptr;
     if (insert && !handleValue(insert->blockTableRecord()))
         return;  // an insertion of nothing cannot be written
-    if (const VxDbKind* kind = vxdbKindOf(entity); kind && *entity->isA()->dxfName()) {
-        head(dxfNameOf(entity->isA()).c_str(), entity, owner);
+    if (const VxDbKind* kind = info.kind; kind && *cls->dxfName()) {
+        head(info.dxfName->c_str(), entity, owner);
         entityCommon(entity, paperSpace);
         writeFields(mOut, *entity, *kind, mVersion, mUtf8, [this](VxDbObjectId id) { return nameOf(id); });
         embeddedMText(entity);
-        if (auto* viewport = VxDbViewport::cast(entity); viewport && mVersion >= VxDbDxfVersion::kR13) {
+        if (auto* viewport = info.viewport ? static_cast<VxDbViewport*>(entity) : nullptr;
+            viewport && mVersion >= VxDbDxfVersion::kR13) {
             for (VxDbObjectId layer : viewport->frozenLayers()) {
                 if (handleValue(layer) && !layer.isErased())
                     handleOf(331, layer);
@@ -834,7 +896,7 @@ void Writer::entity(VxDbEntity* entity, VxDbObjectId owner, bool paperSpace)
     }
     xdata(entity);
     // Objects an entity owns as its own data (a polyline's vertices) follow it, up to the end record.
-    if (const VxDbKind* kind = vxdbKindOf(entity); kind && kind->fileHooks().subObjects) {
+    if (const VxDbKind* kind = info.kind; kind && kind->fileHooks().subObjects) {
         std::vector<SubObject> subs;
         kind->fileHooks().subObjects(*entity, subs);
         for (const SubObject& sub : subs) {
@@ -888,9 +950,10 @@ void Writer::objects()
         const VxDbObjectId id = mDb->objectIdAtSlot(slot);
         if (id == root)
             continue;
-        VxDbObject* object = detail::objectOf(id);
-        if (!object || object->isErased() || VxDbEntity::cast(object) || VxDbSymbolTable::cast(object) ||
-            VxDbSymbolTableRecord::cast(object))
+        VxDbObject* object = liveObject(id);
+        if (!object)
+            continue;
+        if (const ClassInfo& info = classInfo(object->isA()); info.entity || info.tableOrRecord)
             continue;
         // Objects whose owner is gone go with it; objects nothing owns are
         // out of the drawing.
