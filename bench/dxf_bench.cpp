@@ -59,7 +59,6 @@ bool timeEzdxf(const std::filesystem::path& script, const std::filesystem::path&
 #endif
 }
 
-
 // One size: the drawing built, written to file, read back. Prints
 // "megabytes write_s load_s parse_s peak_kb".
 int runOne(size_t count, const std::filesystem::path& file)

@@ -336,6 +336,16 @@ private:
     uint32_t blockForOwner(uint64_t ownerHandle, bool paperSpace);
     uint32_t blockNamed(const std::wstring& name, bool create);
     std::wstring text(std::string_view raw) const { return decodeText(raw, mUtf8); }
+    // The described class of a record type; records of one type mostly come in a row.
+    const VxRxClass* describedClass(const std::string& type)
+    {
+        if (!mLastTypeKnown || type != mLastType) {
+            mLastType = type;
+            mLastTypeClass = describedClassOfDxfName(type);
+            mLastTypeKnown = true;
+        }
+        return mLastTypeClass;
+    }
 
     // ---- placing ----
     void assignMissingHandles();
@@ -365,6 +375,10 @@ private:
     std::vector<NamedRecord> mNamedRecords;  // of the last described record
     uint64_t mFileHandseed = 0;
     uint64_t mMaxHandle = 0;
+    bool mXDataRead = false;  // some object took extended data from the file
+    std::string mLastType;
+    const VxRxClass* mLastTypeClass = nullptr;
+    bool mLastTypeKnown = false;
 
     std::vector<HeaderVar> mHeader;
     std::unordered_map<std::string, VxDbDxfClassInfo, StringHash, std::equal_to<>> mClasses;
@@ -627,6 +641,7 @@ void Reader::applyXData(VxDbObject* object, VxResBufPtr& xdata)
 {
     if (!xdata)
         return;
+    mXDataRead = true;
     if (object->setXData(xdata.get()) == Velt::eOk)
         return;
     // Refused as a whole: keep each application's group the host takes, so
@@ -1559,7 +1574,7 @@ VxDbEntity* Reader::makeKnownEntity(const Record& record, const std::vector<size
     keepOpaque = false;
     mNamedRecords.clear();
     const std::string& type = record.type;
-    const VxRxClass* cls = describedClassOfDxfName(type);
+    const VxRxClass* cls = describedClass(type);
     if (cls && type == "INSERT") {
         // A grid of insertions says so by its subclass or its counts.
         for (size_t i : body) {
@@ -1655,7 +1670,7 @@ void Reader::parseEntity(Record& record, uint32_t block, std::vector<Record>* su
             modelledFollowers = modelledFollowers && (sub.type == follower || sub.type == "SEQEND");
     }
     const bool knownKind =
-        (subRecords == nullptr || modelledFollowers) && describedClassOfDxfName(record.type) != nullptr;
+        (subRecords == nullptr || modelledFollowers) && describedClass(record.type) != nullptr;
     size_t layer = SIZE_MAX, linetype = SIZE_MAX, color = SIZE_MAX, trueColor = SIZE_MAX, weight = SIZE_MAX,
            scale = SIZE_MAX, invisible = SIZE_MAX, alpha = SIZE_MAX;
     uint64_t material = 0, plotStyle = 0;
@@ -2976,7 +2991,7 @@ Velt::ErrorStatus Reader::run()
     // before the objects were resident: register them, or the drawing would
     // be written with data that names no application.
     std::unordered_set<std::wstring, VxNoCaseHash, VxNoCaseEqual> apps;
-    for (size_t slot = 1; slot < mDb->objectSlotCount(); ++slot) {
+    for (size_t slot = 1; mXDataRead && slot < mDb->objectSlotCount(); ++slot) {
         const VxDbObject* object = detail::objectOf(mDb->objectIdAtSlot(slot));
         for (const VxResBuf* rb = object ? object->xDataChain() : nullptr; rb; rb = rb->rbnext) {
             if (rb->restype == 1001 && rb->resval.rstring && apps.insert(rb->resval.rstring).second &&

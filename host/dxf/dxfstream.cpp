@@ -8,7 +8,9 @@
 
 namespace kx::dxf {
 
-ValueKind valueKindOf(int code)
+namespace {
+
+ValueKind kindOfCode(int code)
 {
     if (code < 0)
         return ValueKind::kString;
@@ -85,6 +87,25 @@ ValueKind valueKindOf(int code)
     if (code == 1071)
         return ValueKind::kInt32;
     return ValueKind::kString;
+}
+
+// The kinds of every code a file may use, worked out once: the reader asks for each group.
+const ValueKind* valueKinds()
+{
+    static const auto table = [] {
+        auto kinds = std::make_unique<ValueKind[]>(size_t(kMaxGroupCode) + 1);
+        for (int code = 0; code <= kMaxGroupCode; ++code)
+            kinds[size_t(code)] = kindOfCode(code);
+        return kinds;
+    }();
+    return table.get();
+}
+
+}  // namespace
+
+ValueKind valueKindOf(int code)
+{
+    return code >= 0 && code <= kMaxGroupCode ? valueKinds()[code] : kindOfCode(code);
 }
 
 bool isReferenceCode(int code)

@@ -3,7 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <cstring>
+#include <string>
 
 #include "dxf/dxfstream.h"
 
@@ -86,6 +88,9 @@ TEST(DxfStream, AsciiErrorsTellWhere)
         {"0\nSECTION\n1072\nx\n", Velt::eInvalidDxfCode, 3},
         {"0\nSECTION\n-1\nx\n", Velt::eInvalidDxfCode, 3},
         {"0\nSECTION\n 1 0\nx\n", Velt::eInvalidDxfCode, 3},
+        {"0\nSECTION\n+5\nx\n", Velt::eInvalidDxfCode, 3},
+        {"0\nSECTION\n99999999999\nx\n", Velt::eInvalidDxfCode, 3},
+        {"0\nSECTION\n \nx\n", Velt::eInvalidDxfCode, 3},
         {"0\nSECTION\n10", Velt::eEndOfFile, 3},
     };
     for (const Case& c : cases) {
@@ -97,6 +102,43 @@ TEST(DxfStream, AsciiErrorsTellWhere)
         EXPECT_NE(in.message().find("line " + std::to_string(c.line)), std::string::npos);
         EXPECT_FALSE(in.next());  // a failed reader stays failed
     }
+}
+
+TEST(DxfStream, NumbersTravelWithTheirGroups)
+{
+    // Codes with leading zeros and tabs; a number group's value parsed once, text groups none.
+    GroupReader in("00010\n 1.5 \n\t1\t\n2.5\n 70\n007\n1071\n-12\n  5\n1F\n");
+    ASSERT_TRUE(in.next());
+    EXPECT_EQ(in.code(), 10);
+    ASSERT_TRUE(in.hasNumber());
+    EXPECT_EQ(in.number(), 1.5);
+    ASSERT_TRUE(in.next());
+    EXPECT_EQ(in.code(), 1);
+    EXPECT_FALSE(in.hasNumber());
+    EXPECT_EQ(in.value(), "2.5");
+    ASSERT_TRUE(in.next());
+    EXPECT_TRUE(in.hasNumber());
+    EXPECT_EQ(in.number(), 7.0);
+    ASSERT_TRUE(in.next());
+    EXPECT_EQ(in.number(), -12.0);
+    ASSERT_TRUE(in.next());
+    EXPECT_FALSE(in.hasNumber());  // a handle is text
+    EXPECT_TRUE(in.valueInData());
+    EXPECT_FALSE(in.next());
+    EXPECT_FALSE(in.failed()) << in.message();
+
+    // Binary numbers come as text made by the reader, their number beside it.
+    const std::string binary = BinaryBuilder().raw(40, 0.1).text(1, "x").raw<int16_t>(70, -3).data();
+    GroupReader bin(binary);
+    ASSERT_TRUE(bin.next());
+    EXPECT_FALSE(bin.valueInData());
+    EXPECT_EQ(bin.number(), 0.1);
+    ASSERT_TRUE(bin.next());
+    EXPECT_TRUE(bin.valueInData());
+    EXPECT_FALSE(bin.hasNumber());
+    ASSERT_TRUE(bin.next());
+    EXPECT_EQ(bin.number(), -3.0);
+    EXPECT_EQ(bin.value(), "-3");
 }
 
 TEST(DxfStream, BinaryGroupsAndLengthsNotTrusted)
@@ -205,4 +247,52 @@ TEST(DxfStream, WriterFormatsCodesRealsAndHandles)
     rounded.real(40, 1.0 / 3.0);
     rounded.real(41, 123456.0);
     EXPECT_EQ(rounded.buffer(), " 40\n0.3333\n 41\n1.235e+05\n");
+}
+
+TEST(DxfStream, WriterGoesOnAfterItsTextWasTaken)
+{
+    GroupWriter out(0);
+    out.text(0, "A");
+    std::string taken;
+    out.buffer().swap(taken);
+    out.buffer().clear();
+    out.integer(70, 5);
+    EXPECT_EQ(taken, "  0\nA\n");
+    EXPECT_EQ(out.buffer(), " 70\n5\n");
+    // What the caller adds stays, and the writer continues after it.
+    out.buffer() += "999\nnote\n";
+    out.real(40, 2.0);
+    out.handle(5, 0);
+    EXPECT_EQ(out.buffer(), " 70\n5\n999\nnote\n 40\n2.0\n  5\n0\n");
+}
+
+TEST(DxfStream, WriterToFileMatchesWriterToText)
+{
+    // Enough groups for several flushes, with texts longer than a flush's slack.
+    auto writeAll = [](GroupWriter& out) {
+        const std::string longText(5000, 'x');
+        for (int i = 0; i < 60000; ++i) {
+            out.real(10 + i % 3 * 10, i * 0.001);
+            out.integer(i % 1072, -i);
+            out.handle(5, uint64_t(i) * 0x10001);
+            out.text(1, i % 997 == 0 ? std::string_view(longText) : std::string_view("a\nb"));
+        }
+    };
+    GroupWriter inMemory(0);
+    writeAll(inMemory);
+    std::FILE* file = std::tmpfile();
+    ASSERT_NE(file, nullptr);
+    {
+        GroupWriter toFile(0);
+        toFile.setFile(file);
+        writeAll(toFile);
+        EXPECT_TRUE(toFile.flush());
+    }
+    std::string written(size_t(std::ftell(file)), '\0');
+    std::rewind(file);
+    ASSERT_EQ(std::fread(written.data(), 1, written.size(), file), written.size());
+    std::fclose(file);
+    EXPECT_GT(written.size(), size_t(2) << 20);
+    EXPECT_TRUE(written == inMemory.buffer());
+    EXPECT_NE(written.find("  1\na^Jb\n"), std::string::npos);
 }
