@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <queue>
@@ -390,7 +391,8 @@ private:
     std::unordered_map<uint64_t, uint32_t> mBlockByRecordHandle;  // entries never change once made
     uint64_t mLastOwnerHandle = 0;
     uint32_t mLastOwnerBlock = kNone;
-    std::vector<PendingEntity> mEntities;
+    // A deque: millions of entries grow without a copy of them all beside the old ones.
+    std::deque<PendingEntity> mEntities;
     std::vector<Pending> mObjects;
     uint32_t mRootDictionary = kNone;  // into mObjects
 

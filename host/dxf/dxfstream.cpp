@@ -126,6 +126,41 @@ std::string_view trim(std::string_view text)
     return text.substr(begin, end - begin);
 }
 
+// Plain decimals of at most 15 digits ("-12.375"), most numbers of a file: the
+// digits make an exact integer and the power of ten is an exact double, so one
+// division rounds correctly, to what the general parser gives. Anything else
+// (more digits, an exponent) is left to it.
+bool parseShortDecimal(const char* p, const char* end, double& out)
+{
+    static constexpr double kPowersOfTen[16] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                                1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+    const bool negative = p != end && *p == '-';
+    if (negative)
+        ++p;
+    uint64_t mantissa = 0;
+    int digits = 0;
+    int fraction = 0;
+    bool point = false;
+    for (; p != end; ++p) {
+        const unsigned digit = unsigned(*p) - unsigned('0');
+        if (digit <= 9) {
+            if (++digits > 15)
+                return false;
+            mantissa = mantissa * 10 + digit;
+            fraction += point;
+        } else if (*p == '.' && !point) {
+            point = true;
+        } else {
+            return false;
+        }
+    }
+    if (digits == 0)
+        return false;
+    const double value = double(mantissa) / kPowersOfTen[fraction];
+    out = negative ? -value : value;
+    return true;
+}
+
 constexpr std::string_view kBinarySentinel("AutoCAD Binary DXF\r\n\x1a\0", 22);
 
 }  // namespace
@@ -138,6 +173,8 @@ bool parseDouble(std::string_view text, double& out)
     if (text[0] == '+')
         text.remove_prefix(1);
     const char* end = text.data() + text.size();
+    if (parseShortDecimal(text.data(), end, out))
+        return true;
     auto [ptr, ec] = std::from_chars(text.data(), end, out);
     if (ec != std::errc() || ptr != end)
         return false;

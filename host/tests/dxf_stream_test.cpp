@@ -3,8 +3,11 @@
 
 #include <gtest/gtest.h>
 
+#include <charconv>
+#include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <random>
 #include <string>
 
 #include "dxf/dxfstream.h"
@@ -214,6 +217,30 @@ TEST(DxfStream, NumbersParseStrictly)
     EXPECT_EQ(valueKindOf(1071), ValueKind::kInt32);
     EXPECT_TRUE(isReferenceCode(330) && isReferenceCode(390) && isReferenceCode(481));
     EXPECT_FALSE(isReferenceCode(5) || isReferenceCode(1005) || isReferenceCode(370));
+}
+
+TEST(DxfStream, DecimalsReadAsTheGeneralParserReadsThem)
+{
+    // Short decimals take a quicker way than long ones: both must give the same bits.
+    std::mt19937_64 random(15);
+    for (int i = 0; i < 200000; ++i) {
+        const int digits = 1 + int(random() % 17);
+        std::string text = random() % 2 ? "-" : "";
+        for (int d = 0; d < digits; ++d)
+            text += char('0' + random() % 10);
+        if (random() % 4)
+            text.insert(text.size() - size_t(random() % digits), ".");
+        double general = 0.0;
+        ASSERT_TRUE(std::from_chars(text.data(), text.data() + text.size(), general).ec == std::errc()) << text;
+        double ours = 0.0;
+        ASSERT_TRUE(parseDouble(text, ours)) << text;
+        ASSERT_EQ(std::memcmp(&ours, &general, sizeof(double)), 0) << text;
+    }
+    double v = 0.0;
+    EXPECT_TRUE(parseDouble("-.5", v) && v == -0.5);
+    EXPECT_TRUE(parseDouble("7.", v) && v == 7.0);
+    EXPECT_TRUE(parseDouble("-0", v) && std::signbit(v));
+    EXPECT_FALSE(parseDouble(".", v) || parseDouble("-", v) || parseDouble("1..2", v) || parseDouble("1.2.3", v));
 }
 
 TEST(DxfStream, WriterFormatsCodesRealsAndHandles)
