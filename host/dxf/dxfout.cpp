@@ -82,6 +82,8 @@ private:
         bool entity = false;
         bool tableOrRecord = false;  // a symbol table or one of its records
         bool opaque = false;
+        bool opaqueObject = false;
+        bool arcText = false;
         bool insert = false;
         bool viewport = false;
         const VxDbKind* kind = nullptr;
@@ -194,6 +196,8 @@ const Writer::ClassInfo& Writer::classInfo(const VxRxClass* cls)
         info.tableOrRecord =
             cls->isDerivedFrom(VxDbSymbolTable::desc()) || cls->isDerivedFrom(VxDbSymbolTableRecord::desc());
         info.opaque = cls->isDerivedFrom(VxDbDxfOpaqueEntity::desc());
+        info.opaqueObject = cls->isDerivedFrom(VxDbDxfOpaqueObject::desc());
+        info.arcText = cls->isDerivedFrom(VxDbArcAlignedText::desc());
         info.insert = cls->isDerivedFrom(VxDbBlockReference::desc());
         info.viewport = cls->isDerivedFrom(VxDbViewport::desc());
         info.kind = vxdbKindOf(cls);
@@ -393,18 +397,20 @@ uint64_t Writer::countExtraHandles()
             continue;
         count += 2;
         for (VxDbObjectId entityId : block->entityIds()) {
-            if (auto* insert = VxDbBlockReference::cast(detail::objectOf(entityId)); insert && insert->attributesFollow())
-                ++count;  // its end record
-            if (const VxDbObject* object = detail::objectOf(entityId)) {
-                if (const VxDbKind* kind = vxdbKindOf(object); kind && kind->fileHooks().subObjects) {
-                    std::vector<SubObject> subs;
-                    kind->fileHooks().subObjects(*object, subs);
-                    count += subs.size() + 1;  // and the end record
-                }
-            }
-            auto* opaque = VxDbDxfOpaqueEntity::cast(detail::objectOf(entityId));
-            if (!opaque)
+            VxDbObject* object = detail::objectOf(entityId);
+            if (!object)
                 continue;
+            const ClassInfo& info = classInfo(object->isA());
+            if (info.insert && static_cast<VxDbBlockReference*>(object)->attributesFollow())
+                ++count;  // its end record
+            if (const VxDbKind* kind = info.kind; kind && kind->fileHooks().subObjects) {
+                std::vector<SubObject> subs;
+                kind->fileHooks().subObjects(*object, subs);
+                count += subs.size() + 1;  // and the end record
+            }
+            if (!info.opaque)
+                continue;
+            auto* opaque = static_cast<VxDbDxfOpaqueEntity*>(object);
             for (const VxDbDxfSubRecord& sub : opaque->subRecords()) {
                 if (sub.handleId.isNull() || sub.handleId.database() != mDb)
                     ++count;
@@ -439,15 +445,18 @@ void Writer::classes()
     // Kept records of kinds that files declare.
     for (size_t slot = 1; slot < mDb->objectSlotCount(); ++slot) {
         VxDbObject* object = detail::objectOf(mDb->objectIdAtSlot(slot));
+        if (!object)
+            continue;
+        const ClassInfo& kind = classInfo(object->isA());
         const VxDbDxfClassInfo* info = nullptr;
-        if (auto* e = VxDbDxfOpaqueEntity::cast(object))
-            info = &e->classInfo();
-        else if (auto* o = VxDbDxfOpaqueObject::cast(object))
-            info = &o->classInfo();
+        if (kind.opaque)
+            info = &static_cast<VxDbDxfOpaqueEntity*>(object)->classInfo();
+        else if (kind.opaqueObject)
+            info = &static_cast<VxDbDxfOpaqueObject*>(object)->classInfo();
         if (info && info->isSet() && !object->isErased())
             write(info->dxfName, info->cppName, info->appName, info->proxyFlags, info->wasProxy, info->isEntity);
         // Described kinds whose records files declare as classes.
-        if (VxDbArcAlignedText::cast(object) && !object->isErased())
+        if (kind.arcText && !object->isErased())
             write("ARCALIGNEDTEXT", "AcDbArcAlignedText", "ArcAlignedText", 0, false, true);
     }
     mOut.text(0, "ENDSEC");

@@ -1,6 +1,7 @@
 #include "dxf/dxfstream.h"
 
 #include <algorithm>
+#include <bit>
 #include <charconv>
 #include <cmath>
 #include <cstring>
@@ -259,18 +260,26 @@ bool GroupReader::readLine(std::string_view& line)
         return false;
     const char* begin = mData.data() + mPos;
     const size_t left = mData.size() - mPos;
-    // Most lines are a few characters: a plain loop finds their end before a
-    // call to memchr would have started.
+    // Most lines are a few characters: eight at a time, looking for a zero byte
+    // in the word xor-ed with line feeds, finds their end before a call to
+    // memchr would have started. The lowest flagged byte is always a true one.
     const char* newline = nullptr;
-    const size_t near = std::min<size_t>(left, 24);
-    for (size_t i = 0; i < near; ++i) {
-        if (begin[i] == '\n') {
-            newline = begin + i;
+    constexpr uint64_t kOnes = 0x0101010101010101ull;
+    size_t i = 0;
+    for (; i + 8 <= left && i < 64; i += 8) {
+        uint64_t word;
+        std::memcpy(&word, begin + i, 8);
+        if constexpr (std::endian::native == std::endian::big)
+            word = __builtin_bswap64(word);
+        const uint64_t x = word ^ (kOnes * '\n');
+        const uint64_t found = (x - kOnes) & ~x & (kOnes * 0x80);
+        if (found) {
+            newline = begin + i + size_t(std::countr_zero(found) / 8);
             break;
         }
     }
-    if (!newline && left > near)
-        newline = static_cast<const char*>(std::memchr(begin + near, '\n', left - near));
+    if (!newline && i < left)
+        newline = static_cast<const char*>(std::memchr(begin + i, '\n', left - i));
     size_t length = newline ? size_t(newline - begin) : left;
     mPos += newline ? length + 1 : length;
     if (length > 0 && begin[length - 1] == '\r')

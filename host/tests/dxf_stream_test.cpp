@@ -107,6 +107,24 @@ TEST(DxfStream, AsciiErrorsTellWhere)
     }
 }
 
+TEST(DxfStream, LinesOfEveryLength)
+{
+    // Line ends found a word at a time: every length, and every place of the end in a word.
+    std::string text;
+    for (size_t length = 0; length < 150; ++length)
+        text += "  1\n" + std::string(length, char('a' + length % 26)) + (length % 3 ? "\n" : "\r\n");
+    text += "  1\nlast";  // no line end at all
+    GroupReader in(text);
+    for (size_t length = 0; length < 150; ++length) {
+        ASSERT_TRUE(in.next()) << length;
+        ASSERT_EQ(in.value(), std::string(length, char('a' + length % 26)));
+    }
+    ASSERT_TRUE(in.next());
+    EXPECT_EQ(in.value(), "last");
+    EXPECT_FALSE(in.next());
+    EXPECT_FALSE(in.failed());
+}
+
 TEST(DxfStream, NumbersTravelWithTheirGroups)
 {
     // Codes with leading zeros and tabs; a number group's value parsed once, text groups none.
