@@ -92,7 +92,7 @@ private:
     const ClassInfo& classInfo(const VxRxClass* cls);
     // The object behind an id when it is there and not erased; one look at its stub.
     static VxDbObject* liveObject(VxDbObjectId id);
-    void head(const char* type, VxDbObject* object, VxDbObjectId owner, int handleCode = 5);
+    void head(std::string_view type, VxDbObject* object, VxDbObjectId owner, int handleCode = 5);
     void xdata(const VxDbObject* object);
     void xdataChain(const VxResBuf* chain);
     void keptGroups(const VxDbDxfGroups& groups);
@@ -216,7 +216,7 @@ VxDbObject* Writer::liveObject(VxDbObjectId id)
     return stub->object;
 }
 
-void Writer::head(const char* type, VxDbObject* object, VxDbObjectId owner, int handleCode)
+void Writer::head(std::string_view type, VxDbObject* object, VxDbObjectId owner, int handleCode)
 {
     mOut.text(0, type);
     handleOf(handleCode, object->objectId());
@@ -868,7 +868,7 @@ void Writer::entity(VxDbEntity* entity, VxDbObjectId owner, bool paperSpace)
     const ClassInfo& info = classInfo(cls);
     if (info.opaque) {
         auto* opaque = static_cast<VxDbDxfOpaqueEntity*>(entity);
-        head(opaque->dxfName().c_str(), entity, owner);
+        head(opaque->dxfName(), entity, owner);
         entityCommon(entity, paperSpace);
         keptGroups(opaque->groups());
         xdata(entity);
@@ -977,7 +977,7 @@ void Writer::object(VxDbObject* object)
 {
     const VxDbObjectId owner = object->ownerId();
     if (auto* opaque = VxDbDxfOpaqueObject::cast(object)) {
-        head(opaque->dxfName().c_str(), object, owner);
+        head(opaque->dxfName(), object, owner);
         keptGroups(opaque->groups());
     } else if (auto* dictionary = VxDbDictionary::cast(object)) {
         // The plot-style names have a default entry: "Normal".
