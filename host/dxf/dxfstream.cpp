@@ -1,17 +1,17 @@
 #include "dxf/dxfstream.h"
 
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <charconv>
 #include <cmath>
 #include <cstring>
-#include <memory>
 
 namespace kx::dxf {
 
 namespace {
 
-ValueKind kindOfCode(int code)
+constexpr ValueKind kindOfCode(int code)
 {
     if (code < 0)
         return ValueKind::kString;
@@ -90,23 +90,22 @@ ValueKind kindOfCode(int code)
     return ValueKind::kString;
 }
 
-// The kinds of every code a file may use, worked out once: the reader asks for each group.
-const ValueKind* valueKinds()
+// The kinds of every code a file may use, worked out while compiling: the reader asks for
+// each group.
+constexpr std::array<ValueKind, kMaxGroupCode + 1> makeValueKinds()
 {
-    static const auto table = [] {
-        auto kinds = std::make_unique<ValueKind[]>(size_t(kMaxGroupCode) + 1);
-        for (int code = 0; code <= kMaxGroupCode; ++code)
-            kinds[size_t(code)] = kindOfCode(code);
-        return kinds;
-    }();
-    return table.get();
+    std::array<ValueKind, kMaxGroupCode + 1> kinds{};
+    for (int code = 0; code <= kMaxGroupCode; ++code)
+        kinds[size_t(code)] = kindOfCode(code);
+    return kinds;
 }
+constexpr std::array<ValueKind, kMaxGroupCode + 1> kValueKinds = makeValueKinds();
 
 }  // namespace
 
 ValueKind valueKindOf(int code)
 {
-    return code >= 0 && code <= kMaxGroupCode ? valueKinds()[code] : kindOfCode(code);
+    return code >= 0 && code <= kMaxGroupCode ? kValueKinds[size_t(code)] : kindOfCode(code);
 }
 
 bool isReferenceCode(int code)
@@ -463,28 +462,27 @@ struct CodeLine {
     uint8_t length;
 };
 
-const CodeLine* codeLines()
+// Made while compiling: no guard of a local static in front of every group.
+constexpr std::array<CodeLine, kMaxGroupCode + 1> makeCodeLines()
 {
-    static const auto table = [] {
-        auto lines = std::make_unique<CodeLine[]>(size_t(kMaxGroupCode) + 1);
-        for (int code = 0; code <= kMaxGroupCode; ++code) {
-            char digits[8];
-            const auto [ptr, ec] = std::to_chars(digits, digits + sizeof(digits), code);
-            (void)ec;
-            const size_t length = size_t(ptr - digits);
-            CodeLine& line = lines[size_t(code)];
-            size_t at = 0;
-            for (size_t i = length; i < 3; ++i)
-                line.text[at++] = ' ';
-            std::memcpy(line.text + at, digits, length);
-            at += length;
-            line.text[at++] = '\n';
-            line.length = uint8_t(at);
-        }
-        return lines;
-    }();
-    return table.get();
+    std::array<CodeLine, kMaxGroupCode + 1> lines{};
+    for (int code = 0; code <= kMaxGroupCode; ++code) {
+        char digits[4] = {};
+        size_t length = 0;
+        for (int rest = code; length == 0 || rest > 0; rest /= 10)
+            digits[length++] = char('0' + rest % 10);
+        CodeLine& line = lines[size_t(code)];
+        size_t at = 0;
+        for (size_t i = length; i < 3; ++i)
+            line.text[at++] = ' ';
+        while (length > 0)
+            line.text[at++] = digits[--length];
+        line.text[at++] = '\n';
+        line.length = uint8_t(at);
+    }
+    return lines;
 }
+constexpr std::array<CodeLine, kMaxGroupCode + 1> kCodeLines = makeCodeLines();
 
 // The longest code line: a sign and ten digits, then the line end.
 constexpr size_t kMaxCodeLine = 12;
@@ -533,7 +531,7 @@ bool GroupWriter::flush()
 char* GroupWriter::writeCode(char* at, int code)
 {
     if (code >= 0 && code <= kMaxGroupCode) {
-        const CodeLine& line = codeLines()[code];
+        const CodeLine& line = kCodeLines[size_t(code)];
         std::memcpy(at, line.text, sizeof(line.text));  // whole array: a fixed-size copy
         return at + line.length;
     }
