@@ -104,6 +104,24 @@ detail::Stub* detail::stubOf(VxDbObjectId id)
     return database ? database->stubAt(slotOf(id.value())) : nullptr;
 }
 
+void** detail::wrapperSlotOf(VxDbObjectId id, bool create)
+{
+    VxDbDatabase* database = databaseOf(id.value());
+    const uint64_t slot = slotOf(id.value());
+    if (!database || !database->stubAt(slot))
+        return nullptr;
+    auto& chunks = database->mWrapperChunks;
+    const size_t chunk = size_t(slot >> VxDbDatabase::kChunkBits);
+    if (chunk >= chunks.size() || !chunks[chunk]) {
+        if (!create)
+            return nullptr;
+        if (chunk >= chunks.size())
+            chunks.resize(chunk + 1);
+        chunks[chunk] = std::make_unique<void*[]>(size_t(1) << VxDbDatabase::kChunkBits);
+    }
+    return &chunks[chunk][slot & VxDbDatabase::kChunkMask];
+}
+
 // ---- ids ----
 
 bool VxDbObjectId::isValid() const
@@ -171,11 +189,11 @@ VxDbDatabase::~VxDbDatabase()
 size_t VxDbDatabase::clearWrapperRecords()
 {
     size_t cleared = 0;
-    for (uint64_t slot = 1; slot < mStubCount; ++slot) {
-        detail::Stub& stub = mStubChunks[slot >> kChunkBits][slot & kChunkMask];
-        cleared += stub.wrapper != nullptr;
-        stub.wrapper = nullptr;
+    for (const auto& chunk : mWrapperChunks) {
+        for (size_t i = 0; chunk && i < (size_t(1) << kChunkBits); ++i)
+            cleared += chunk[i] != nullptr;
     }
+    mWrapperChunks.clear();
     return cleared;
 }
 
@@ -213,7 +231,9 @@ inline size_t handleBucket(uint64_t handle, size_t mask)
 
 void VxDbDatabase::indexHandle(uint64_t handle, uint64_t slot)
 {
-    if ((mHandleCount + 1) * 2 > mHandleIndex.size()) {
+    // Three quarters full at most: handles mostly come in runs, which land in
+    // buckets of their own and never probe far.
+    if ((mHandleCount + 1) * 4 > mHandleIndex.size() * 3) {
         // Grow and re-enter every stub.
         const size_t capacity = mHandleIndex.empty() ? 1024 : mHandleIndex.size() * 2;
         mHandleIndex.assign(capacity, 0);

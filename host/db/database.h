@@ -28,12 +28,15 @@ struct Stub {
     uint64_t handle = 0;
     uint32_t flags = 0;
     uint32_t reserved = 0;
-    void* wrapper = nullptr;  // the link manager's record of the object's automation wrapper
 };
 enum : uint32_t { kStubErased = 1, kStubPermanentlyErased = 2 };
 
 Stub* stubOf(VxDbObjectId id);
 VxDbDatabase* databaseOf(uint64_t idValue);
+// Where the link manager records the automation wrapper of the object behind an id; kept
+// beside the stubs, since few objects of a drawing ever have one. Null when the id names no
+// slot, or (without create) when no object near it has a wrapper.
+void** wrapperSlotOf(VxDbObjectId id, bool create);
 
 }  // namespace detail
 
@@ -286,6 +289,7 @@ private:
     friend struct DatabaseAccess;
     friend VxDbDatabase* detail::databaseOf(uint64_t);
     friend detail::Stub* detail::stubOf(VxDbObjectId);
+    friend void** detail::wrapperSlotOf(VxDbObjectId, bool);
 
     detail::Stub* stubAt(uint64_t slot) const
     {
@@ -310,6 +314,7 @@ private:
     bool mNoDocument = false;
     bool mTearingDown = false;
     std::vector<std::unique_ptr<detail::Stub[]>> mStubChunks;
+    std::vector<std::unique_ptr<void*[]>> mWrapperChunks;  // by stub chunk, made on the first wrapper
     uint64_t mStubCount = 1;  // slot 0 is never used
     std::vector<uint32_t> mHandleIndex;  // open addressing: slot numbers, 0 empty
     uint64_t mHandleCount = 0;

@@ -109,12 +109,13 @@ protected:
     void copyDataFrom(const VxDbObject& other) override;
 
 private:
+    // First, so that it fills the room the object's own members leave at their end.
+    uint32_t mColor = uint32_t(VxCmEntityColor::kByLayer) << 24;
     VxDbObjectId mLayer;
     VxDbObjectId mLinetype;
     VxDbObjectId mMaterial;
     VxDbObjectId mPlotStyle;
     double mLinetypeScale = 1.0;
-    uint32_t mColor = uint32_t(VxCmEntityColor::kByLayer) << 24;
     uint32_t mTransparency = 0;  // packed, by layer
     int16_t mLineWeight = VxDb::kLnWtByLayer;
     uint8_t mPlotStyleType = VxDb::kPlotStyleNameByLayer;

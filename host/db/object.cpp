@@ -14,7 +14,7 @@
 namespace kx {
 
 // ---- allocation ----
-// Objects come from per-thread free lists of 16-byte size classes: a
+// Objects come from per-thread free lists of 8-byte size classes: a
 // drawing holds millions of small objects and the general allocator costs
 // more than the rest of making one. Under the address sanitizer the plain
 // allocator is used so that it can see every object.
@@ -26,7 +26,7 @@ constexpr bool kUsePool = false;
 #else
 constexpr bool kUsePool = true;
 #endif
-constexpr size_t kGranule = 16;
+constexpr size_t kGranule = 8;
 constexpr size_t kMaxPooled = 512;
 constexpr size_t kSizeClasses = kMaxPooled / kGranule;
 constexpr size_t kBlockSize = 256 * 1024;

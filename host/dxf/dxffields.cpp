@@ -1,8 +1,11 @@
 #include "dxf/dxffields.h"
 
+#include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <limits>
+#include <memory>
+#include <mutex>
 #include <string>
 #include <unordered_map>
 
@@ -36,20 +39,17 @@ VxGePoint3d fromOcs(const VxGePoint3d& p, const VxGeVector3d& normal)
     return out.transformBy(m);
 }
 
-VxGeVector3d normalOf(const VxDbKind& kind, const std::vector<VxDbFieldValue>& values)
-{
-    if (kind.normalIndex() < 0)
-        return VxGeVector3d::kZAxis;
-    const VxGeVector3d* n = std::get_if<VxGeVector3d>(&values[size_t(kind.normalIndex())]);
-    return n ? n->normal() : VxGeVector3d::kZAxis;
-}
-
 }  // namespace
 
 const VxRxClass* describedClassOfDxfName(std::string_view type)
 {
-    static const std::unordered_map<std::string, const VxRxClass*> classes = [] {
-        std::unordered_map<std::string, const VxRxClass*> byName;
+    struct Hash {
+        using is_transparent = void;
+        size_t operator()(std::string_view text) const { return std::hash<std::string_view>()(text); }
+    };
+    using ByName = std::unordered_map<std::string, const VxRxClass*, Hash, std::equal_to<>>;
+    static const ByName classes = [] {
+        ByName byName;
         VxRxDictionary* dictionary = vxrxClassDictionary();
         for (const std::wstring& key : dictionary->keys()) {
             const VxRxClass* cls = VxRxClass::cast(dictionary->at(key.c_str()));
@@ -66,7 +66,7 @@ const VxRxClass* describedClassOfDxfName(std::string_view type)
         }
         return byName;
     }();
-    auto it = classes.find(std::string(type));
+    auto it = classes.find(type);
     return it == classes.end() ? nullptr : it->second;
 }
 
@@ -153,19 +153,108 @@ void writeFields(GroupWriter& out, const VxDbObject& object, const VxDbKind& kin
     }
 }
 
+namespace {
+
+// Which field takes each group code, for a kind: the first field in the kind's order whose
+// code it is, or whose point it is a coordinate of (code + 10, code + 20). Built once a kind.
+struct CodeTable {
+    // 0: no field; else (field index << 2 | axis) + 1.
+    uint16_t slot[kMaxGroupCode + 1] = {};
+};
+
+CodeTable buildCodeTable(const VxDbKind& kind)
+{
+    CodeTable table;
+    const auto& fields = kind.fields();
+    auto take = [&](int code, size_t index, int axis) {
+        if (code >= 0 && code <= kMaxGroupCode && table.slot[code] == 0)
+            table.slot[code] = uint16_t(((index << 2) | size_t(axis)) + 1);
+    };
+    for (size_t i = 0; i < fields.size(); ++i) {
+        const VxDbField& field = *fields[i];
+        if (field.code == 0)
+            continue;
+        take(field.code, i, 0);
+        if (std::holds_alternative<VxGePoint3d>(field.defaultValue) ||
+            std::holds_alternative<VxGeVector3d>(field.defaultValue)) {
+            take(field.code + 10, i, 1);
+            take(field.code + 20, i, 2);
+        }
+    }
+    return table;
+}
+
+const CodeTable& codeTableOf(const VxDbKind& kind)
+{
+    // A few kinds alternate while a record and its followers are read (a polyline and its
+    // vertices): a small cache each thread, in front of the shared tables. Plain pointers,
+    // nothing for a thread's end to destroy.
+    constexpr size_t kRecent = 4;
+    thread_local const VxDbKind* recentKind[kRecent] = {};
+    thread_local const CodeTable* recentTable[kRecent] = {};
+    thread_local size_t recentNext = 0;
+    for (size_t i = 0; i < kRecent; ++i) {
+        if (recentKind[i] == &kind)
+            return *recentTable[i];
+    }
+    static std::mutex mutex;
+    static std::unordered_map<const VxDbKind*, std::unique_ptr<CodeTable>> tables;
+    const CodeTable* table = nullptr;
+    {
+        std::lock_guard<std::mutex> lock(mutex);
+        std::unique_ptr<CodeTable>& slot = tables[&kind];
+        if (!slot)
+            slot = std::make_unique<CodeTable>(buildCodeTable(kind));
+        table = slot.get();
+    }
+    recentKind[recentNext] = &kind;
+    recentTable[recentNext] = table;
+    recentNext = (recentNext + 1) % kRecent;
+    return *table;
+}
+
+bool groupDouble(const FieldGroup& group, double& out)
+{
+    if (group.number) {
+        out = *group.number;
+        return true;
+    }
+    return parseDouble(group.value, out);
+}
+
+bool groupInt(const FieldGroup& group, int64_t& out)
+{
+    // Integral numbers a double holds exactly read the same as their text.
+    if (group.number && *group.number == std::floor(*group.number) && std::fabs(*group.number) < 9007199254740992.0) {
+        out = int64_t(*group.number);
+        return true;
+    }
+    return parseInt(group.value, out);
+}
+
+}  // namespace
+
 bool readFields(VxDbObject& object, const VxDbKind& kind, const std::vector<FieldGroup>& groups, bool utf8File,
                 std::vector<NamedRecord>* names)
 {
     const auto& fields = kind.fields();
     if (fields.size() > 64)
         return false;  // the read mask has a bit a field
-    std::vector<VxDbFieldValue> values;
-    values.reserve(fields.size());
+    const CodeTable& table = codeTableOf(kind);
+    // The values being read: on the stack for the usual few fields.
+    constexpr size_t kLocal = 16;
+    VxDbFieldValue local[kLocal];
+    std::vector<VxDbFieldValue> heap;
+    VxDbFieldValue* values = local;
+    if (fields.size() > kLocal) {
+        heap.resize(fields.size());
+        values = heap.data();
+    }
     const VxDbField* chunked = nullptr;
-    for (const VxDbField* field : fields) {
-        values.push_back(field->get(object));
-        if (field->flags & kxdxf::kChunked)
-            chunked = field;
+    for (size_t i = 0; i < fields.size(); ++i) {
+        values[i] = fields[i]->get(object);
+        if (fields[i]->flags & kxdxf::kChunked)
+            chunked = fields[i];
     }
     uint64_t readMask = 0;
     std::string chunks;  // groups 3 of a long text, until its own group
@@ -177,69 +266,69 @@ bool readFields(VxDbObject& object, const VxDbKind& kind, const std::vector<Fiel
             chunks += group.value;
             continue;
         }
-        bool taken = false;
-        for (size_t i = 0; i < fields.size() && !taken; ++i) {
-            const VxDbField& field = *fields[i];
-            VxDbFieldValue& value = values[i];
-            if (field.code == 0)
-                continue;
-            const int axis = (group.code - field.code) / 10;
-            const bool spatial =
-                std::holds_alternative<VxGePoint3d>(value) || std::holds_alternative<VxGeVector3d>(value);
-            if (group.code != field.code && !(spatial && group.code > field.code && (group.code - field.code) % 10 == 0 &&
-                                              axis <= 2))
-                continue;
-            taken = true;
-            readMask |= uint64_t(1) << i;
-            double real = 0.0;
-            int64_t integer = 0;
-            bool ok = true;
-            std::visit(
-                [&](auto& v) {
-                    using T = std::decay_t<decltype(v)>;
-                    if constexpr (std::is_same_v<T, double>) {
-                        ok = parseDouble(group.value, real);
-                        v = real;
-                    } else if constexpr (std::is_same_v<T, int16_t> || std::is_same_v<T, int32_t>) {
-                        ok = parseInt(group.value, integer) && integer >= std::numeric_limits<T>::min() &&
-                             integer <= std::numeric_limits<T>::max();
-                        v = T(integer);
-                    } else if constexpr (std::is_same_v<T, bool>) {
-                        ok = parseInt(group.value, integer);
-                        v = integer != 0;
-                    } else if constexpr (std::is_same_v<T, VxGePoint3d> || std::is_same_v<T, VxGeVector3d>) {
-                        ok = parseDouble(group.value, real);
-                        (axis == 0 ? v.x : axis == 1 ? v.y : v.z) = real;
-                    } else if constexpr (std::is_same_v<T, VxDbObjectId>) {
-                        // Resolved by the reader once the records are there; an empty name is none.
-                        ok = names != nullptr;
-                        v = VxDbObjectId();
-                        if (ok && !group.value.empty())
-                            names->push_back({i, decodeText(group.value, utf8File)});
-                    } else if (&field == chunked && !chunks.empty()) {
-                        chunks += group.value;
-                        v = decodeText(chunks, utf8File);
-                        chunks.clear();
-                    } else {
-                        v = decodeText(group.value, utf8File);
-                    }
-                },
-                value);
-            if (!ok)
-                return false;
-        }
-        if (!taken) {
+        const unsigned slot = group.code >= 0 && group.code <= kMaxGroupCode ? table.slot[group.code] : 0;
+        if (slot == 0) {
             const auto readGroup = kind.fileHooks().readGroup;
             if (!readGroup || !readGroup(object, group.code, group.value))
                 return false;  // a group this kind does not hold
+            continue;
         }
+        const size_t i = (slot - 1) >> 2;
+        const int axis = int((slot - 1) & 3);
+        const VxDbField& field = *fields[i];
+        VxDbFieldValue& value = values[i];
+        readMask |= uint64_t(1) << i;
+        double real = 0.0;
+        int64_t integer = 0;
+        bool ok = true;
+        std::visit(
+            [&](auto& v) {
+                using T = std::decay_t<decltype(v)>;
+                if constexpr (std::is_same_v<T, double>) {
+                    ok = groupDouble(group, real);
+                    v = real;
+                } else if constexpr (std::is_same_v<T, int16_t> || std::is_same_v<T, int32_t>) {
+                    ok = groupInt(group, integer) && integer >= std::numeric_limits<T>::min() &&
+                         integer <= std::numeric_limits<T>::max();
+                    v = T(integer);
+                } else if constexpr (std::is_same_v<T, bool>) {
+                    ok = groupInt(group, integer);
+                    v = integer != 0;
+                } else if constexpr (std::is_same_v<T, VxGePoint3d> || std::is_same_v<T, VxGeVector3d>) {
+                    ok = groupDouble(group, real);
+                    (axis == 0 ? v.x : axis == 1 ? v.y : v.z) = real;
+                } else if constexpr (std::is_same_v<T, VxDbObjectId>) {
+                    // Resolved by the reader once the records are there; an empty name is none.
+                    ok = names != nullptr;
+                    v = VxDbObjectId();
+                    if (ok && !group.value.empty())
+                        names->push_back({i, decodeText(group.value, utf8File)});
+                } else if (&field == chunked && !chunks.empty()) {
+                    chunks += group.value;
+                    v = decodeText(chunks, utf8File);
+                    chunks.clear();
+                } else {
+                    v = decodeText(group.value, utf8File);
+                }
+            },
+            value);
+        if (!ok)
+            return false;
     }
     if (!chunks.empty())
         return false;  // parts of a text without its end
 
-    const VxGeVector3d normal = normalOf(kind, values);
+    VxGeVector3d normal = VxGeVector3d::kZAxis;
+    if (kind.normalIndex() >= 0) {
+        if (const VxGeVector3d* n = std::get_if<VxGeVector3d>(&values[size_t(kind.normalIndex())]))
+            normal = n->normal();
+    }
     for (size_t i = 0; i < fields.size(); ++i) {
         const VxDbField& field = *fields[i];
+        // A field the file left alone keeps what the new object holds; only those the file
+        // wrote, and those read in another system, go through their checks.
+        if (!(readMask & (uint64_t(1) << i)) && !(field.flags & (kxdxf::kDegrees | kxdxf::kOcs)))
+            continue;
         if (double* angle = std::get_if<double>(&values[i]); angle && (field.flags & kxdxf::kDegrees))
             *angle = vxgeDegreesToRadians(*angle);
         if (VxGePoint3d* p = std::get_if<VxGePoint3d>(&values[i]); p && (field.flags & kxdxf::kOcs))

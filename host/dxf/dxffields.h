@@ -36,6 +36,7 @@ void writeFields(GroupWriter& out, const VxDbObject& object, const VxDbKind& kin
 struct FieldGroup {
     int code;
     std::string_view value;
+    const double* number = nullptr;  // the value already parsed, when the reader did
 };
 
 // A record that follows an object's own (a VERTEX after its POLYLINE): its type, its handle

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <queue>
@@ -117,12 +118,21 @@ constexpr uint32_t kNone = UINT32_MAX;
 constexpr uint32_t kByOwner = UINT32_MAX - 1;  // the block follows from the entity's owner
 constexpr size_t kMaxWarnings = 50;
 
-// ---- one record's groups, copied out of the file ----
+// ---- one record's groups: views of the file's text ----
 
+// A group's value points into the file, which outlives the reader; only
+// values a binary file's numbers were turned into are copied, into the
+// record's arena. Numbers the group reader parsed travel along.
 struct RawGroup {
     int16_t code;
-    uint32_t offset;
+    bool inArena;
+    bool hasNumber;
     uint32_t length;
+    union {
+        const char* data;
+        size_t offset;
+    };
+    double number;
 };
 
 class Record {
@@ -132,24 +142,43 @@ public:
         mGroups.clear();
         mArena.clear();
     }
-    void add(int code, std::string_view value)
+    void add(const GroupReader& in)
     {
-        mGroups.push_back({int16_t(code), uint32_t(mArena.size()), uint32_t(value.size())});
-        mArena.append(value);
+        const std::string_view value = in.value();
+        RawGroup& g = mGroups.emplace_back();
+        g.code = int16_t(in.code());
+        g.hasNumber = in.hasNumber();
+        g.number = in.number();
+        g.length = uint32_t(value.size());
+        g.inArena = !in.valueInData();
+        if (g.inArena) {
+            g.offset = mArena.size();
+            mArena.append(value);
+        } else {
+            g.data = value.data();
+        }
     }
     size_t size() const { return mGroups.size(); }
     int code(size_t i) const { return mGroups[i].code; }
     std::string_view value(size_t i) const
     {
-        return std::string_view(mArena).substr(mGroups[i].offset, mGroups[i].length);
+        const RawGroup& g = mGroups[i];
+        return g.inArena ? std::string_view(mArena).substr(g.offset, g.length) : std::string_view(g.data, g.length);
     }
+    // The parsed number of a group whose code holds one; null otherwise.
+    const double* number(size_t i) const { return mGroups[i].hasNumber ? &mGroups[i].number : nullptr; }
     double real(size_t i) const
     {
+        if (const double* n = number(i))
+            return *n;
         double v = 0.0;
         return parseDouble(value(i), v) ? v : 0.0;
     }
     int64_t integer(size_t i) const
     {
+        // Integral numbers a double holds exactly read the same as their text.
+        if (const double* n = number(i); n && *n == std::floor(*n) && std::fabs(*n) < 9007199254740992.0)
+            return int64_t(*n);
         int64_t v = 0;
         return parseInt(value(i), v) ? v : 0;
     }
@@ -161,6 +190,8 @@ public:
     // Whether value i holds a number, for checks of groups that must.
     bool isNumber(size_t i) const
     {
+        if (mGroups[i].hasNumber)
+            return true;
         double v = 0.0;
         return parseDouble(value(i), v);
     }
@@ -306,6 +337,16 @@ private:
     uint32_t blockForOwner(uint64_t ownerHandle, bool paperSpace);
     uint32_t blockNamed(const std::wstring& name, bool create);
     std::wstring text(std::string_view raw) const { return decodeText(raw, mUtf8); }
+    // The described class of a record type; records of one type mostly come in a row.
+    const VxRxClass* describedClass(const std::string& type)
+    {
+        if (!mLastTypeKnown || type != mLastType) {
+            mLastType = type;
+            mLastTypeClass = describedClassOfDxfName(type);
+            mLastTypeKnown = true;
+        }
+        return mLastTypeClass;
+    }
 
     // ---- placing ----
     void assignMissingHandles();
@@ -335,6 +376,10 @@ private:
     std::vector<NamedRecord> mNamedRecords;  // of the last described record
     uint64_t mFileHandseed = 0;
     uint64_t mMaxHandle = 0;
+    bool mXDataRead = false;  // some object took extended data from the file
+    std::string mLastType;
+    const VxRxClass* mLastTypeClass = nullptr;
+    bool mLastTypeKnown = false;
 
     std::vector<HeaderVar> mHeader;
     std::unordered_map<std::string, VxDbDxfClassInfo, StringHash, std::equal_to<>> mClasses;
@@ -343,8 +388,11 @@ private:
     std::unordered_map<std::wstring, uint32_t, VxNoCaseHash, VxNoCaseEqual> mRecordByName[kTableCount];
     std::vector<PendingBlock> mBlocks;
     std::unordered_map<std::wstring, uint32_t, VxNoCaseHash, VxNoCaseEqual> mBlockByName;
-    std::unordered_map<uint64_t, uint32_t> mBlockByRecordHandle;
-    std::vector<PendingEntity> mEntities;
+    std::unordered_map<uint64_t, uint32_t> mBlockByRecordHandle;  // entries never change once made
+    uint64_t mLastOwnerHandle = 0;
+    uint32_t mLastOwnerBlock = kNone;
+    // A deque: millions of entries grow without a copy of them all beside the old ones.
+    std::deque<PendingEntity> mEntities;
     std::vector<Pending> mObjects;
     uint32_t mRootDictionary = kNone;  // into mObjects
 
@@ -354,6 +402,8 @@ private:
     uint32_t mLastLayer = kNone;
     std::vector<InternedName> mLinetypeNames;
     std::unordered_map<std::string, uint32_t, StringHash, std::equal_to<>> mLinetypeIndex;
+    std::string mLastLinetypeRaw;
+    uint32_t mLastLinetype = kNone;
 
     // Work that needs every object resident: resolving references.
     std::vector<std::function<void()>> mLinks;
@@ -402,7 +452,7 @@ bool Reader::nextRecord(Record& record)
             mIn.pushBack();
             return true;
         }
-        record.add(mIn.code(), mIn.value());
+        record.add(mIn);
     }
     if (mIn.failed())
         return false;
@@ -460,9 +510,14 @@ uint32_t Reader::internLayer(std::string_view raw)
 
 uint32_t Reader::internLinetype(std::string_view raw)
 {
+    if (mLastLinetype != kNone && raw == mLastLinetypeRaw)
+        return mLastLinetype;
     auto it = mLinetypeIndex.find(raw);
-    if (it != mLinetypeIndex.end())
+    if (it != mLinetypeIndex.end()) {
+        mLastLinetypeRaw.assign(raw);
+        mLastLinetype = it->second;
         return it->second;
+    }
     const uint32_t index = uint32_t(mLinetypeNames.size());
     InternedName name;
     name.name = text(raw);
@@ -475,6 +530,8 @@ uint32_t Reader::internLinetype(std::string_view raw)
         warn("a linetype the table lacks: " + std::string(raw));
     mLinetypeNames.push_back(std::move(name));
     mLinetypeIndex.emplace(std::string(raw), index);
+    mLastLinetypeRaw.assign(raw);
+    mLastLinetype = index;
     return index;
 }
 
@@ -586,6 +643,7 @@ void Reader::applyXData(VxDbObject* object, VxResBufPtr& xdata)
 {
     if (!xdata)
         return;
+    mXDataRead = true;
     if (object->setXData(xdata.get()) == Velt::eOk)
         return;
     // Refused as a whole: keep each application's group the host takes, so
@@ -664,7 +722,7 @@ bool Reader::readHeader()
         }
         if (!current)
             return mIn.fail(Velt::eInvalidDxfCode, "a header value without a name");
-        current->groups.add(code, mIn.value());
+        current->groups.add(mIn);
         if (current->name == "$ACADVER" && code == 1) {
             if (vxdbDxfVersionFromName(mIn.trimmedValue(), mVersion)) {
                 mUtf8 = isUtf8Version(mVersion);
@@ -931,9 +989,15 @@ uint32_t Reader::blockNamed(const std::wstring& name, bool create)
 uint32_t Reader::blockForOwner(uint64_t ownerHandle, bool paperSpace)
 {
     if (ownerHandle) {
+        // Entities of one block come together: the last owner's block first.
+        if (ownerHandle == mLastOwnerHandle)
+            return mLastOwnerBlock;
         auto it = mBlockByRecordHandle.find(ownerHandle);
-        if (it != mBlockByRecordHandle.end())
+        if (it != mBlockByRecordHandle.end()) {
+            mLastOwnerHandle = ownerHandle;
+            mLastOwnerBlock = it->second;
             return it->second;
+        }
     }
     return blockNamed(paperSpace ? VxDbBlockTableRecord::kPaperSpaceName : VxDbBlockTableRecord::kModelSpaceName, true);
 }
@@ -1512,7 +1576,7 @@ VxDbEntity* Reader::makeKnownEntity(const Record& record, const std::vector<size
     keepOpaque = false;
     mNamedRecords.clear();
     const std::string& type = record.type;
-    const VxRxClass* cls = describedClassOfDxfName(type);
+    const VxRxClass* cls = describedClass(type);
     if (cls && type == "INSERT") {
         // A grid of insertions says so by its subclass or its counts.
         for (size_t i : body) {
@@ -1529,7 +1593,7 @@ VxDbEntity* Reader::makeKnownEntity(const Record& record, const std::vector<size
     std::vector<FieldGroup>& groups = mFieldGroups;
     groups.clear();
     for (size_t i : body)
-        groups.push_back({record.code(i), record.value(i)});
+        groups.push_back({record.code(i), record.value(i), record.number(i)});
     // Kinds that share a record type: the groups say which one this is (none: kept as it is).
     if (const auto choose = vxdbKindOf(cls)->fileHooks().recordClass)
         cls = choose(groups);
@@ -1577,7 +1641,7 @@ bool Reader::readSubRecords(VxDbObject& object, const VxDbKind& kind, const std:
             switch (sub.code(i)) {
             case 100: case 8: case 6: case 62: case 420: case 370: case 48: case 60: case 440: case 347:
             case 390: case 67: case 410: continue;
-            default: records[r].groups.push_back({sub.code(i), sub.value(i)});
+            default: records[r].groups.push_back({sub.code(i), sub.value(i), sub.number(i)});
             }
         }
     }
@@ -1608,7 +1672,7 @@ void Reader::parseEntity(Record& record, uint32_t block, std::vector<Record>* su
             modelledFollowers = modelledFollowers && (sub.type == follower || sub.type == "SEQEND");
     }
     const bool knownKind =
-        (subRecords == nullptr || modelledFollowers) && describedClassOfDxfName(record.type) != nullptr;
+        (subRecords == nullptr || modelledFollowers) && describedClass(record.type) != nullptr;
     size_t layer = SIZE_MAX, linetype = SIZE_MAX, color = SIZE_MAX, trueColor = SIZE_MAX, weight = SIZE_MAX,
            scale = SIZE_MAX, invisible = SIZE_MAX, alpha = SIZE_MAX;
     uint64_t material = 0, plotStyle = 0;
@@ -2929,7 +2993,7 @@ Velt::ErrorStatus Reader::run()
     // before the objects were resident: register them, or the drawing would
     // be written with data that names no application.
     std::unordered_set<std::wstring, VxNoCaseHash, VxNoCaseEqual> apps;
-    for (size_t slot = 1; slot < mDb->objectSlotCount(); ++slot) {
+    for (size_t slot = 1; mXDataRead && slot < mDb->objectSlotCount(); ++slot) {
         const VxDbObject* object = detail::objectOf(mDb->objectIdAtSlot(slot));
         for (const VxResBuf* rb = object ? object->xDataChain() : nullptr; rb; rb = rb->rbnext) {
             if (rb->restype == 1001 && rb->resval.rstring && apps.insert(rb->resval.rstring).second &&

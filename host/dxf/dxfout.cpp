@@ -76,7 +76,23 @@ private:
     uint64_t newHandle() { return mNextHandle++; }
     const std::string& nameOf(VxDbObjectId recordId);
     const std::string& dxfNameOf(const VxRxClass* cls);
-    void head(const char* type, VxDbObject* object, VxDbObjectId owner, int handleCode = 5);
+    // What the writer asks of an object's class, asked once a class: a drawing holds
+    // millions of objects of a few classes.
+    struct ClassInfo {
+        bool entity = false;
+        bool tableOrRecord = false;  // a symbol table or one of its records
+        bool opaque = false;
+        bool opaqueObject = false;
+        bool arcText = false;
+        bool insert = false;
+        bool viewport = false;
+        const VxDbKind* kind = nullptr;
+        const std::string* dxfName = nullptr;
+    };
+    const ClassInfo& classInfo(const VxRxClass* cls);
+    // The object behind an id when it is there and not erased; one look at its stub.
+    static VxDbObject* liveObject(VxDbObjectId id);
+    void head(std::string_view type, VxDbObject* object, VxDbObjectId owner, int handleCode = 5);
     void xdata(const VxDbObject* object);
     void xdataChain(const VxResBuf* chain);
     void keptGroups(const VxDbDxfGroups& groups);
@@ -105,7 +121,12 @@ private:
     uint64_t mNextHandle = 0;
     std::string mText;
     std::unordered_map<uint64_t, std::string> mNames;  // encoded record names by id
+    uint64_t mLastNameId = 0;
+    const std::string* mLastName = nullptr;
     std::unordered_map<const VxRxClass*, std::string> mDxfNames;
+    std::unordered_map<const VxRxClass*, ClassInfo> mClassInfos;
+    const VxRxClass* mLastClass = nullptr;
+    const ClassInfo* mLastClassInfo = nullptr;
     std::vector<std::pair<std::wstring, uint64_t>> mExtraApps;  // application records the writer adds
     VxDbObjectId mModelSpace, mPaperSpace, mByLayerLinetype, mByLayerMaterial;
 };
@@ -126,22 +147,32 @@ void Writer::utf8(int code, std::string_view text)
 
 uint64_t Writer::handleValue(VxDbObjectId id) const
 {
-    if (id.isNull() || id.database() != mDb || !id.isValid() || id.isErased())
+    // One look at the stub: an object of this drawing, there and not erased.
+    if (id.isNull() || id.database() != mDb)
         return 0;
-    return id.handle().value();
+    const detail::Stub* stub = detail::stubOf(id);
+    if (!stub || !stub->object || (stub->flags & (detail::kStubErased | detail::kStubPermanentlyErased)))
+        return 0;
+    return stub->handle;
 }
 
 void Writer::handleOf(int code, VxDbObjectId id) { mOut.handle(code, handleValue(id)); }
 
 const std::string& Writer::nameOf(VxDbObjectId recordId)
 {
+    // Entities in a row mostly share their layer.
+    if (mLastName && recordId.value() == mLastNameId)
+        return *mLastName;
     auto it = mNames.find(recordId.value());
-    if (it != mNames.end())
-        return it->second;
-    std::string encoded;
-    if (auto* record = VxDbSymbolTableRecord::cast(detail::objectOf(recordId)))
-        appendEncoded(encoded, record->name(), mUtf8);
-    return mNames.emplace(recordId.value(), std::move(encoded)).first->second;
+    if (it == mNames.end()) {
+        std::string encoded;
+        if (auto* record = VxDbSymbolTableRecord::cast(detail::objectOf(recordId)))
+            appendEncoded(encoded, record->name(), mUtf8);
+        it = mNames.emplace(recordId.value(), std::move(encoded)).first;
+    }
+    mLastNameId = recordId.value();
+    mLastName = &it->second;  // elements of the map stay where they are
+    return it->second;
 }
 
 const std::string& Writer::dxfNameOf(const VxRxClass* cls)
@@ -154,7 +185,38 @@ const std::string& Writer::dxfNameOf(const VxRxClass* cls)
     return name;
 }
 
-void Writer::head(const char* type, VxDbObject* object, VxDbObjectId owner, int handleCode)
+const Writer::ClassInfo& Writer::classInfo(const VxRxClass* cls)
+{
+    if (cls == mLastClass && mLastClassInfo)
+        return *mLastClassInfo;
+    auto [it, added] = mClassInfos.try_emplace(cls);
+    if (added && cls) {
+        ClassInfo& info = it->second;
+        info.entity = cls->isDerivedFrom(VxDbEntity::desc());
+        info.tableOrRecord =
+            cls->isDerivedFrom(VxDbSymbolTable::desc()) || cls->isDerivedFrom(VxDbSymbolTableRecord::desc());
+        info.opaque = cls->isDerivedFrom(VxDbDxfOpaqueEntity::desc());
+        info.opaqueObject = cls->isDerivedFrom(VxDbDxfOpaqueObject::desc());
+        info.arcText = cls->isDerivedFrom(VxDbArcAlignedText::desc());
+        info.insert = cls->isDerivedFrom(VxDbBlockReference::desc());
+        info.viewport = cls->isDerivedFrom(VxDbViewport::desc());
+        info.kind = vxdbKindOf(cls);
+        info.dxfName = &dxfNameOf(cls);
+    }
+    mLastClass = cls;
+    mLastClassInfo = &it->second;  // elements of the map stay where they are
+    return it->second;
+}
+
+VxDbObject* Writer::liveObject(VxDbObjectId id)
+{
+    const detail::Stub* stub = detail::stubOf(id);
+    if (!stub || !stub->object || (stub->flags & (detail::kStubErased | detail::kStubPermanentlyErased)))
+        return nullptr;
+    return stub->object;
+}
+
+void Writer::head(std::string_view type, VxDbObject* object, VxDbObjectId owner, int handleCode)
 {
     mOut.text(0, type);
     handleOf(handleCode, object->objectId());
@@ -335,18 +397,20 @@ uint64_t Writer::countExtraHandles()
             continue;
         count += 2;
         for (VxDbObjectId entityId : block->entityIds()) {
-            if (auto* insert = VxDbBlockReference::cast(detail::objectOf(entityId)); insert && insert->attributesFollow())
-                ++count;  // its end record
-            if (const VxDbObject* object = detail::objectOf(entityId)) {
-                if (const VxDbKind* kind = vxdbKindOf(object); kind && kind->fileHooks().subObjects) {
-                    std::vector<SubObject> subs;
-                    kind->fileHooks().subObjects(*object, subs);
-                    count += subs.size() + 1;  // and the end record
-                }
-            }
-            auto* opaque = VxDbDxfOpaqueEntity::cast(detail::objectOf(entityId));
-            if (!opaque)
+            VxDbObject* object = detail::objectOf(entityId);
+            if (!object)
                 continue;
+            const ClassInfo& info = classInfo(object->isA());
+            if (info.insert && static_cast<VxDbBlockReference*>(object)->attributesFollow())
+                ++count;  // its end record
+            if (const VxDbKind* kind = info.kind; kind && kind->fileHooks().subObjects) {
+                std::vector<SubObject> subs;
+                kind->fileHooks().subObjects(*object, subs);
+                count += subs.size() + 1;  // and the end record
+            }
+            if (!info.opaque)
+                continue;
+            auto* opaque = static_cast<VxDbDxfOpaqueEntity*>(object);
             for (const VxDbDxfSubRecord& sub : opaque->subRecords()) {
                 if (sub.handleId.isNull() || sub.handleId.database() != mDb)
                     ++count;
@@ -381,15 +445,18 @@ void Writer::classes()
     // Kept records of kinds that files declare.
     for (size_t slot = 1; slot < mDb->objectSlotCount(); ++slot) {
         VxDbObject* object = detail::objectOf(mDb->objectIdAtSlot(slot));
+        if (!object)
+            continue;
+        const ClassInfo& kind = classInfo(object->isA());
         const VxDbDxfClassInfo* info = nullptr;
-        if (auto* e = VxDbDxfOpaqueEntity::cast(object))
-            info = &e->classInfo();
-        else if (auto* o = VxDbDxfOpaqueObject::cast(object))
-            info = &o->classInfo();
+        if (kind.opaque)
+            info = &static_cast<VxDbDxfOpaqueEntity*>(object)->classInfo();
+        else if (kind.opaqueObject)
+            info = &static_cast<VxDbDxfOpaqueObject*>(object)->classInfo();
         if (info && info->isSet() && !object->isErased())
             write(info->dxfName, info->cppName, info->appName, info->proxyFlags, info->wasProxy, info->isEntity);
         // Described kinds whose records files declare as classes.
-        if (VxDbArcAlignedText::cast(object) && !object->isErased())
+        if (kind.arcText && !object->isErased())
             write("ARCALIGNEDTEXT", "AcDbArcAlignedText", "ArcAlignedText", 0, false, true);
     }
     mOut.text(0, "ENDSEC");
@@ -737,9 +804,9 @@ void Writer::entities()
             continue;
         const bool paper = spaceId == mPaperSpace;
         for (VxDbObjectId entityId : space->entityIds()) {
-            auto* entity = VxDbEntity::cast(detail::objectOf(entityId));
-            if (entity && !entity->isErased())
-                this->entity(entity, spaceId, paper);
+            VxDbObject* object = liveObject(entityId);
+            if (object && classInfo(object->isA()).entity)
+                this->entity(static_cast<VxDbEntity*>(object), spaceId, paper);
         }
     }
     mOut.text(0, "ENDSEC");
@@ -797,8 +864,11 @@ void Writer::embeddedMText(VxDbEntity* entity)
 
 void Writer::entity(VxDbEntity* entity, VxDbObjectId owner, bool paperSpace)
 {
-    if (auto* opaque = VxDbDxfOpaqueEntity::cast(entity)) {
-        head(opaque->dxfName().c_str(), entity, owner);
+    const VxRxClass* cls = entity->isA();
+    const ClassInfo& info = classInfo(cls);
+    if (info.opaque) {
+        auto* opaque = static_cast<VxDbDxfOpaqueEntity*>(entity);
+        head(opaque->dxfName(), entity, owner);
         entityCommon(entity, paperSpace);
         keptGroups(opaque->groups());
         xdata(entity);
@@ -813,15 +883,16 @@ void Writer::entity(VxDbEntity* entity, VxDbObjectId owner, bool paperSpace)
         }
         return;
     }
-    auto* insert = VxDbBlockReference::cast(entity);
+    auto* insert = info.insert ? static_cast<VxDbBlockReference*>(entity) : nullptr;
     if (insert && !handleValue(insert->blockTableRecord()))
         return;  // an insertion of nothing cannot be written
-    if (const VxDbKind* kind = vxdbKindOf(entity); kind && *entity->isA()->dxfName()) {
-        head(dxfNameOf(entity->isA()).c_str(), entity, owner);
+    if (const VxDbKind* kind = info.kind; kind && *cls->dxfName()) {
+        head(info.dxfName->c_str(), entity, owner);
         entityCommon(entity, paperSpace);
         writeFields(mOut, *entity, *kind, mVersion, mUtf8, [this](VxDbObjectId id) { return nameOf(id); });
         embeddedMText(entity);
-        if (auto* viewport = VxDbViewport::cast(entity); viewport && mVersion >= VxDbDxfVersion::kR13) {
+        if (auto* viewport = info.viewport ? static_cast<VxDbViewport*>(entity) : nullptr;
+            viewport && mVersion >= VxDbDxfVersion::kR13) {
             for (VxDbObjectId layer : viewport->frozenLayers()) {
                 if (handleValue(layer) && !layer.isErased())
                     handleOf(331, layer);
@@ -834,7 +905,7 @@ void Writer::entity(VxDbEntity* entity, VxDbObjectId owner, bool paperSpace)
     }
     xdata(entity);
     // Objects an entity owns as its own data (a polyline's vertices) follow it, up to the end record.
-    if (const VxDbKind* kind = vxdbKindOf(entity); kind && kind->fileHooks().subObjects) {
+    if (const VxDbKind* kind = info.kind; kind && kind->fileHooks().subObjects) {
         std::vector<SubObject> subs;
         kind->fileHooks().subObjects(*entity, subs);
         for (const SubObject& sub : subs) {
@@ -888,9 +959,10 @@ void Writer::objects()
         const VxDbObjectId id = mDb->objectIdAtSlot(slot);
         if (id == root)
             continue;
-        VxDbObject* object = detail::objectOf(id);
-        if (!object || object->isErased() || VxDbEntity::cast(object) || VxDbSymbolTable::cast(object) ||
-            VxDbSymbolTableRecord::cast(object))
+        VxDbObject* object = liveObject(id);
+        if (!object)
+            continue;
+        if (const ClassInfo& info = classInfo(object->isA()); info.entity || info.tableOrRecord)
             continue;
         // Objects whose owner is gone go with it; objects nothing owns are
         // out of the drawing.
@@ -905,7 +977,7 @@ void Writer::object(VxDbObject* object)
 {
     const VxDbObjectId owner = object->ownerId();
     if (auto* opaque = VxDbDxfOpaqueObject::cast(object)) {
-        head(opaque->dxfName().c_str(), object, owner);
+        head(opaque->dxfName(), object, owner);
         keptGroups(opaque->groups());
     } else if (auto* dictionary = VxDbDictionary::cast(object)) {
         // The plot-style names have a default entry: "Normal".

@@ -1,13 +1,17 @@
 #include "dxf/dxfstream.h"
 
 #include <algorithm>
+#include <array>
+#include <bit>
 #include <charconv>
 #include <cmath>
 #include <cstring>
 
 namespace kx::dxf {
 
-ValueKind valueKindOf(int code)
+namespace {
+
+constexpr ValueKind kindOfCode(int code)
 {
     if (code < 0)
         return ValueKind::kString;
@@ -86,6 +90,24 @@ ValueKind valueKindOf(int code)
     return ValueKind::kString;
 }
 
+// The kinds of every code a file may use, worked out while compiling: the reader asks for
+// each group.
+constexpr std::array<ValueKind, kMaxGroupCode + 1> makeValueKinds()
+{
+    std::array<ValueKind, kMaxGroupCode + 1> kinds{};
+    for (int code = 0; code <= kMaxGroupCode; ++code)
+        kinds[size_t(code)] = kindOfCode(code);
+    return kinds;
+}
+constexpr std::array<ValueKind, kMaxGroupCode + 1> kValueKinds = makeValueKinds();
+
+}  // namespace
+
+ValueKind valueKindOf(int code)
+{
+    return code >= 0 && code <= kMaxGroupCode ? kValueKinds[size_t(code)] : kindOfCode(code);
+}
+
 bool isReferenceCode(int code)
 {
     return (code >= 320 && code <= 369) || (code >= 390 && code <= 399) || code == 480 || code == 481;
@@ -104,6 +126,41 @@ std::string_view trim(std::string_view text)
     return text.substr(begin, end - begin);
 }
 
+// Plain decimals of at most 15 digits ("-12.375"), most numbers of a file: the
+// digits make an exact integer and the power of ten is an exact double, so one
+// division rounds correctly, to what the general parser gives. Anything else
+// (more digits, an exponent) is left to it.
+bool parseShortDecimal(const char* p, const char* end, double& out)
+{
+    static constexpr double kPowersOfTen[16] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                                1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+    const bool negative = p != end && *p == '-';
+    if (negative)
+        ++p;
+    uint64_t mantissa = 0;
+    int digits = 0;
+    int fraction = 0;
+    bool point = false;
+    for (; p != end; ++p) {
+        const unsigned digit = unsigned(*p) - unsigned('0');
+        if (digit <= 9) {
+            if (++digits > 15)
+                return false;
+            mantissa = mantissa * 10 + digit;
+            fraction += point;
+        } else if (*p == '.' && !point) {
+            point = true;
+        } else {
+            return false;
+        }
+    }
+    if (digits == 0)
+        return false;
+    const double value = double(mantissa) / kPowersOfTen[fraction];
+    out = negative ? -value : value;
+    return true;
+}
+
 constexpr std::string_view kBinarySentinel("AutoCAD Binary DXF\r\n\x1a\0", 22);
 
 }  // namespace
@@ -116,6 +173,8 @@ bool parseDouble(std::string_view text, double& out)
     if (text[0] == '+')
         text.remove_prefix(1);
     const char* end = text.data() + text.size();
+    if (parseShortDecimal(text.data(), end, out))
+        return true;
     auto [ptr, ec] = std::from_chars(text.data(), end, out);
     if (ec != std::errc() || ptr != end)
         return false;
@@ -200,8 +259,27 @@ bool GroupReader::readLine(std::string_view& line)
         return false;
     const char* begin = mData.data() + mPos;
     const size_t left = mData.size() - mPos;
-    const void* newline = std::memchr(begin, '\n', left);
-    size_t length = newline ? size_t(static_cast<const char*>(newline) - begin) : left;
+    // Most lines are a few characters: eight at a time, looking for a zero byte
+    // in the word xor-ed with line feeds, finds their end before a call to
+    // memchr would have started. The lowest flagged byte is always a true one.
+    const char* newline = nullptr;
+    constexpr uint64_t kOnes = 0x0101010101010101ull;
+    size_t i = 0;
+    for (; i + 8 <= left && i < 64; i += 8) {
+        uint64_t word;
+        std::memcpy(&word, begin + i, 8);
+        if constexpr (std::endian::native == std::endian::big)
+            word = __builtin_bswap64(word);
+        const uint64_t x = word ^ (kOnes * '\n');
+        const uint64_t found = (x - kOnes) & ~x & (kOnes * 0x80);
+        if (found) {
+            newline = begin + i + size_t(std::countr_zero(found) / 8);
+            break;
+        }
+    }
+    if (!newline && i < left)
+        newline = static_cast<const char*>(std::memchr(begin + i, '\n', left - i));
+    size_t length = newline ? size_t(newline - begin) : left;
     mPos += newline ? length + 1 : length;
     if (length > 0 && begin[length - 1] == '\r')
         --length;
@@ -216,25 +294,39 @@ bool GroupReader::nextAscii()
     if (!readLine(codeLine))
         return false;
     mGroupPosition = mLine;
+    // The code: digits between blanks, read here rather than through a general
+    // parser since every second line of a file is one.
+    const char* c = codeLine.data();
+    const char* end = c + codeLine.size();
+    while (c != end && (*c == ' ' || *c == '\t'))
+        ++c;
+    while (end != c && (end[-1] == ' ' || end[-1] == '\t' || end[-1] == '\r'))
+        --end;
     // A last line of blanks is no group.
-    std::string_view codeText = trim(codeLine);
-    if (codeText.empty() && mPos >= mData.size())
+    if (c == end && mPos >= mData.size())
         return false;
     int code = 0;
-    const char* end = codeText.data() + codeText.size();
-    auto [ptr, ec] = std::from_chars(codeText.data(), end, code);
-    if (codeText.empty() || ec != std::errc() || ptr != end || code < 0 || code > kMaxGroupCode)
+    if (c == end)
         return fail(Velt::eInvalidDxfCode, "not a group code");
+    for (; c != end; ++c) {
+        const unsigned digit = unsigned(*c) - unsigned('0');
+        if (digit > 9)
+            return fail(Velt::eInvalidDxfCode, "not a group code");
+        code = code * 10 + int(digit);
+        if (code > kMaxGroupCode)
+            return fail(Velt::eInvalidDxfCode, "not a group code");
+    }
     if (!readLine(mValue))
         return fail(Velt::eEndOfFile, "the file ends inside a group");
     // A number that is none would otherwise be taken as 0 further up.
+    mHasNumber = false;
     if (const ValueKind kind = valueKindOf(code); kind != ValueKind::kString && kind != ValueKind::kHandle &&
                                                    kind != ValueKind::kBinary) {
-        double number = 0.0;
-        if (!parseDouble(mValue, number)) {
+        if (!parseDouble(mValue, mNumber)) {
             mGroupPosition = mLine;
             return fail(Velt::eInvalidDxfCode, "not a number");
         }
+        mHasNumber = true;
     }
     mCode = code;
     return true;
@@ -266,6 +358,8 @@ bool GroupReader::nextBinary()
     if (code < 0 || code > kMaxGroupCode)
         return fail(Velt::eInvalidDxfCode, "not a group code");
     mCode = code;
+    mHasNumber = false;
+    mValueInData = true;
     const size_t avail = mData.size() - mPos;
     const char* p = mData.data() + mPos;
     auto fixed = [&](size_t size) -> bool {
@@ -280,6 +374,9 @@ bool GroupReader::nextBinary()
         (void)ec;
         mScratch.assign(buffer, ptr);
         mValue = mScratch;
+        mValueInData = false;
+        mNumber = double(value);
+        mHasNumber = true;
     };
     switch (valueKindOf(code)) {
     case ValueKind::kString:
@@ -346,6 +443,7 @@ bool GroupReader::nextBinary()
             mScratch[2 * i + 1] = kHex[byte & 15];
         }
         mValue = mScratch;
+        mValueInData = false;
         mPos += 1 + length;
         return true;
     }
@@ -355,76 +453,145 @@ bool GroupReader::nextBinary()
 
 // ---- writing ----
 
-GroupWriter::GroupWriter(int precision) : mPrecision(precision) { mBuffer.reserve(kFlushSize + 4096); }
+namespace {
+
+// Codes stand right-aligned in three columns, as most programs write them;
+// each code's line is made once.
+struct CodeLine {
+    char text[7];
+    uint8_t length;
+};
+
+// Made while compiling: no guard of a local static in front of every group.
+constexpr std::array<CodeLine, kMaxGroupCode + 1> makeCodeLines()
+{
+    std::array<CodeLine, kMaxGroupCode + 1> lines{};
+    for (int code = 0; code <= kMaxGroupCode; ++code) {
+        char digits[4] = {};
+        size_t length = 0;
+        for (int rest = code; length == 0 || rest > 0; rest /= 10)
+            digits[length++] = char('0' + rest % 10);
+        CodeLine& line = lines[size_t(code)];
+        size_t at = 0;
+        for (size_t i = length; i < 3; ++i)
+            line.text[at++] = ' ';
+        while (length > 0)
+            line.text[at++] = digits[--length];
+        line.text[at++] = '\n';
+        line.length = uint8_t(at);
+    }
+    return lines;
+}
+constexpr std::array<CodeLine, kMaxGroupCode + 1> kCodeLines = makeCodeLines();
+
+// The longest code line: a sign and ten digits, then the line end.
+constexpr size_t kMaxCodeLine = 12;
+
+}  // namespace
+
+GroupWriter::GroupWriter(int precision) : mPrecision(precision) { mBuffer.resize(kFlushSize + 4096); }
 
 GroupWriter::~GroupWriter() { flush(); }
 
+std::string& GroupWriter::buffer()
+{
+    if (!mExposed) {
+        mBuffer.resize(mSize);
+        mExposed = true;
+    }
+    return mBuffer;
+}
+
+char* GroupWriter::grow(size_t n)
+{
+    if (mExposed) {
+        // The caller had the string: it holds what is written so far.
+        mSize = mBuffer.size();
+        mExposed = false;
+    }
+    if (mSize + n > mBuffer.size())
+        mBuffer.resize(std::max(mBuffer.size() * 2, mSize + n + 4096));
+    return mBuffer.data() + mSize;
+}
+
 bool GroupWriter::flush()
 {
-    if (!mFile || mBuffer.empty())
+    if (mExposed) {
+        mSize = mBuffer.size();
+        mExposed = false;
+    }
+    if (!mFile || mSize == 0)
         return !mFileError;
-    if (std::fwrite(mBuffer.data(), 1, mBuffer.size(), mFile) != mBuffer.size())
+    if (std::fwrite(mBuffer.data(), 1, mSize, mFile) != mSize)
         mFileError = true;
-    mBuffer.clear();
+    mSize = 0;
     return !mFileError;
 }
 
-void GroupWriter::writeCode(int code)
+char* GroupWriter::writeCode(char* at, int code)
 {
-    char digits[8];
+    if (code >= 0 && code <= kMaxGroupCode) {
+        const CodeLine& line = kCodeLines[size_t(code)];
+        std::memcpy(at, line.text, sizeof(line.text));  // whole array: a fixed-size copy
+        return at + line.length;
+    }
+    char digits[16];
     auto [ptr, ec] = std::to_chars(digits, digits + sizeof(digits), code);
     (void)ec;
     const size_t length = size_t(ptr - digits);
-    // Codes stand right-aligned in three columns, as most programs write them.
     for (size_t i = length; i < 3; ++i)
-        mBuffer.push_back(' ');
-    mBuffer.append(digits, length);
-    mBuffer.push_back('\n');
+        *at++ = ' ';
+    std::memcpy(at, digits, length);
+    at += length;
+    *at++ = '\n';
+    return at;
 }
 
 void GroupWriter::text(int code, std::string_view value)
 {
-    writeCode(code);
     // A line cannot hold a line end: control characters (which binary files
     // may carry) go in the format's caret notation, "^J" for a line feed.
-    const bool plain = std::find_if(value.begin(), value.end(), [](char c) {
-                           return static_cast<unsigned char>(c) < 0x20 && c != '\t';
-                       }) == value.end();
-    if (plain) {
-        mBuffer.append(value);
-    } else {
-        for (char c : value) {
-            if (static_cast<unsigned char>(c) < 0x20 && c != '\t') {
-                mBuffer.push_back('^');
-                mBuffer.push_back(char(c + 64));
-            } else {
-                mBuffer.push_back(c);
-            }
+    char* const begin = room(kMaxCodeLine + 2 * value.size() + 1);
+    char* at = writeCode(begin, code);
+    for (char c : value) {
+        if (static_cast<unsigned char>(c) < 0x20 && c != '\t') {
+            *at++ = '^';
+            *at++ = char(c + 64);
+        } else {
+            *at++ = c;
         }
     }
-    mBuffer.push_back('\n');
+    *at++ = '\n';
+    mSize += size_t(at - begin);
     maybeFlush();
 }
 
 void GroupWriter::real(int code, double value)
 {
-    writeCode(code);
     if (!std::isfinite(value))
         value = 0.0;
     if (value == 0.0)
         value = 0.0;  // no "-0"
-    char digits[40];
+    // Shortest form: at most 24 characters; a precision: sign, 17 digits, point, exponent.
+    constexpr size_t kMaxReal = 32;
+    char* const begin = room(kMaxCodeLine + kMaxReal + 3);
+    char* at = writeCode(begin, code);
     std::to_chars_result result;
     if (mPrecision <= 0)
-        result = std::to_chars(digits, digits + sizeof(digits), value);
+        result = std::to_chars(at, at + kMaxReal, value);
     else
-        result = std::to_chars(digits, digits + sizeof(digits), value, std::chars_format::general, mPrecision);
-    std::string_view text(digits, size_t(result.ptr - digits));
-    mBuffer.append(text);
+        result = std::to_chars(at, at + kMaxReal, value, std::chars_format::general, mPrecision);
     // Integral values keep a decimal point, so that they read as reals.
-    if (text.find_first_of(".eE") == std::string_view::npos)
-        mBuffer.append(".0");
-    mBuffer.push_back('\n');
+    bool plain = true;
+    for (const char* c = at; c != result.ptr && plain; ++c)
+        plain = *c != '.' && *c != 'e' && *c != 'E';
+    at = result.ptr;
+    if (plain) {
+        *at++ = '.';
+        *at++ = '0';
+    }
+    *at++ = '\n';
+    mSize += size_t(at - begin);
     maybeFlush();
 }
 
@@ -443,27 +610,29 @@ void GroupWriter::point2d(int code, double x, double y)
 
 void GroupWriter::integer(int code, int64_t value)
 {
-    writeCode(code);
-    char digits[24];
-    auto [ptr, ec] = std::to_chars(digits, digits + sizeof(digits), value);
-    (void)ec;
-    mBuffer.append(digits, size_t(ptr - digits));
-    mBuffer.push_back('\n');
+    char* const begin = room(kMaxCodeLine + 24);
+    char* at = writeCode(begin, code);
+    at = std::to_chars(at, at + 22, value).ptr;
+    *at++ = '\n';
+    mSize += size_t(at - begin);
     maybeFlush();
 }
 
 void GroupWriter::handle(int code, uint64_t value)
 {
-    writeCode(code);
-    char digits[24];
-    auto [ptr, ec] = std::to_chars(digits, digits + sizeof(digits), value, 16);
-    (void)ec;
-    for (char* c = digits; c != ptr; ++c) {
-        if (*c >= 'a' && *c <= 'f')
-            *c = char(*c - 'a' + 'A');
-    }
-    mBuffer.append(digits, size_t(ptr - digits));
-    mBuffer.push_back('\n');
+    static const char kHex[] = "0123456789ABCDEF";
+    char* const begin = room(kMaxCodeLine + 18);
+    char* at = writeCode(begin, code);
+    char digits[16];
+    size_t length = 0;
+    do {
+        digits[15 - length++] = kHex[value & 15];
+        value >>= 4;
+    } while (value);
+    std::memcpy(at, digits + 16 - length, length);
+    at += length;
+    *at++ = '\n';
+    mSize += size_t(at - begin);
     maybeFlush();
 }
 

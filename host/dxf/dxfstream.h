@@ -39,6 +39,12 @@ public:
 
     int code() const { return mCode; }
     std::string_view value() const { return mValue; }
+    // The number of a group whose code holds one, parsed once while reading.
+    bool hasNumber() const { return mHasNumber; }
+    double number() const { return mNumber; }
+    // Whether value() points into the data (it stays valid as long as the
+    // data), not into the reader's scratch (valid until the next group).
+    bool valueInData() const { return mValueInData; }
     // The value without surrounding blanks, as numbers are written.
     std::string_view trimmedValue() const;
 
@@ -69,6 +75,9 @@ private:
     size_t mGroupPosition = 0;
     int mCode = 0;
     std::string_view mValue;
+    double mNumber = 0.0;
+    bool mHasNumber = false;
+    bool mValueInData = true;
     std::string mScratch;  // binary values turned into text
     bool mBinary = false;
     bool mOneByteCodes = false;  // binary files of R12 and before
@@ -95,8 +104,9 @@ public:
 
     // Sends the output to a file from now on (the writer does not close it).
     void setFile(std::FILE* file) { mFile = file; }
-    // Text produced so far and not yet flushed.
-    std::string& buffer() { return mBuffer; }
+    // Text produced so far and not yet flushed. The caller may change it; the
+    // writer goes on after whatever it holds at the next group.
+    std::string& buffer();
     bool flush();
     bool ok() const { return !mFileError; }
 
@@ -108,15 +118,27 @@ public:
     void handle(int code, uint64_t value);
 
 private:
-    void writeCode(int code);
+    // Room for n more characters at the end of the text; the caller then
+    // advances mSize by what it wrote.
+    char* room(size_t n)
+    {
+        if (mExposed || mSize + n > mBuffer.size()) [[unlikely]]
+            return grow(n);
+        return mBuffer.data() + mSize;
+    }
+    char* grow(size_t n);
+    char* writeCode(char* at, int code);
     void maybeFlush()
     {
-        if (mFile && mBuffer.size() >= kFlushSize)
+        if (mFile && mSize >= kFlushSize)
             flush();
     }
     static constexpr size_t kFlushSize = size_t(1) << 20;
 
+    // The text is mBuffer's first mSize characters; the rest is room ahead.
     std::string mBuffer;
+    size_t mSize = 0;
+    bool mExposed = false;  // buffer() handed out the string itself
     std::FILE* mFile = nullptr;
     int mPrecision = 0;
     bool mFileError = false;

@@ -33,20 +33,20 @@ void record(Map& map, const Key& key, void* value)
 
 void* VxAxOleLinkManager::getIUnknown(VxDbObjectId id) const
 {
-    const detail::Stub* stub = detail::stubOf(id);
-    return stub ? stub->wrapper : nullptr;
+    void** slot = detail::wrapperSlotOf(id, false);
+    return slot ? *slot : nullptr;
 }
 
 void VxAxOleLinkManager::setIUnknown(VxDbObjectId id, void* wrapper)
 {
-    detail::Stub* stub = detail::stubOf(id);
-    if (!stub)
-        return;  // a null id, or one whose database is gone
-    if (!stub->wrapper && wrapper)
+    void** slot = detail::wrapperSlotOf(id, wrapper != nullptr);
+    if (!slot)
+        return;  // a null id, one whose database is gone, or no wrapper to forget
+    if (!*slot && wrapper)
         ++mObjectRecords;
-    else if (stub->wrapper && !wrapper)
+    else if (*slot && !wrapper)
         --mObjectRecords;
-    stub->wrapper = wrapper;
+    *slot = wrapper;
 }
 
 void* VxAxOleLinkManager::getIUnknown(const VxDbObject* object) const

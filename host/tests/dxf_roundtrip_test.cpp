@@ -394,6 +394,21 @@ TEST(DxfRoundTrip, KeptRecordsFollowTheirReferences)
     ASSERT_TRUE(again);
 }
 
+TEST(DxfRoundTrip, KeptRecordNamesAreWrittenWhole)
+{
+    // A record type with zero bytes in it is no "ENDSEC": written whole (in caret notation), it
+    // stays a kept record rather than ending the section early.
+    std::string text = "0\nSECTION\n2\nENTITIES\n0\nENDSEC";
+    text += std::string(3, '\0') + "  \n5\n30\n100\nAcDbEntity\n8\n0\n0\nENDSEC\n0\nEOF\n";
+    std::unique_ptr<VxDbDatabase> db = fromDxf(text);
+    ASSERT_TRUE(db);
+    const std::string written = toDxf(*db);
+    EXPECT_NE(written.find("  0\nENDSEC^@^@^@\n"), std::string::npos);
+    std::unique_ptr<VxDbDatabase> again = fromDxf(written);
+    ASSERT_TRUE(again);
+    EXPECT_NE(toDxf(*again).find("  0\nENDSEC^@^@^@\n  5\n30\n"), std::string::npos);
+}
+
 TEST(DxfRoundTrip, ErasedObjectsAreLeftOut)
 {
     VxDbDatabase db;

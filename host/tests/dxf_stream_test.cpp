@@ -3,7 +3,12 @@
 
 #include <gtest/gtest.h>
 
+#include <charconv>
+#include <cmath>
+#include <cstdio>
 #include <cstring>
+#include <random>
+#include <string>
 
 #include "dxf/dxfstream.h"
 
@@ -86,6 +91,9 @@ TEST(DxfStream, AsciiErrorsTellWhere)
         {"0\nSECTION\n1072\nx\n", Velt::eInvalidDxfCode, 3},
         {"0\nSECTION\n-1\nx\n", Velt::eInvalidDxfCode, 3},
         {"0\nSECTION\n 1 0\nx\n", Velt::eInvalidDxfCode, 3},
+        {"0\nSECTION\n+5\nx\n", Velt::eInvalidDxfCode, 3},
+        {"0\nSECTION\n99999999999\nx\n", Velt::eInvalidDxfCode, 3},
+        {"0\nSECTION\n \nx\n", Velt::eInvalidDxfCode, 3},
         {"0\nSECTION\n10", Velt::eEndOfFile, 3},
     };
     for (const Case& c : cases) {
@@ -97,6 +105,61 @@ TEST(DxfStream, AsciiErrorsTellWhere)
         EXPECT_NE(in.message().find("line " + std::to_string(c.line)), std::string::npos);
         EXPECT_FALSE(in.next());  // a failed reader stays failed
     }
+}
+
+TEST(DxfStream, LinesOfEveryLength)
+{
+    // Line ends found a word at a time: every length, and every place of the end in a word.
+    std::string text;
+    for (size_t length = 0; length < 150; ++length)
+        text += "  1\n" + std::string(length, char('a' + length % 26)) + (length % 3 ? "\n" : "\r\n");
+    text += "  1\nlast";  // no line end at all
+    GroupReader in(text);
+    for (size_t length = 0; length < 150; ++length) {
+        ASSERT_TRUE(in.next()) << length;
+        ASSERT_EQ(in.value(), std::string(length, char('a' + length % 26)));
+    }
+    ASSERT_TRUE(in.next());
+    EXPECT_EQ(in.value(), "last");
+    EXPECT_FALSE(in.next());
+    EXPECT_FALSE(in.failed());
+}
+
+TEST(DxfStream, NumbersTravelWithTheirGroups)
+{
+    // Codes with leading zeros and tabs; a number group's value parsed once, text groups none.
+    GroupReader in("00010\n 1.5 \n\t1\t\n2.5\n 70\n007\n1071\n-12\n  5\n1F\n");
+    ASSERT_TRUE(in.next());
+    EXPECT_EQ(in.code(), 10);
+    ASSERT_TRUE(in.hasNumber());
+    EXPECT_EQ(in.number(), 1.5);
+    ASSERT_TRUE(in.next());
+    EXPECT_EQ(in.code(), 1);
+    EXPECT_FALSE(in.hasNumber());
+    EXPECT_EQ(in.value(), "2.5");
+    ASSERT_TRUE(in.next());
+    EXPECT_TRUE(in.hasNumber());
+    EXPECT_EQ(in.number(), 7.0);
+    ASSERT_TRUE(in.next());
+    EXPECT_EQ(in.number(), -12.0);
+    ASSERT_TRUE(in.next());
+    EXPECT_FALSE(in.hasNumber());  // a handle is text
+    EXPECT_TRUE(in.valueInData());
+    EXPECT_FALSE(in.next());
+    EXPECT_FALSE(in.failed()) << in.message();
+
+    // Binary numbers come as text made by the reader, their number beside it.
+    const std::string binary = BinaryBuilder().raw(40, 0.1).text(1, "x").raw<int16_t>(70, -3).data();
+    GroupReader bin(binary);
+    ASSERT_TRUE(bin.next());
+    EXPECT_FALSE(bin.valueInData());
+    EXPECT_EQ(bin.number(), 0.1);
+    ASSERT_TRUE(bin.next());
+    EXPECT_TRUE(bin.valueInData());
+    EXPECT_FALSE(bin.hasNumber());
+    ASSERT_TRUE(bin.next());
+    EXPECT_EQ(bin.number(), -3.0);
+    EXPECT_EQ(bin.value(), "-3");
 }
 
 TEST(DxfStream, BinaryGroupsAndLengthsNotTrusted)
@@ -174,6 +237,30 @@ TEST(DxfStream, NumbersParseStrictly)
     EXPECT_FALSE(isReferenceCode(5) || isReferenceCode(1005) || isReferenceCode(370));
 }
 
+TEST(DxfStream, DecimalsReadAsTheGeneralParserReadsThem)
+{
+    // Short decimals take a quicker way than long ones: both must give the same bits.
+    std::mt19937_64 random(15);
+    for (int i = 0; i < 200000; ++i) {
+        const int digits = 1 + int(random() % 17);
+        std::string text = random() % 2 ? "-" : "";
+        for (int d = 0; d < digits; ++d)
+            text += char('0' + random() % 10);
+        if (random() % 4)
+            text.insert(text.size() - size_t(random() % digits), ".");
+        double general = 0.0;
+        ASSERT_TRUE(std::from_chars(text.data(), text.data() + text.size(), general).ec == std::errc()) << text;
+        double ours = 0.0;
+        ASSERT_TRUE(parseDouble(text, ours)) << text;
+        ASSERT_EQ(std::memcmp(&ours, &general, sizeof(double)), 0) << text;
+    }
+    double v = 0.0;
+    EXPECT_TRUE(parseDouble("-.5", v) && v == -0.5);
+    EXPECT_TRUE(parseDouble("7.", v) && v == 7.0);
+    EXPECT_TRUE(parseDouble("-0", v) && std::signbit(v));
+    EXPECT_FALSE(parseDouble(".", v) || parseDouble("-", v) || parseDouble("1..2", v) || parseDouble("1.2.3", v));
+}
+
 TEST(DxfStream, WriterFormatsCodesRealsAndHandles)
 {
     GroupWriter exact(0);
@@ -205,4 +292,52 @@ TEST(DxfStream, WriterFormatsCodesRealsAndHandles)
     rounded.real(40, 1.0 / 3.0);
     rounded.real(41, 123456.0);
     EXPECT_EQ(rounded.buffer(), " 40\n0.3333\n 41\n1.235e+05\n");
+}
+
+TEST(DxfStream, WriterGoesOnAfterItsTextWasTaken)
+{
+    GroupWriter out(0);
+    out.text(0, "A");
+    std::string taken;
+    out.buffer().swap(taken);
+    out.buffer().clear();
+    out.integer(70, 5);
+    EXPECT_EQ(taken, "  0\nA\n");
+    EXPECT_EQ(out.buffer(), " 70\n5\n");
+    // What the caller adds stays, and the writer continues after it.
+    out.buffer() += "999\nnote\n";
+    out.real(40, 2.0);
+    out.handle(5, 0);
+    EXPECT_EQ(out.buffer(), " 70\n5\n999\nnote\n 40\n2.0\n  5\n0\n");
+}
+
+TEST(DxfStream, WriterToFileMatchesWriterToText)
+{
+    // Enough groups for several flushes, with texts longer than a flush's slack.
+    auto writeAll = [](GroupWriter& out) {
+        const std::string longText(5000, 'x');
+        for (int i = 0; i < 60000; ++i) {
+            out.real(10 + i % 3 * 10, i * 0.001);
+            out.integer(i % 1072, -i);
+            out.handle(5, uint64_t(i) * 0x10001);
+            out.text(1, i % 997 == 0 ? std::string_view(longText) : std::string_view("a\nb"));
+        }
+    };
+    GroupWriter inMemory(0);
+    writeAll(inMemory);
+    std::FILE* file = std::tmpfile();
+    ASSERT_NE(file, nullptr);
+    {
+        GroupWriter toFile(0);
+        toFile.setFile(file);
+        writeAll(toFile);
+        EXPECT_TRUE(toFile.flush());
+    }
+    std::string written(size_t(std::ftell(file)), '\0');
+    std::rewind(file);
+    ASSERT_EQ(std::fread(written.data(), 1, written.size(), file), written.size());
+    std::fclose(file);
+    EXPECT_GT(written.size(), size_t(2) << 20);
+    EXPECT_TRUE(written == inMemory.buffer());
+    EXPECT_NE(written.find("  1\na^Jb\n"), std::string::npos);
 }
