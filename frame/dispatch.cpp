@@ -76,57 +76,6 @@ DISPID findName(const Table& table, const wchar_t* name)
 
 namespace {
 
-// The number of parameters a property get of the interface or of its bases takes (its
-// result not counted); -1 when it has no such get.
-int getterParameters(ITypeInfo* info, DISPID id)
-{
-    TYPEATTR* attr = nullptr;
-    if (!info || FAILED(info->GetTypeAttr(&attr))) return -1;
-    const WORD funcs = attr->cFuncs, bases = attr->cImplTypes;
-    info->ReleaseTypeAttr(attr);
-    for (UINT i = 0; i < funcs; ++i) {
-        FUNCDESC* fd = nullptr;
-        if (FAILED(info->GetFuncDesc(i, &fd))) continue;
-        int own = -1;
-        if (fd->memid == id && fd->invkind == INVOKE_PROPERTYGET) {
-            own = 0;
-            for (SHORT p = 0; p < fd->cParams; ++p)
-                if (!(fd->lprgelemdescParam[p].paramdesc.wParamFlags & (PARAMFLAG_FRETVAL | PARAMFLAG_FLCID))) ++own;
-        }
-        info->ReleaseFuncDesc(fd);
-        if (own >= 0) return own;
-    }
-    for (UINT b = 0; b < bases; ++b) {
-        HREFTYPE ref = 0;
-        ComPtr<ITypeInfo> base;
-        if (SUCCEEDED(info->GetRefTypeOfImplType(b, &ref)) && SUCCEEDED(info->GetRefTypeInfo(ref, base.put()))) {
-            const int found = getterParameters(base.get(), id);
-            if (found >= 0) return found;
-        }
-    }
-    return -1;
-}
-
-}  // namespace
-
-bool invokeOnValue(IDispatch* self, ITypeInfo* info, DISPID id, LCID lcid, WORD flags, DISPPARAMS* params,
-                   VARIANT* result, EXCEPINFO* excep, UINT* argErr, HRESULT& hr)
-{
-    if (!(flags & DISPATCH_PROPERTYGET) || (flags & (DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF)) || !params ||
-        !params->cArgs || params->cNamedArgs || getterParameters(info, id) != 0)
-        return false;
-    DISPPARAMS none{};
-    Variant value;
-    hr = self->Invoke(id, IID_NULL, lcid, DISPATCH_PROPERTYGET, &none, value.get(), excep, argErr);
-    if (FAILED(hr)) return true;
-    IDispatch* object = V_VT(value.get()) == VT_DISPATCH ? V_DISPATCH(value.get()) : nullptr;
-    hr = object ? object->Invoke(DISPID_VALUE, IID_NULL, lcid, flags, params, result, excep, argErr)
-                : DISP_E_BADPARAMCOUNT;
-    return true;
-}
-
-namespace {
-
 // The description of the member a call names, found as the type information finds it: the
 // interface's own members first, then its bases'.
 struct MemberDescription {
@@ -166,6 +115,44 @@ bool describe(ITypeInfo* info, DISPID id, WORD flags, MemberDescription& out)
     }
     return false;
 }
+
+// Whether a parameter is one the caller passes (not the result, not the locale).
+bool passedByCaller(const ELEMDESC& e)
+{
+    return !(e.paramdesc.wParamFlags & (PARAMFLAG_FRETVAL | PARAMFLAG_FLCID));
+}
+
+// The number of parameters a property get of the interface or of its bases takes (its
+// result not counted); -1 when it has no such get.
+int getterParameters(ITypeInfo* info, DISPID id)
+{
+    MemberDescription getter;
+    if (!describe(info, id, INVOKE_PROPERTYGET, getter)) return -1;
+    int count = 0;
+    for (SHORT p = 0; p < getter.desc->cParams; ++p)
+        if (passedByCaller(getter.desc->lprgelemdescParam[p])) ++count;
+    return count;
+}
+
+}  // namespace
+
+bool invokeOnValue(IDispatch* self, ITypeInfo* info, DISPID id, LCID lcid, WORD flags, DISPPARAMS* params,
+                   VARIANT* result, EXCEPINFO* excep, UINT* argErr, HRESULT& hr)
+{
+    if (!(flags & DISPATCH_PROPERTYGET) || (flags & (DISPATCH_PROPERTYPUT | DISPATCH_PROPERTYPUTREF)) || !params ||
+        !params->cArgs || params->cNamedArgs || getterParameters(info, id) != 0)
+        return false;
+    DISPPARAMS none{};
+    Variant value;
+    hr = self->Invoke(id, IID_NULL, lcid, DISPATCH_PROPERTYGET, &none, value.get(), excep, argErr);
+    if (FAILED(hr)) return true;
+    IDispatch* object = V_VT(value.get()) == VT_DISPATCH ? V_DISPATCH(value.get()) : nullptr;
+    hr = object ? object->Invoke(DISPID_VALUE, IID_NULL, lcid, flags, params, result, excep, argErr)
+                : DISP_E_BADPARAMCOUNT;
+    return true;
+}
+
+namespace {
 
 bool isObject(const VARIANT& v) { return V_VT(&v) == VT_DISPATCH || V_VT(&v) == VT_UNKNOWN; }
 
@@ -209,7 +196,7 @@ Conversion convertArguments(ITypeInfo* info, DISPID id, WORD flags, const DISPPA
     std::vector<const ELEMDESC*> ins;
     for (SHORT p = 0; p < member.desc->cParams; ++p) {
         const ELEMDESC& e = member.desc->lprgelemdescParam[p];
-        if (e.paramdesc.wParamFlags & (PARAMFLAG_FRETVAL | PARAMFLAG_FLCID)) continue;
+        if (!passedByCaller(e)) continue;
         if (e.paramdesc.wParamFlags & PARAMFLAG_FOUT) return Conversion::NotMine;
         ins.push_back(&e);
     }
