@@ -7,6 +7,7 @@
 
 #include "axsupport/conversions.h"
 #include "core/bound_object.h"
+#include "core/object_change.h"
 #include "core/lookup.h"
 #include "db/entities.h"
 #include "db/hatch.h"
@@ -25,28 +26,16 @@ void accept(kx::Velt::ErrorStatus status)
     check(status);
 }
 
-// Opens the hatch for write under the document lock; a refused lock or open raises the
-// host's status.
 template <class Change>
 HRESULT change(VxAxObjectRef& ref, Change&& change)
 {
-    return guarded(kIid, [&]() -> HRESULT {
-        kx::VxAxDocLock lock(ref.objectId(), kx::VxAxDocLock::kWrite);
-        check(lock.lockStatus());
-        OpenedObject<kx::VxDbHatch> hatch(ref, kx::VxDb::kForWrite);
-        change(*hatch.orThrow());
-        return S_OK;
-    });
+    return changeObject<kx::VxDbHatch>(ref, kIid, std::forward<Change>(change));
 }
 
 template <class Read>
 HRESULT read(VxAxObjectRef& ref, Read&& read)
 {
-    return guarded(kIid, [&]() -> HRESULT {
-        OpenedObject<kx::VxDbHatch> hatch(ref, kx::VxDb::kForRead);
-        read(static_cast<const kx::VxDbHatch&>(*hatch.orThrow()));
-        return S_OK;
-    });
+    return readObject<kx::VxDbHatch>(ref, kIid, std::forward<Read>(read));
 }
 
 // The ids of an array of entity wrappers, as scripts make it (VARIANTs) or as compiled

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "containers/append.h"
+#include "core/object_change.h"
 #include "members_gen.h"
 
 namespace nk::polylines {
@@ -50,28 +51,17 @@ kx::VxGePoint2d finitePoint(const VARIANT& v)
     return p;
 }
 
-// Opens the polyline for write under the document lock; a refused lock or open raises the
-// host's status. The change's own status is ignored: indices are taken as given.
+// The change's own status is ignored where it does not check it: indices are taken as given.
 template <class Change>
 HRESULT change(VxAxObjectRef& ref, Change&& change)
 {
-    return guarded(__uuidof(IVeltLWPolyline), [&]() -> HRESULT {
-        kx::VxAxDocLock lock(ref.objectId(), kx::VxAxDocLock::kWrite);
-        check(lock.lockStatus());
-        OpenedObject<kx::VxDbPolyline> polyline(ref, kx::VxDb::kForWrite);
-        change(*polyline.orThrow());
-        return S_OK;
-    });
+    return changeObject<kx::VxDbPolyline>(ref, __uuidof(IVeltLWPolyline), std::forward<Change>(change));
 }
 
 template <class Read>
 HRESULT read(VxAxObjectRef& ref, Read&& read)
 {
-    return guarded(__uuidof(IVeltLWPolyline), [&]() -> HRESULT {
-        OpenedObject<kx::VxDbPolyline> polyline(ref, kx::VxDb::kForRead);
-        read(static_cast<const kx::VxDbPolyline&>(*polyline.orThrow()));
-        return S_OK;
-    });
+    return readObject<kx::VxDbPolyline>(ref, __uuidof(IVeltLWPolyline), std::forward<Read>(read));
 }
 
 }  // namespace
@@ -214,23 +204,13 @@ namespace {
 template <class Change>
 HRESULT change2d(VxAxObjectRef& ref, Change&& change)
 {
-    return guarded(__uuidof(IVeltPolyline), [&]() -> HRESULT {
-        kx::VxAxDocLock lock(ref.objectId(), kx::VxAxDocLock::kWrite);
-        check(lock.lockStatus());
-        OpenedObject<kx::VxDb2dPolyline> polyline(ref, kx::VxDb::kForWrite);
-        change(*polyline.orThrow());
-        return S_OK;
-    });
+    return changeObject<kx::VxDb2dPolyline>(ref, __uuidof(IVeltPolyline), std::forward<Change>(change));
 }
 
 template <class Read>
 HRESULT read2d(VxAxObjectRef& ref, Read&& read)
 {
-    return guarded(__uuidof(IVeltPolyline), [&]() -> HRESULT {
-        OpenedObject<kx::VxDb2dPolyline> polyline(ref, kx::VxDb::kForRead);
-        read(static_cast<const kx::VxDb2dPolyline&>(*polyline.orThrow()));
-        return S_OK;
-    });
+    return readObject<kx::VxDb2dPolyline>(ref, __uuidof(IVeltPolyline), std::forward<Read>(read));
 }
 
 kx::VxGePoint3d finitePoint3(const VARIANT& v)
@@ -360,23 +340,13 @@ namespace {
 template <class Change>
 HRESULT change3d(VxAxObjectRef& ref, Change&& change)
 {
-    return guarded(__uuidof(IVelt3DPolyline), [&]() -> HRESULT {
-        kx::VxAxDocLock lock(ref.objectId(), kx::VxAxDocLock::kWrite);
-        check(lock.lockStatus());
-        OpenedObject<kx::VxDb3dPolyline> polyline(ref, kx::VxDb::kForWrite);
-        change(*polyline.orThrow());
-        return S_OK;
-    });
+    return changeObject<kx::VxDb3dPolyline>(ref, __uuidof(IVelt3DPolyline), std::forward<Change>(change));
 }
 
 template <class Read>
 HRESULT read3d(VxAxObjectRef& ref, Read&& read)
 {
-    return guarded(__uuidof(IVelt3DPolyline), [&]() -> HRESULT {
-        OpenedObject<kx::VxDb3dPolyline> polyline(ref, kx::VxDb::kForRead);
-        read(static_cast<const kx::VxDb3dPolyline&>(*polyline.orThrow()));
-        return S_OK;
-    });
+    return readObject<kx::VxDb3dPolyline>(ref, __uuidof(IVelt3DPolyline), std::forward<Read>(read));
 }
 
 }  // namespace
@@ -456,28 +426,6 @@ HRESULT setType3d(VxAxObjectRef& ref, Vx3DPolylineType type)
 
 namespace {
 
-template <class Mesh, class Change>
-HRESULT changeMesh(VxAxObjectRef& ref, const IID& iid, Change&& change)
-{
-    return guarded(iid, [&]() -> HRESULT {
-        kx::VxAxDocLock lock(ref.objectId(), kx::VxAxDocLock::kWrite);
-        check(lock.lockStatus());
-        OpenedObject<Mesh> mesh(ref, kx::VxDb::kForWrite);
-        change(*mesh.orThrow());
-        return S_OK;
-    });
-}
-
-template <class Mesh, class Read>
-HRESULT readMesh(VxAxObjectRef& ref, const IID& iid, Read&& read)
-{
-    return guarded(iid, [&]() -> HRESULT {
-        OpenedObject<Mesh> mesh(ref, kx::VxDb::kForRead);
-        read(static_cast<const Mesh&>(*mesh.orThrow()));
-        return S_OK;
-    });
-}
-
 std::vector<kx::VxGePoint3d> finitePoints(const VARIANT& v)
 {
     std::vector<kx::VxGePoint3d> points = conv::Points::in(v);
@@ -511,7 +459,7 @@ using FaceMesh = kx::VxDbPolyFaceMesh;
 HRESULT meshCoordinates(VxAxObjectRef& ref, VARIANT* coordinates)
 {
     if (!coordinates) return E_POINTER;
-    return readMesh<PolygonMesh>(ref, __uuidof(IVeltPolygonMesh),
+    return readObject<PolygonMesh>(ref, __uuidof(IVeltPolygonMesh),
                                  [&](const PolygonMesh& mesh) { pointsOut(mesh.controlPoints(), coordinates); });
 }
 
@@ -521,7 +469,7 @@ HRESULT setMeshCoordinates(VxAxObjectRef& ref, VARIANT coordinates)
     if (HRESULT hr = guarded(__uuidof(IVeltPolygonMesh), [&] { points = finitePoints(coordinates); return S_OK; });
         FAILED(hr))
         return hr;
-    return changeMesh<PolygonMesh>(ref, __uuidof(IVeltPolygonMesh),
+    return changeObject<PolygonMesh>(ref, __uuidof(IVeltPolygonMesh),
                                    [&](PolygonMesh& mesh) { check(mesh.setControlPoints(points)); });
 }
 
@@ -531,14 +479,14 @@ HRESULT appendMeshRow(VxAxObjectRef& ref, VARIANT row)
     std::vector<kx::VxGePoint3d> points;
     if (HRESULT hr = guarded(__uuidof(IVeltPolygonMesh), [&] { points = finitePoints(row); return S_OK; }); FAILED(hr))
         return hr;
-    return changeMesh<PolygonMesh>(ref, __uuidof(IVeltPolygonMesh),
+    return changeObject<PolygonMesh>(ref, __uuidof(IVeltPolygonMesh),
                                    [&](PolygonMesh& mesh) { check(mesh.appendRow(points)); });
 }
 
 HRESULT meshCoordinate(VxAxObjectRef& ref, int index, VARIANT* point)
 {
     if (!point) return E_POINTER;
-    return readMesh<PolygonMesh>(ref, __uuidof(IVeltPolygonMesh),
+    return readObject<PolygonMesh>(ref, __uuidof(IVeltPolygonMesh),
                                  [&](const PolygonMesh& mesh) { pointOut(mesh.controlPoints(), index, point); });
 }
 
@@ -547,14 +495,14 @@ HRESULT setMeshCoordinate(VxAxObjectRef& ref, int index, VARIANT point)
     kx::VxGePoint3d p;
     if (HRESULT hr = guarded(__uuidof(IVeltPolygonMesh), [&] { p = finitePoint3(point); return S_OK; }); FAILED(hr))
         return hr;
-    return changeMesh<PolygonMesh>(ref, __uuidof(IVeltPolygonMesh),
+    return changeObject<PolygonMesh>(ref, __uuidof(IVeltPolygonMesh),
                                    [&](PolygonMesh& mesh) { check(mesh.setControlPointAt(index, p)); });
 }
 
 HRESULT meshType(VxAxObjectRef& ref, VxPolymeshType* type)
 {
     if (!type) return E_POINTER;
-    return readMesh<PolygonMesh>(ref, __uuidof(IVeltPolygonMesh),
+    return readObject<PolygonMesh>(ref, __uuidof(IVeltPolygonMesh),
                                  [&](const PolygonMesh& mesh) { *type = VxPolymeshType(mesh.polyMeshType()); });
 }
 
@@ -562,7 +510,7 @@ HRESULT meshType(VxAxObjectRef& ref, VxPolymeshType* type)
 // changes nothing.
 HRESULT setMeshType(VxAxObjectRef& ref, VxPolymeshType type)
 {
-    return changeMesh<PolygonMesh>(ref, __uuidof(IVeltPolygonMesh), [&](PolygonMesh& mesh) {
+    return changeObject<PolygonMesh>(ref, __uuidof(IVeltPolygonMesh), [&](PolygonMesh& mesh) {
         mesh.convertToPolyMeshType(kx::VxDb::PolyMeshType(type));
     });
 }
@@ -570,7 +518,7 @@ HRESULT setMeshType(VxAxObjectRef& ref, VxPolymeshType type)
 HRESULT faceMeshCoordinates(VxAxObjectRef& ref, VARIANT* coordinates)
 {
     if (!coordinates) return E_POINTER;
-    return readMesh<FaceMesh>(ref, __uuidof(IVeltPolyfaceMesh),
+    return readObject<FaceMesh>(ref, __uuidof(IVeltPolyfaceMesh),
                               [&](const FaceMesh& mesh) { pointsOut(mesh.vertexPositions(), coordinates); });
 }
 
@@ -580,14 +528,14 @@ HRESULT setFaceMeshCoordinates(VxAxObjectRef& ref, VARIANT coordinates)
     if (HRESULT hr = guarded(__uuidof(IVeltPolyfaceMesh), [&] { points = finitePoints(coordinates); return S_OK; });
         FAILED(hr))
         return hr;
-    return changeMesh<FaceMesh>(ref, __uuidof(IVeltPolyfaceMesh),
+    return changeObject<FaceMesh>(ref, __uuidof(IVeltPolyfaceMesh),
                                 [&](FaceMesh& mesh) { check(mesh.setVertexPositions(points)); });
 }
 
 HRESULT faceMeshCoordinate(VxAxObjectRef& ref, int index, VARIANT* point)
 {
     if (!point) return E_POINTER;
-    return readMesh<FaceMesh>(ref, __uuidof(IVeltPolyfaceMesh),
+    return readObject<FaceMesh>(ref, __uuidof(IVeltPolyfaceMesh),
                               [&](const FaceMesh& mesh) { pointOut(mesh.vertexPositions(), index, point); });
 }
 
@@ -596,7 +544,7 @@ HRESULT setFaceMeshCoordinate(VxAxObjectRef& ref, int index, VARIANT point)
     kx::VxGePoint3d p;
     if (HRESULT hr = guarded(__uuidof(IVeltPolyfaceMesh), [&] { p = finitePoint3(point); return S_OK; }); FAILED(hr))
         return hr;
-    return changeMesh<FaceMesh>(ref, __uuidof(IVeltPolyfaceMesh),
+    return changeObject<FaceMesh>(ref, __uuidof(IVeltPolyfaceMesh),
                                 [&](FaceMesh& mesh) { check(mesh.setVertexPositionAt(index, p)); });
 }
 
@@ -604,7 +552,7 @@ HRESULT setFaceMeshCoordinate(VxAxObjectRef& ref, int index, VARIANT point)
 HRESULT faces(VxAxObjectRef& ref, VARIANT* faces)
 {
     if (!faces) return E_POINTER;
-    return readMesh<FaceMesh>(ref, __uuidof(IVeltPolyfaceMesh), [&](const FaceMesh& mesh) {
+    return readObject<FaceMesh>(ref, __uuidof(IVeltPolyfaceMesh), [&](const FaceMesh& mesh) {
         const std::vector<int16_t> numbers = mesh.faceNumbers();
         SAFEARRAY* sa = SafeArrayCreateVector(VT_I2, 0, ULONG(numbers.size()));
         if (!sa) throw E_OUTOFMEMORY;
