@@ -25,21 +25,12 @@ using drawing::Value;
 using drawing::invoke;
 using drawing::flag;
 using drawing::real;
+using drawing::integerOf;
+using drawing::statusCode;
 using nk::ComPtr;
 
 namespace {
 
-HRESULT statusCode(kx::Velt::ErrorStatus status) { return RaiseVrxException(IID_NULL, 0, status); }
-
-// A member called by name; an error raised inside comes back as its code.
-
-LONG number(IDispatch* from, const wchar_t* name)
-{
-    Value v;
-    EXPECT_EQ(get(from, name, v), S_OK);
-    nk::Variant n;
-    return SUCCEEDED(VariantChangeType(n.get(), v.get(), 0, VT_I4)) ? V_I4(n.get()) : -1;
-}
 Value dispatch(IDispatch* d)
 {
     Value v;
@@ -152,7 +143,7 @@ TEST_F(DrawingCollections, EveryCollectionWalksCountsAndFindsItsRecords)
         SCOPED_TRACE(narrow(w.name));
         ComPtr<IDispatch> items = collection(w.name);
         ASSERT_TRUE(items);
-        const LONG count = number(items.get(), L"Count");
+        const LONG count = integerOf(items.get(), L"Count");
         const std::vector<ComPtr<IDispatch>> walked = walk(items.get());
         ASSERT_EQ(LONG(walked.size()), count);
         if (std::wstring(w.name) != L"PlotConfigurations") {
@@ -171,7 +162,7 @@ TEST_F(DrawingCollections, EveryCollectionWalksCountsAndFindsItsRecords)
         EXPECT_EQ(get(items.get(), L"Item", result, {minusOne.get()}), w.minusOne);
         EXPECT_EQ(get(items.get(), L"Item", result, {atCount.get()}), w.pastEnd);
         EXPECT_EQ(get(items.get(), L"Item", result, {nobody.get()}), w.unknownName);
-        EXPECT_EQ(number(items.get(), L"Count"), count) << "a refused Item changed the collection";
+        EXPECT_EQ(integerOf(items.get(), L"Count"), count) << "a refused Item changed the collection";
     }
     // A record is found by its name, as the table compares names.
     Value zero = drawing::text(L"0");
@@ -189,10 +180,10 @@ TEST_F(DrawingCollections, AddHandsBackWhatHasTheNameAndRefusesBadNames)
     EXPECT_EQ(objectIdOf(add(L"TextStyles", L"Notes").get()), objectIdOf(add(L"TextStyles", L"Notes").get()));
 
     ComPtr<IDispatch> linetypes = collection(L"Linetypes");
-    const LONG before = number(linetypes.get(), L"Count");
+    const LONG before = integerOf(linetypes.get(), L"Count");
     Value comma = drawing::text(L"Dash,Dot"), result;
     EXPECT_EQ(get(linetypes.get(), L"Add", result, {comma.get()}), E_INVALIDARG);
-    EXPECT_EQ(number(linetypes.get(), L"Count"), before);
+    EXPECT_EQ(integerOf(linetypes.get(), L"Count"), before);
     // The layers leave names to the host, which refuses this one: E_FAIL, not E_INVALIDARG.
     ComPtr<IDispatch> layers = collection(L"Layers");
     EXPECT_EQ(get(layers.get(), L"Add", result, {comma.get()}), E_FAIL);
@@ -208,14 +199,14 @@ TEST_F(DrawingCollections, AddHandsBackWhatHasTheNameAndRefusesBadNames)
     ComPtr<IDispatch> viewports = collection(L"Viewports");
     ComPtr<IDispatch> active = add(L"Viewports", L"*ACTIVE");
     ASSERT_TRUE(active);
-    EXPECT_EQ(number(viewports.get(), L"Count"), 1);
+    EXPECT_EQ(integerOf(viewports.get(), L"Count"), 1);
     ComPtr<IDispatch> saved = add(L"Viewports", L"Saved");
     ASSERT_TRUE(saved);
-    EXPECT_EQ(number(viewports.get(), L"Count"), 2);
+    EXPECT_EQ(integerOf(viewports.get(), L"Count"), 2);
     Value savedName = drawing::text(L"Saved"), activeName = drawing::text(L"*Active");
     EXPECT_EQ(invoke(viewports.get(), L"DeleteConfiguration", DISPATCH_METHOD, {savedName.get()}), S_OK);
     EXPECT_EQ(invoke(viewports.get(), L"DeleteConfiguration", DISPATCH_METHOD, {activeName.get()}), E_INVALIDARG);
-    EXPECT_EQ(number(viewports.get(), L"Count"), 1);
+    EXPECT_EQ(integerOf(viewports.get(), L"Count"), 1);
 }
 
 TEST_F(DrawingCollections, LayerMembersKeepTheirOddRules)
@@ -233,10 +224,10 @@ TEST_F(DrawingCollections, LayerMembersKeepTheirOddRules)
     EXPECT_EQ(V_BOOL(on.get()), VARIANT_TRUE) << "1 is on";
 
     // A linetype only the standard file has is loaded first; one that is nowhere is refused.
-    const LONG linetypes = number(collection(L"Linetypes").get(), L"Count");
+    const LONG linetypes = integerOf(collection(L"Linetypes").get(), L"Count");
     ASSERT_EQ(put(walls.get(), L"Linetype", drawing::text(L"HIDDEN")), S_OK);
     EXPECT_EQ(text(walls.get(), L"Linetype"), L"HIDDEN");
-    EXPECT_EQ(number(collection(L"Linetypes").get(), L"Count"), linetypes + 1);
+    EXPECT_EQ(integerOf(collection(L"Linetypes").get(), L"Count"), linetypes + 1);
     EXPECT_EQ(put(walls.get(), L"Linetype", drawing::text(L"NOWHERE")), statusCode(kx::Velt::eKeyNotFound));
     EXPECT_EQ(text(walls.get(), L"Linetype"), L"HIDDEN");
 
@@ -264,9 +255,9 @@ TEST_F(DrawingCollections, TextStylesViewportsAndCoordinateSystems)
 {
     ComPtr<IDispatch> notes = add(L"TextStyles", L"Notes");
     ASSERT_EQ(put(notes.get(), L"TextGenerationFlag", drawing::number(6)), S_OK);
-    EXPECT_EQ(number(notes.get(), L"TextGenerationFlag"), 6);
+    EXPECT_EQ(integerOf(notes.get(), L"TextGenerationFlag"), 6);
     ASSERT_EQ(put(notes.get(), L"TextGenerationFlag", drawing::number(0x10002)), S_OK);
-    EXPECT_EQ(number(notes.get(), L"TextGenerationFlag"), 2) << "only the low 16 bits count";
+    EXPECT_EQ(integerOf(notes.get(), L"TextGenerationFlag"), 2) << "only the low 16 bits count";
     Value face = drawing::text(L"Arial"), bold = flag(true), italic = flag(false), charset = drawing::number(0),
           pitch = drawing::number(34);
     ASSERT_EQ(invoke(notes.get(), L"SetFont", DISPATCH_METHOD, {face.get(), bold.get(), italic.get(), charset.get(),
@@ -299,13 +290,13 @@ TEST_F(DrawingCollections, TextStylesViewportsAndCoordinateSystems)
     ComPtr<IDispatch> active = add(L"Viewports", L"*Active");
     ASSERT_TRUE(active);
     ASSERT_EQ(invoke(active.get(), L"Split", DISPATCH_METHOD, {drawing::number(8).get()}), S_OK);  // four
-    EXPECT_EQ(number(viewports.get(), L"Count"), 4);
+    EXPECT_EQ(integerOf(viewports.get(), L"Count"), 4);
     Value corner;
     ASSERT_EQ(get(active.get(), L"UpperRightCorner", corner), S_OK);
     EXPECT_EQ(corner.type(), VT_ARRAY | VT_R8);
     Value bad = drawing::number(99);
     EXPECT_EQ(invoke(active.get(), L"Split", DISPATCH_METHOD, {bad.get()}), E_INVALIDARG);
-    EXPECT_EQ(number(viewports.get(), L"Count"), 4);
+    EXPECT_EQ(integerOf(viewports.get(), L"Count"), 4);
     // OrthoOn is the isometric snap of the record.
     ASSERT_EQ(put(active.get(), L"OrthoOn", flag(true)), S_OK);
     {
@@ -342,7 +333,7 @@ TEST_F(DrawingCollections, DictionariesAndExtendedRecords)
     Value other = drawing::text(L"Other");
     EXPECT_EQ(get(mine.get(), L"AddObject", result, {other.get(), unknownClass.get()}), E_POINTER);
     EXPECT_EQ(get(mine.get(), L"AddObject", result, {other.get(), lineClass.get()}), E_POINTER);
-    EXPECT_EQ(number(mine.get(), L"Count"), 1);
+    EXPECT_EQ(integerOf(mine.get(), L"Count"), 1);
 
     // Extended record data goes as extended data does.
     ComPtr<IDispatch> record = object(mine.get(), L"AddXRecord", {other.get()});
@@ -397,7 +388,7 @@ TEST_F(DrawingCollections, DictionariesAndExtendedRecords)
 
     ComPtr<IDispatch> removed = object(mine.get(), L"Remove", {taken.get()});
     EXPECT_EQ(objectIdOf(removed.get()), objectIdOf(stored.get()));
-    EXPECT_EQ(number(mine.get(), L"Count"), 1);
+    EXPECT_EQ(integerOf(mine.get(), L"Count"), 1);
 }
 
 TEST_F(DrawingCollections, GroupsTakeTheirDrawingsEntitiesAndApplyTheirSetters)
@@ -405,7 +396,7 @@ TEST_F(DrawingCollections, GroupsTakeTheirDrawingsEntitiesAndApplyTheirSetters)
     ComPtr<IDispatch> group = add(L"Groups", L"Doors");
     ComPtr<IDispatch> a = line(1), b = line(2), c = line(3);
     ASSERT_EQ(invoke(group.get(), L"AppendItems", DISPATCH_METHOD, {objects({a.get(), b.get()}).get()}), S_OK);
-    EXPECT_EQ(number(group.get(), L"Count"), 2);
+    EXPECT_EQ(integerOf(group.get(), L"Count"), 2);
 
     // An entity of another drawing: nothing is added.
     kx::VxDbDatabase elsewhere;
@@ -421,10 +412,10 @@ TEST_F(DrawingCollections, GroupsTakeTheirDrawingsEntitiesAndApplyTheirSetters)
     }
     EXPECT_EQ(invoke(group.get(), L"AppendItems", DISPATCH_METHOD, {objects({c.get(), foreign.get()}).get()}),
               E_INVALIDARG);
-    EXPECT_EQ(number(group.get(), L"Count"), 2);
+    EXPECT_EQ(integerOf(group.get(), L"Count"), 2);
     foreign.reset();
     EXPECT_EQ(invoke(group.get(), L"RemoveItems", DISPATCH_METHOD, {objects({c.get()}).get()}), E_INVALIDARG);
-    EXPECT_EQ(number(group.get(), L"Count"), 2);
+    EXPECT_EQ(integerOf(group.get(), L"Count"), 2);
 
     // Item: 0 ... Count - 1; anything else is refused.
     Value result, one = drawing::number(1), two = drawing::number(2), word = drawing::text(L"one");
@@ -441,10 +432,10 @@ TEST_F(DrawingCollections, GroupsTakeTheirDrawingsEntitiesAndApplyTheirSetters)
     Value layer;
     EXPECT_NE(get(group.get(), L"Layer", layer), S_OK) << "the group's setters have no getters";
     ASSERT_EQ(put(group.get(), L"color", drawing::number(3)), S_OK);
-    EXPECT_EQ(number(a.get(), L"color"), 3);
+    EXPECT_EQ(integerOf(a.get(), L"color"), 3);
 
     ASSERT_EQ(invoke(group.get(), L"RemoveItems", DISPATCH_METHOD, {objects({a.get()}).get()}), S_OK);
-    EXPECT_EQ(number(group.get(), L"Count"), 1);
+    EXPECT_EQ(integerOf(group.get(), L"Count"), 1);
     ASSERT_EQ(put(group.get(), L"Name", drawing::text(L"Windows")), S_OK);
     Value windows = drawing::text(L"Windows");
     EXPECT_EQ(objectIdOf(object(collection(L"Groups").get(), L"Item", {windows.get()}).get()), objectIdOf(group.get()));
@@ -572,15 +563,7 @@ TEST_F(DrawingCollections, RecordPropertiesReachTheFile)
     facts += "XRECORD\t" + handle(record.get()) + "\t1=Hello|70=7\n";
     facts += "DICT\t" + handle(mine.get()) + "\tSettings\tXRECORD\n";
 
-    const char* folder = std::getenv("NKAUTO_OUT");
-    if (!folder) GTEST_SKIP() << "NKAUTO_OUT names no folder for the file check";
-    const std::string base = std::string(folder) + "\\collections";
-    ASSERT_EQ(kx::vxdbSaveAs(db.get(), std::wstring(base.begin(), base.end()).append(L".dxf").c_str(), false),
-              kx::Velt::eOk);
-    std::FILE* out = std::fopen((base + ".facts").c_str(), "wb");
-    ASSERT_TRUE(out);
-    std::fwrite(facts.data(), 1, facts.size(), out);
-    std::fclose(out);
+    drawing::saveForFileCheck(db.get(), "collections", facts);
 }
 
 TEST_F(DrawingCollections, LayerStatesSaveRestoreAndTravelInFiles)
@@ -603,7 +586,7 @@ TEST_F(DrawingCollections, LayerStatesSaveRestoreAndTravelInFiles)
     ASSERT_EQ(put(walls.get(), L"LayerOn", flag(false)), S_OK);
     ASSERT_EQ(put(walls.get(), L"Lock", flag(true)), S_OK);
     ASSERT_EQ(invoke(manager.get(), L"Restore", DISPATCH_METHOD, {before.get()}), S_OK);
-    EXPECT_EQ(number(walls.get(), L"color"), 1);
+    EXPECT_EQ(integerOf(walls.get(), L"color"), 1);
     Value on, locked;
     ASSERT_EQ(get(walls.get(), L"LayerOn", on), S_OK);
     EXPECT_EQ(V_BOOL(on.get()), VARIANT_TRUE);
@@ -632,6 +615,6 @@ TEST_F(DrawingCollections, LayerStatesSaveRestoreAndTravelInFiles)
     ASSERT_EQ(invoke(manager.get(), L"Import", DISPATCH_METHOD, {fileName.get()}), S_OK);
     ASSERT_EQ(put(walls.get(), L"color", drawing::number(6)), S_OK);
     ASSERT_EQ(invoke(manager.get(), L"Restore", DISPATCH_METHOD, {saved.get()}), S_OK);
-    EXPECT_EQ(number(walls.get(), L"color"), 1);
+    EXPECT_EQ(integerOf(walls.get(), L"color"), 1);
     DeleteFileW(file.c_str());
 }

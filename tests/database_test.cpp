@@ -24,7 +24,7 @@ using nk::Variant;
 
 namespace {
 
-HRESULT statusCode(kx::Velt::ErrorStatus status) { return RaiseVrxException(IID_NULL, 0, status); }
+using drawing::statusCode;
 
 kx::VxDbObjectId addLine(kx::VxDbObjectId blockId, kx::VxGePoint3d from = {0, 0, 0}, kx::VxGePoint3d to = {1, 2, 0},
                          kx::VxDbObjectId layer = {})

@@ -555,13 +555,5 @@ TEST_F(DeclaredProperties, EveryPropertyIsSetReadAndRefusedThroughTheInterfaces)
     EXPECT_GT(walked, 60u);
 
     // Saved for ezdxf: the drawing and what it must find there.
-    const char* folder = std::getenv("NKAUTO_OUT");
-    if (!folder) GTEST_SKIP() << "NKAUTO_OUT names no folder for the file check";
-    const std::string base = std::string(folder) + "\\declared";
-    ASSERT_EQ(kx::vxdbSaveAs(db.get(), std::wstring(base.begin(), base.end()).append(L".dxf").c_str(), false),
-              kx::Velt::eOk);
-    std::FILE* out = std::fopen((base + ".facts").c_str(), "wb");
-    ASSERT_TRUE(out);
-    std::fwrite(facts.data(), 1, facts.size(), out);
-    std::fclose(out);
+    drawing::saveForFileCheck(db.get(), "declared", facts);
 }

@@ -4,12 +4,17 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
+#include <cstdlib>
 #include <memory>
+#include <string>
 #include <vector>
 
+#include "axsupport/errors.h"
 #include "core/lookup.h"
 #include "db/blocks.h"
 #include "db/database.h"
+#include "dxf/dxffile.h"
 #include "frame/com.h"
 #include "kxauto.h"
 
@@ -227,5 +232,40 @@ protected:
 
     std::unique_ptr<kx::VxDbDatabase> db;
 };
+
+// The HRESULT a member answers for a host status.
+inline HRESULT statusCode(kx::Velt::ErrorStatus status) { return RaiseVrxException(IID_NULL, 0, status); }
+
+// A property read by name as a number; -1 when it does not read or convert.
+inline double realOf(IDispatch* from, const wchar_t* name)
+{
+    Value v;
+    EXPECT_EQ(get(from, name, v), S_OK);
+    nk::Variant n;
+    return SUCCEEDED(VariantChangeType(n.get(), v.get(), 0, VT_R8)) ? V_R8(n.get()) : -1;
+}
+inline LONG integerOf(IDispatch* from, const wchar_t* name)
+{
+    Value v;
+    EXPECT_EQ(get(from, name, v), S_OK);
+    nk::Variant n;
+    return SUCCEEDED(VariantChangeType(n.get(), v.get(), 0, VT_I4)) ? V_I4(n.get()) : -1;
+}
+
+// Saves the drawing as <name>.dxf in the folder NKAUTO_OUT names, with <name>.facts beside it:
+// what the independent readers check the file against after the suite. Without that folder
+// the test is marked skipped (call this last).
+inline void saveForFileCheck(kx::VxDbDatabase* db, const std::string& name, const std::string& facts)
+{
+    const char* folder = std::getenv("NKAUTO_OUT");
+    if (!folder) GTEST_SKIP() << "NKAUTO_OUT names no folder for the file check";
+    const std::string base = std::string(folder) + "\\" + name;
+    ASSERT_EQ(kx::vxdbSaveAs(db, std::wstring(base.begin(), base.end()).append(L".dxf").c_str(), false),
+              kx::Velt::eOk);
+    std::FILE* out = std::fopen((base + ".facts").c_str(), "wb");
+    ASSERT_TRUE(out);
+    std::fwrite(facts.data(), 1, facts.size(), out);
+    std::fclose(out);
+}
 
 }  // namespace drawing

@@ -234,15 +234,7 @@ TEST_F(Hatches, PatternsAndGradientsThroughTheirMembersAndTheFileEzdxfReads)
     facts += "ENTITY\t" + narrow(handleOf(gradient.get())) + "\tHATCH\t0\t256\tsolid_fill=1;hloops=1:E:2;" +
              "hgradient=INVSPHERICAL,200,10,20,255,255,0,30\n";
 
-    const char* folder = std::getenv("NKAUTO_OUT");
-    if (!folder) GTEST_SKIP() << "NKAUTO_OUT names no folder for the file check";
-    const std::string base = std::string(folder) + "\\hatches";
-    ASSERT_EQ(kx::vxdbSaveAs(db.get(), std::wstring(base.begin(), base.end()).append(L".dxf").c_str(), false),
-              kx::Velt::eOk);
-    std::FILE* out = std::fopen((base + ".facts").c_str(), "wb");
-    ASSERT_TRUE(out);
-    std::fwrite(facts.data(), 1, facts.size(), out);
-    std::fclose(out);
+    drawing::saveForFileCheck(db.get(), "hatches", facts);
 }
 
 }  // namespace

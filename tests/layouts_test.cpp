@@ -19,6 +19,8 @@
 #include "objects/layouts.h"
 
 using drawing::invoke;
+using drawing::realOf;
+using drawing::statusCode;
 using drawing::get;
 using drawing::object;
 using drawing::put;
@@ -28,22 +30,6 @@ using nk::ComPtr;
 
 namespace {
 
-HRESULT statusCode(kx::Velt::ErrorStatus status) { return RaiseVrxException(IID_NULL, 0, status); }
-
-double real(IDispatch* from, const wchar_t* name)
-{
-    Value v;
-    EXPECT_EQ(get(from, name, v), S_OK);
-    nk::Variant n;
-    return SUCCEEDED(VariantChangeType(n.get(), v.get(), 0, VT_R8)) ? V_R8(n.get()) : -1;
-}
-Value number(double d)
-{
-    Value v;
-    V_VT(v.get()) = VT_R8;
-    V_R8(v.get()) = d;
-    return v;
-}
 Value names(std::vector<const wchar_t*> items)
 {
     Value v;
@@ -88,7 +74,7 @@ protected:
     ComPtr<IDispatch> addViewport(double x, double y, double width, double height)
     {
         ComPtr<IDispatch> paper = object(database.get(), L"PaperSpace");
-        Value center = drawing::point(x, y, 0), w = number(width), h = number(height);
+        Value center = drawing::point(x, y, 0), w = drawing::real(width), h = drawing::real(height);
         return object(paper.get(), L"AddPViewport", {center.get(), w.get(), h.get()});
     }
 
@@ -103,19 +89,19 @@ TEST_F(Sheets, PlotSettingsKeepTheirEnumerationRulesAndTheValidatorsChecks)
     ComPtr<IDispatch> plan = layout(L"Layout1");
     ASSERT_TRUE(plan);
     ASSERT_EQ(put(plan.get(), L"PlotRotation", drawing::number(2)), S_OK);
-    EXPECT_EQ(real(plan.get(), L"PlotRotation"), 2);
+    EXPECT_EQ(realOf(plan.get(), L"PlotRotation"), 2);
     ASSERT_EQ(put(plan.get(), L"PlotRotation", drawing::number(7)), S_OK);
-    EXPECT_EQ(real(plan.get(), L"PlotRotation"), 0) << "rotation 7 is stored as 0";
+    EXPECT_EQ(realOf(plan.get(), L"PlotRotation"), 0) << "rotation 7 is stored as 0";
     LONG rotation = 0;
     nk::conv::PlotRotation::out(5, &rotation);
     EXPECT_EQ(rotation, 3) << "a stored rotation past 180 degrees reads as 270";
     ASSERT_EQ(put(plan.get(), L"PaperUnits", drawing::number(9)), S_OK);
-    EXPECT_EQ(real(plan.get(), L"PaperUnits"), 0);
+    EXPECT_EQ(realOf(plan.get(), L"PaperUnits"), 0);
     ASSERT_EQ(put(plan.get(), L"PlotType", drawing::number(-3)), S_OK);
-    EXPECT_EQ(real(plan.get(), L"PlotType"), 0);
+    EXPECT_EQ(realOf(plan.get(), L"PlotType"), 0);
     ASSERT_EQ(put(plan.get(), L"StandardScale", drawing::number(26)), S_OK);
     ASSERT_EQ(put(plan.get(), L"StandardScale", drawing::number(40)), S_OK);
-    EXPECT_EQ(real(plan.get(), L"StandardScale"), 26) << "scale 40 leaves the scale";
+    EXPECT_EQ(realOf(plan.get(), L"StandardScale"), 26) << "scale 40 leaves the scale";
 
     const std::wstring device = text(plan.get(), L"ConfigName");
     EXPECT_EQ(put(plan.get(), L"ConfigName", drawing::text(L"No Such Plotter.pc3")),
@@ -185,28 +171,28 @@ TEST_F(Sheets, LayoutsRenameReorderAndKeepTheModel)
     // The model layout cannot be deleted.
     ComPtr<IDispatch> model = layout(L"Model");
     ASSERT_TRUE(model);
-    EXPECT_EQ(real(model.get(), L"ModelType"), -1);
-    const double count = real(layouts.get(), L"Count");
+    EXPECT_EQ(realOf(model.get(), L"ModelType"), -1);
+    const double count = realOf(layouts.get(), L"Count");
     EXPECT_EQ(invoke(model.get(), L"Delete", DISPATCH_METHOD), E_FAIL);
-    EXPECT_EQ(real(layouts.get(), L"Count"), count);
+    EXPECT_EQ(realOf(layouts.get(), L"Count"), count);
 
     // The others move first; a layout that then will not open for write answers E_POINTER.
     ASSERT_EQ(put(third.get(), L"TabOrder", drawing::number(1)), S_OK);
-    EXPECT_EQ(real(third.get(), L"TabOrder"), 1);
-    EXPECT_EQ(real(layout(L"Layout1").get(), L"TabOrder"), 2);
+    EXPECT_EQ(realOf(third.get(), L"TabOrder"), 1);
+    EXPECT_EQ(realOf(layout(L"Layout1").get(), L"TabOrder"), 2);
     {
         kx::VxDbObjectPointer<kx::VxDbLayout> held(idOf(second.as<IVeltObject>().get()), kx::VxDb::kForWrite);
         ASSERT_TRUE(held);
         EXPECT_EQ(put(second.get(), L"TabOrder", drawing::number(1)), E_POINTER);
     }
-    EXPECT_EQ(real(second.get(), L"TabOrder"), 1);
-    EXPECT_EQ(real(third.get(), L"TabOrder"), 2);
+    EXPECT_EQ(realOf(second.get(), L"TabOrder"), 1);
+    EXPECT_EQ(realOf(third.get(), L"TabOrder"), 2);
 
     ComPtr<IDispatch> block = object(second.get(), L"Block");
     ASSERT_TRUE(block);
-    EXPECT_EQ(real(block.get(), L"IsLayout"), -1);
+    EXPECT_EQ(realOf(block.get(), L"IsLayout"), -1);
     ASSERT_EQ(invoke(second.get(), L"Delete", DISPATCH_METHOD), S_OK);
-    EXPECT_EQ(real(layouts.get(), L"Count"), count - 1);
+    EXPECT_EQ(realOf(layouts.get(), L"Count"), count - 1);
 }
 
 // Viewports: size, scale and frozen layers, refused values changing nothing; then a sheet of
@@ -225,29 +211,29 @@ TEST_F(Sheets, ViewportsKeepTheirScaleAndReachTheFile)
     ComPtr<IDispatch> refused;
     {
         ComPtr<IDispatch> paper = object(database.get(), L"PaperSpace");
-        Value center = drawing::point(1, 1, 0), w = number(std::numeric_limits<double>::quiet_NaN()), h = number(5);
+        Value center = drawing::point(1, 1, 0), w = drawing::real(std::numeric_limits<double>::quiet_NaN()), h = drawing::real(5);
         Value out;
         EXPECT_EQ(get(paper.get(), L"AddPViewport", out, {center.get(), w.get(), h.get()}), E_INVALIDARG);
-        EXPECT_EQ(real(paper.get(), L"Count"), 0);
+        EXPECT_EQ(realOf(paper.get(), L"Count"), 0);
     }
     ComPtr<IDispatch> main = addViewport(150, 140, 260, 180), detail = addViewport(350, 140, 100, 80);
     ASSERT_TRUE(main && detail);
     ASSERT_EQ(put(main.get(), L"StandardScale", drawing::number(12)), S_OK);  // 1:50
-    EXPECT_NEAR(real(main.get(), L"CustomScale"), 0.02, 1e-15);
-    ASSERT_EQ(put(detail.get(), L"CustomScale", number(0.1)), S_OK);
-    EXPECT_EQ(real(detail.get(), L"StandardScale"), 1) << "a custom scale";
+    EXPECT_NEAR(realOf(main.get(), L"CustomScale"), 0.02, 1e-15);
+    ASSERT_EQ(put(detail.get(), L"CustomScale", drawing::real(0.1)), S_OK);
+    EXPECT_EQ(realOf(detail.get(), L"StandardScale"), 1) << "a custom scale";
     // A taller window keeps the scale.
-    ASSERT_EQ(put(detail.get(), L"Height", number(90)), S_OK);
-    EXPECT_NEAR(real(detail.get(), L"CustomScale"), 0.1, 1e-15);
-    ASSERT_EQ(put(detail.get(), L"Height", number(80)), S_OK);
+    ASSERT_EQ(put(detail.get(), L"Height", drawing::real(90)), S_OK);
+    EXPECT_NEAR(realOf(detail.get(), L"CustomScale"), 0.1, 1e-15);
+    ASSERT_EQ(put(detail.get(), L"Height", drawing::real(80)), S_OK);
 
-    EXPECT_EQ(put(main.get(), L"Width", number(std::numeric_limits<double>::quiet_NaN())),
+    EXPECT_EQ(put(main.get(), L"Width", drawing::real(std::numeric_limits<double>::quiet_NaN())),
               statusCode(kx::Velt::eInvalidInput));
-    EXPECT_EQ(put(main.get(), L"CustomScale", number(0)), statusCode(kx::Velt::eInvalidInput));
-    EXPECT_EQ(put(main.get(), L"CustomScale", number(-1)), statusCode(kx::Velt::eInvalidInput));
+    EXPECT_EQ(put(main.get(), L"CustomScale", drawing::real(0)), statusCode(kx::Velt::eInvalidInput));
+    EXPECT_EQ(put(main.get(), L"CustomScale", drawing::real(-1)), statusCode(kx::Velt::eInvalidInput));
     EXPECT_EQ(put(main.get(), L"StandardScale", drawing::number(35)), E_INVALIDARG);
-    EXPECT_EQ(real(main.get(), L"Width"), 260);
-    EXPECT_NEAR(real(main.get(), L"CustomScale"), 0.02, 1e-15);
+    EXPECT_EQ(realOf(main.get(), L"Width"), 260);
+    EXPECT_NEAR(realOf(main.get(), L"CustomScale"), 0.02, 1e-15);
 
     Value both = names({L"Walls", L"Doors"}), nobody = names({L"Doors", L"Nobody"});
     EXPECT_EQ(invoke(detail.get(), L"FreezeLayers", DISPATCH_METHOD, {nobody.get()}), E_INVALIDARG);
@@ -284,13 +270,5 @@ TEST_F(Sheets, ViewportsKeepTheirScaleAndReachTheFile)
     facts += "VIEWPORT\t" + handle(main.get()) + "\t" + num(0.02) + "\t\n";
     facts += "VIEWPORT\t" + handle(detail.get()) + "\t" + num(0.1) + "\tDoors\n";
 
-    const char* folder = std::getenv("NKAUTO_OUT");
-    if (!folder) GTEST_SKIP() << "NKAUTO_OUT names no folder for the file check";
-    const std::string base = std::string(folder) + "\\layouts";
-    ASSERT_EQ(kx::vxdbSaveAs(db.get(), std::wstring(base.begin(), base.end()).append(L".dxf").c_str(), false),
-              kx::Velt::eOk);
-    std::FILE* out = std::fopen((base + ".facts").c_str(), "wb");
-    ASSERT_TRUE(out);
-    std::fwrite(facts.data(), 1, facts.size(), out);
-    std::fclose(out);
+    drawing::saveForFileCheck(db.get(), "layouts", facts);
 }
