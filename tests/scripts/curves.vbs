@@ -1,26 +1,7 @@
 ' Circles, arcs and ellipses as a script sees them: sizes set through the derived
 ' properties, the smallest sizes and ratios, and what an ellipse keeps when its radius changes.
-Option Explicit
-Dim failures : failures = 0
 Const PI = 3.14159265358979
 Const INVALID_ARGUMENT = 5   ' VBScript's number for E_INVALIDARG
-
-Sub Check(ok, what)
-    If Not ok Then
-        WScript.Echo "FAIL: " & what
-        failures = failures + 1
-    End If
-End Sub
-
-Function Near(a, b)
-    Near = Abs(a - b) <= 1e-9 * (1 + Abs(b))
-End Function
-
-' The number of the error the last statement raised, cleared for the next.
-Function LastError()
-    LastError = Err.Number
-    Err.Clear
-End Function
 
 On Error Resume Next  ' each refusal is checked where it happens
 
@@ -42,9 +23,8 @@ circle.Circumference = -1
 Check LastError() = INVALID_ARGUMENT, "circumference -1 was taken"
 
 ' An arc and an ellipse from a drawing.
-Dim folder : folder = Left(WScript.ScriptFullName, InStrRev(WScript.ScriptFullName, "\"))
 Dim doc : Set doc = CreateObject("NkAuto.Document")
-doc.Open folder & "..\data\curves.dxf"
+doc.Open DATA_FOLDER & "curves.dxf"
 Dim entity, arc, ellipse
 For Each entity In doc.ModelSpace
     If TypeName(entity) = "IVeltArc" Then Set arc = entity
@@ -81,8 +61,4 @@ Dim below : below = LastError()
 Check below <> 0 And below <> INVALID_ARGUMENT, "a major radius below the minor one answered " & below
 Check Near(ellipse.MajorRadius, 20), "a refused major radius changed it to " & ellipse.MajorRadius
 
-If failures > 0 Then
-    WScript.Echo failures & " failures"
-Else
-    WScript.Echo "all checks passed"
-End If
+Report

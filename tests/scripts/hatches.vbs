@@ -1,31 +1,12 @@
 ' Hatches as a script drives them: a loop from an array of the drawing's entities (VBScript's
 ' arrays hold VARIANTs), refused loops that change nothing, the loop read back as entities.
-Option Explicit
-Dim failures : failures = 0
 Const PI = 3.14159265358979
 Const INVALID_ARGUMENT = 5   ' VBScript's number for E_INVALIDARG
 
-Sub Check(ok, what)
-    If Not ok Then
-        WScript.Echo "FAIL: " & what
-        failures = failures + 1
-    End If
-End Sub
-
-Function Near(a, b)
-    Near = Abs(a - b) <= 1e-9 * (1 + Abs(b))
-End Function
-
-Function LastError()
-    LastError = Err.Number
-    Err.Clear
-End Function
-
 On Error Resume Next
 
-Dim folder : folder = Left(WScript.ScriptFullName, InStrRev(WScript.ScriptFullName, "\"))
 Dim doc : Set doc = CreateObject("NkAuto.Document")
-doc.Open folder & "..\data\palette.dxf"
+doc.Open DATA_FOLDER & "palette.dxf"
 Dim entity, circle, line
 For Each entity In doc.ModelSpace
     If TypeName(entity) = "IVeltCircle" Then Set circle = entity
@@ -60,8 +41,4 @@ Check TypeName(loopItems(0)) = "IVeltCircle", "the loop came back as " & TypeNam
 Check Near(loopItems(0).Radius, circle.Radius), "the loop's circle has radius " & loopItems(0).Radius
 Check doc.ModelSpace.Count = count + 1, "reading the loop added to the drawing"
 
-If failures > 0 Then
-    WScript.Echo failures & " failures"
-Else
-    WScript.Echo "all checks passed"
-End If
+Report

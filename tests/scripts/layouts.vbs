@@ -1,20 +1,6 @@
 ' Layouts, plot settings and viewports as a script sees them: the plot settings' lopsided
 ' enumerations, the model layout that stays, refused names and scales that change nothing.
-Option Explicit
-Dim failures : failures = 0
 Const INVALID_ARGUMENT = 5   ' VBScript's number for E_INVALIDARG
-
-Sub Check(ok, what)
-    If Not ok Then
-        WScript.Echo "FAIL: " & what
-        failures = failures + 1
-    End If
-End Sub
-
-Function LastError()
-    LastError = Err.Number
-    Err.Clear
-End Function
 
 On Error Resume Next  ' each refusal is checked where it happens
 
@@ -77,8 +63,4 @@ vp.ThawLayers "Walls"
 frozen = vp.FrozenLayers
 Check UBound(frozen) = -1, "thawed layers stay frozen"
 
-If failures > 0 Then
-    WScript.Echo failures & " failures"
-Else
-    WScript.Echo "all checks passed"
-End If
+Report

@@ -2,31 +2,12 @@
 ' vertices carry, indices out of range taken as given, the factory's two-vertex rule, and a
 ' malformed list that changes nothing. Scripts make no arrays of doubles: the lists come
 ' from the polylines of a drawing.
-Option Explicit
-Dim failures : failures = 0
 Const INVALID_ARGUMENT = 5   ' VBScript's number for E_INVALIDARG
-
-Sub Check(ok, what)
-    If Not ok Then
-        WScript.Echo "FAIL: " & what
-        failures = failures + 1
-    End If
-End Sub
-
-Function Near(a, b)
-    Near = Abs(a - b) <= 1e-9 * (1 + Abs(b))
-End Function
-
-Function LastError()
-    LastError = Err.Number
-    Err.Clear
-End Function
 
 On Error Resume Next
 
-Dim folder : folder = Left(WScript.ScriptFullName, InStrRev(WScript.ScriptFullName, "\"))
 Dim doc : Set doc = CreateObject("NkAuto.Document")
-doc.Open folder & "..\data\polylines.dxf"
+doc.Open DATA_FOLDER & "polylines.dxf"
 Check LastError() = 0, "the drawing did not open"
 ' In the file: five vertices with bulges and widths, two vertices, four vertices.
 Dim five, two, four, entity, count
@@ -82,8 +63,4 @@ Check LastError() = 0, "a polyline of four vertices was refused"
 Check doc.ModelSpace.Count = before + 1, "the new polyline was not added"
 Check Near(made.Length, 11), "the new polyline is " & made.Length & " long"
 
-If failures = 0 Then
-    WScript.Echo "all checks passed"
-Else
-    WScript.Echo failures & " checks failed"
-End If
+Report

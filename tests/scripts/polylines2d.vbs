@@ -3,31 +3,12 @@
 ' the factory's two-vertex rule. The polyline comes from a drawing: scripts make no arrays
 ' of doubles. Wine's VBScript takes no UBound of them: the given vertices are counted by
 ' the indices Coordinate takes.
-Option Explicit
-Dim failures : failures = 0
 Const INVALID_ARGUMENT = 5   ' VBScript's number for E_INVALIDARG
-
-Sub Check(ok, what)
-    If Not ok Then
-        WScript.Echo "FAIL: " & what
-        failures = failures + 1
-    End If
-End Sub
-
-Function Near(a, b)
-    Near = Abs(a - b) <= 1e-9 * (1 + Abs(b))
-End Function
-
-Function LastError()
-    LastError = Err.Number
-    Err.Clear
-End Function
 
 On Error Resume Next
 
-Dim folder : folder = Left(WScript.ScriptFullName, InStrRev(WScript.ScriptFullName, "\"))
 Dim doc : Set doc = CreateObject("NkAuto.Document")
-doc.Open folder & "..\data\polylines2d.dxf"
+doc.Open DATA_FOLDER & "polylines2d.dxf"
 Check LastError() = 0, "the drawing did not open"
 ' In the file: one 2D polyline through (0, 0), (4, 3), (8, 0), (12, 3).
 Dim poly, entity, count
@@ -69,8 +50,4 @@ Set made = doc.ModelSpace.AddPolyline(poly.Coordinates)
 Check LastError() = 0 And doc.ModelSpace.Count = before + 1, "the factory refused four vertices"
 Check Near(made.Length, 15), "the copy is " & made.Length & " long"
 
-If failures = 0 Then
-    WScript.Echo "all checks passed"
-Else
-    WScript.Echo failures & " checks failed"
-End If
+Report
