@@ -88,6 +88,15 @@ Index readIndex(const VARIANT& given)
     return index;
 }
 
+// The live record at a position, or a null id.
+VxDbObjectId recordAt(const VxDbSymbolTable& symbols, LONG position)
+{
+    Records records = recordsOf(symbols);
+    for (LONG n = 0; position >= 0 && !records->done(); records->step(), ++n)
+        if (n == position) return records->currentId();
+    return {};
+}
+
 // Item of a symbol table: the name as the table compares it, or the position among the live
 // records.
 VxDbObjectId tableItem(VxAxObjectRef& table, const Kind& kind, const VARIANT& given)
@@ -102,11 +111,9 @@ VxDbObjectId tableItem(VxAxObjectRef& table, const Kind& kind, const VARIANT& gi
         if (id.isNull()) throw kx::Velt::eKeyNotFound;
         return id;
     }
-    Records records = recordsOf(*symbols);
-    for (LONG n = 0; index.position >= 0 && !records->done(); records->step(), ++n) {
-        if (n == index.position) return records->currentId();
-    }
-    throw kx::Velt::eInvalidIndex;
+    id = recordAt(*symbols, index.position);
+    if (id.isNull()) throw kx::Velt::eInvalidIndex;
+    return id;
 }
 
 // Item of the blocks: every miss alike.
@@ -120,13 +127,7 @@ VxDbObjectId blockItem(VxAxObjectRef& table, const VARIANT& given)
     if (index.isName) {
         opened->getAt(index.name.c_str(), id);
     } else {
-        Records records = recordsOf(*opened.get());
-        for (LONG n = 0; index.position >= 0 && !records->done(); records->step(), ++n) {
-            if (n == index.position) {
-                id = records->currentId();
-                break;
-            }
-        }
+        id = recordAt(*opened.get(), index.position);
     }
     if (id.isNull()) throw E_FAIL;
     return id;
