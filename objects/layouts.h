@@ -36,15 +36,10 @@ struct PlotSettingsObject {
 // Opens the settings (a layout too) for the call; a failed open raises its status. Values
 // are converted before the document is locked.
 template <class Itf, class T>
-struct PlotAccess {
+struct PlotAccess : StatusAccess<Itf, T> {
     using Target = VxAxObjectRef;
     using Object = PlotSettingsObject;
-    template <class Self>
-    static Target& target(Self& self)
-    {
-        return self.objectRef();
-    }
-    static const IID& iid() { return __uuidof(Itf); }
+    using StatusAccess<Itf, T>::iid;
 
     template <class Read>
     static HRESULT read(Target& ref, Read&& read)
