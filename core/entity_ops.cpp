@@ -168,7 +168,6 @@ LONG entityType(const VxDbEntity& e)
 
 // ---- coordinate systems ----
 
-kx::VxDbDatabase* databaseOf(const VxDbObjectId& id) { return id.database(); }
 kx::VxDbDatabase* databaseOf(const VxAxObjectRef& ref)
 {
     if (kx::VxDbDatabase* db = ref.objectId().database()) return db;

@@ -22,7 +22,6 @@ using nk::ComPtr;
 
 namespace {
 
-std::wstring widen(const std::string& s) { return std::wstring(s.begin(), s.end()); }
 std::string narrow(const std::wstring& s) { return std::string(s.begin(), s.end()); }
 
 struct Expected {
@@ -244,11 +243,15 @@ TEST_F(Catalogue, MembersHaveTheirNamesKindsDispidsAndSlots)
                     found = true;
                     EXPECT_EQ(name, m[4]);
                     EXPECT_TRUE(kindMatches) << "invkind " << fd->invkind;
-                    if (m[5] != "-") EXPECT_EQ(fd->memid, std::stol(m[5], nullptr, 0));
+                    if (m[5] != "-") {
+                        EXPECT_EQ(fd->memid, std::stol(m[5], nullptr, 0));
+                    }
                 }
             } else if (name == m[4] && kindMatches) {
                 found = true;
-                if (m[5] != "-") EXPECT_EQ(fd->memid, std::stol(m[5], nullptr, 0));
+                if (m[5] != "-") {
+                    EXPECT_EQ(fd->memid, std::stol(m[5], nullptr, 0));
+                }
             }
             info->ReleaseFuncDesc(fd);
         }

@@ -80,7 +80,9 @@ protected:
         ComPtr<IClassFactory> factory;
         EXPECT_EQ(dll.getClassObject(CLSID_KxDbDocument, IID_IClassFactory, factory.putVoid()), S_OK);
         ComPtr<IDispatch> document;
-        if (factory) EXPECT_EQ(factory->CreateInstance(nullptr, IID_IDispatch, document.putVoid()), S_OK);
+        if (factory) {
+            EXPECT_EQ(factory->CreateInstance(nullptr, IID_IDispatch, document.putVoid()), S_OK);
+        }
         return document;
     }
     ServerDll dll;

@@ -470,8 +470,12 @@ TEST_F(DeclaredProperties, EveryPropertyIsSetReadAndRefusedThroughTheInterfaces)
                 EXPECT_TRUE(FAILED(hr)) << "a refused value was taken";
                 // The sizes' own check comes before the host's: E_INVALIDARG, nothing locked.
                 const double d = V_VT(bad.get()) == VT_R8 ? V_R8(bad.get()) : 0.0;
-                if (std::string(m->conversion) == "length" && !(d > 1e-10)) EXPECT_EQ(hr, E_INVALIDARG);
-                if (std::string(m->conversion) == "ratio" && !(d >= 1e-6 && d <= 1.0)) EXPECT_EQ(hr, E_INVALIDARG);
+                if (std::string(m->conversion) == "length" && !(d > 1e-10)) {
+                    EXPECT_EQ(hr, E_INVALIDARG);
+                }
+                if (std::string(m->conversion) == "ratio" && !(d >= 1e-6 && d <= 1.0)) {
+                    EXPECT_EQ(hr, E_INVALIDARG);
+                }
                 const auto after = snapshot(entity.get(), kind.itf);
                 for (const auto& [name, value] : before) {
                     EXPECT_EQ(after.at(name).first, value.first) << narrow(name);
