@@ -128,14 +128,6 @@ TEST(PointValues, OnlyArraysKnownToHoldDoublesAreReadDirectly)
     bare.pvData = xyz;
     bare.rgsabound[0].cElements = 3;
     EXPECT_EQ(thrown([&] { VxAxPoint3d p(&bare); }), nk::kElementNotRead);
-
-    // A locked array is read all the same, and stays locked once.
-    Doubles locked({1, 2, 3});
-    ASSERT_EQ(SafeArrayLock(V_ARRAY(locked.v.get())), S_OK);
-    VxAxPoint3d p(*locked);
-    EXPECT_EQ(p.y, 2);
-    EXPECT_EQ(V_ARRAY(locked.v.get())->cLocks, 1u);
-    SafeArrayUnlock(V_ARRAY(locked.v.get()));
 }
 
 TEST(PointValues, NeverReadAnArrayOfVariantsAsDoubles)
