@@ -1,5 +1,6 @@
 #include "axsupport/values.h"
 
+#include <cstring>
 #include <new>
 
 #include "frame/com.h"
@@ -63,9 +64,24 @@ double readDouble(const SAFEARRAY* sa, LONG* indices)
 
 // Reads the N doubles of a one-dimensional array of N doubles, checked once and read in
 // one access.
+// The common case read straight from the descriptor: a one-dimensional array of N doubles
+// that carries its element type (SafeArrayGetVartype reads the same word). Anything else
+// takes the checked path below, which answers each fault with its own code.
+template <int N>
+bool readPlainPoint(const SAFEARRAY* sa, double (&out)[N])
+{
+    if (!sa || sa->cDims != 1 || !(sa->fFeatures & FADF_HAVEVARTYPE) || sa->cbElements != sizeof(double) ||
+        sa->rgsabound[0].cElements != ULONG(N) || !sa->pvData)
+        return false;
+    if (reinterpret_cast<const DWORD*>(sa)[-1] != VT_R8) return false;
+    std::memcpy(out, sa->pvData, sizeof(out));
+    return true;
+}
+
 template <int N>
 void readPoint(const SAFEARRAY* sa, double (&out)[N])
 {
+    if (readPlainPoint(sa, out)) return;
     auto* a = const_cast<SAFEARRAY*>(sa);
     if (!a || SafeArrayGetDim(a) != 1) fail(kNotAnArray);
     Bounds b = bounds(sa, 1, kBoundsUnreadable);

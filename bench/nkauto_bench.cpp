@@ -287,6 +287,7 @@ void row(const char* what, const Timing& t)
 double perItem(const Timing& t) { return t.count ? t.seconds / double(t.count) : 0.0; }
 
 constexpr int kRounds = 3;
+constexpr int kPathTurns = 5;  // rounds of the paths compared in turns
 
 template <class Round>
 Timing best(Round round)
@@ -430,32 +431,39 @@ int wmain(int argc, wchar_t** argv)
             enumerate(space.get(), 100);
         }
 
-        // Each path runs kRounds times on a fresh drawing and keeps its best round: the
-        // machine may be shared, and a neighbour's burst should not decide the ratios.
-        const Timing host = best([&] {
-            kx::VxDbDatabase scratch;
-            return hostCreate(scratch, count);
-        });
-        kx::VxDbDatabase db;
-        hostCreate(db, count);
-        const Timing hostIds = best([&] { return hostWalk(db, false); });
-        const Timing hostOpen = best([&] { return hostWalk(db, true); });
-
-        // The last drawing of the vtable rounds is the one walked.
-        ComPtr<IKxDbDocument> doc;
+        // Each path runs on a fresh drawing, the paths compared taking turns, and each keeps
+        // its best round: the machine may be shared, and a neighbour's burst should not
+        // decide the ratios.
+        Timing host, vtable, dispatch;
+        ComPtr<IKxDbDocument> doc;  // the last drawing of the vtable rounds is the one walked
         ComPtr<IVeltModelSpace> space;
-        const Timing vtable = best([&] {
+        for (int turn = 0; turn < kPathTurns; ++turn) {
+            auto keep = [&](Timing& kept, const Timing& t) {
+                if (turn == 0 || t.seconds < kept.seconds) kept = t;
+            };
+            {
+                kx::VxDbDatabase scratch;
+                keep(host, hostCreate(scratch, count));
+            }
             space.reset();
             doc = server.newDocument();
             space = modelSpaceOf(doc.get());
-            return addByVtable(space.get(), count);
-        });
-        const Timing walk1 = best([&] { return enumerate(space.get(), 1); });
-        const Timing walk100 = best([&] { return enumerate(space.get(), 100); });
-        const Timing dispatch = best([&] {
+            keep(vtable, addByVtable(space.get(), count));
             ComPtr<IKxDbDocument> other = server.newDocument();
-            return addByDispatch(modelSpaceOf(other.get()).get(), count);
-        });
+            keep(dispatch, addByDispatch(modelSpaceOf(other.get()).get(), count));
+        }
+        kx::VxDbDatabase db;
+        hostCreate(db, count);
+        const Timing hostIds = best([&] { return hostWalk(db, false); });
+        Timing hostOpen, walk1, walk100;
+        for (int turn = 0; turn < kPathTurns; ++turn) {
+            auto keep = [&](Timing& kept, const Timing& t) {
+                if (turn == 0 || t.seconds < kept.seconds) kept = t;
+            };
+            keep(hostOpen, hostWalk(db, true));
+            keep(walk1, enumerate(space.get(), 1));
+            keep(walk100, enumerate(space.get(), 100));
+        }
 
         // A member's get and put, declared against hand-written, alternating rounds.
         MemberPaths members;
@@ -493,7 +501,7 @@ int wmain(int argc, wchar_t** argv)
             std::fprintf(stderr, "walks saw %zu, %zu and %zu entities, not %zu\n", walk1.count, walk100.count,
                          hostOpen.count, count);
 
-        std::printf("lines per path: %zu (best of %d rounds)\n", count, kRounds);
+        std::printf("lines per path: %zu (best of %d rounds)\n", count, kPathTurns);
         std::printf("%-36s %9s %10s %14s %12s\n", "", "items", "total (s)", "per item (us)", "items/s");
         row("host: new line + append + close", host);
         row("COM vtable: AddLine", vtable);
@@ -502,10 +510,12 @@ int wmain(int argc, wchar_t** argv)
         row("host: block iterator, open + close", hostOpen);
         row("COM IEnumVARIANT: Next(1)", walk1);
         row("COM IEnumVARIANT: Next(100)", walk100);
-        std::printf("vtable AddLine / host creation: %.2fx (aim: within 3x)\n", perItem(vtable) / perItem(host));
-        std::printf("IDispatch / vtable AddLine: %.2fx\n", perItem(dispatch) / perItem(vtable));
-        std::printf("IEnumVARIANT Next(1) / host open + close: %.2fx, Next(100) / Next(1): %.2fx\n",
-                    perItem(walk1) / perItem(hostOpen), perItem(walk100) / perItem(walk1));
+        std::printf("vtable AddLine / host creation: %.2fx (aim: within 2x)\n", perItem(vtable) / perItem(host));
+        std::printf("IDispatch / vtable AddLine: %.2fx (aim: within 1.5x)\n", perItem(dispatch) / perItem(vtable));
+        std::printf("IEnumVARIANT Next(100) / host open + close: %.2fx (aim: within 2x), Next(1): %.2fx, "
+                    "Next(100) / Next(1): %.2fx\n",
+                    perItem(walk100) / perItem(hostOpen), perItem(walk1) / perItem(hostOpen),
+                    perItem(walk100) / perItem(walk1));
         std::printf("\nline members through the vtable: written by hand (before) and declared (after)\n");
         row("get Thickness (double), by hand", getDoubleHand);
         row("get Thickness (double), declared", getDoubleDeclared);

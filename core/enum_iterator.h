@@ -24,16 +24,42 @@ public:
     }
 
 protected:
+    // The ids of a batch come from one look at the container; only the wrappers cost per item.
+    HRESULT fill(ULONG count, VARIANT* items, ULONG& n) override
+    {
+        kx::VxDbObjectId batch[kBatch];
+        while (n < count) {
+            const size_t want = count - n < kBatch ? count - n : kBatch;
+            const size_t got = ids_->nextIds(batch, want);
+            for (size_t i = 0; i < got; ++i) {
+                VariantInit(&items[n]);
+                if (HRESULT hr = wrap(batch[i], &items[n]); FAILED(hr)) {
+                    ids_->seek(batch[i]);  // the walk stays on the item that failed
+                    return hr;
+                }
+                ++n;
+            }
+            if (got < want) break;
+        }
+        return S_OK;
+    }
     bool done() override
     {
         // Objects erased since the walk began are passed over.
         while (!ids_->done() && ids_->currentId().isErased()) ids_->step();
         return ids_->done();
     }
-    HRESULT current(VARIANT* item) override
+    HRESULT current(VARIANT* item) override { return wrap(ids_->currentId(), item); }
+    void advance() override { ids_->step(); }
+    void restart() override { ids_->start(); }
+
+private:
+    static constexpr size_t kBatch = 128;
+
+    HRESULT wrap(kx::VxDbObjectId id, VARIANT* item)
     {
         ComPtr<IUnknown> wrapper;
-        VxAxGetIUnknownOfObject(wrapper.put(), ids_->currentId(), owner_.get());
+        VxAxGetIUnknownOfObject(wrapper.put(), id, owner_.get());
         if (!wrapper) return E_FAIL;
         IDispatch* dispatch = nullptr;
         HRESULT hr = wrapper->QueryInterface(IID_IDispatch, reinterpret_cast<void**>(&dispatch));
@@ -42,10 +68,7 @@ protected:
         V_DISPATCH(item) = dispatch;
         return S_OK;
     }
-    void advance() override { ids_->step(); }
-    void restart() override { ids_->start(); }
 
-private:
     ComPtr<IDispatch> owner_;
     std::unique_ptr<kx::VxDbIdListIterator> ids_;
 };

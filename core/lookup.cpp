@@ -254,8 +254,15 @@ HRESULT VxAxGetIUnknownOfObject(IUnknown** ppUnk, kx::VxDbObject* object, IDispa
     // The module's own wrappers are made and bound directly; another module's through COM.
     if (BoundObject* bound = makeBoundWrapper(clsid)) {
         ComPtr<IUnknown> made = ComPtr<IUnknown>::adopt(bound->identity());
-        HRESULT hr = bindNewWrapper(made.get(), bound, bound, id, app, *links);
-        if (FAILED(hr)) return hr;
+        if (object->isResident()) {
+            // The object is open in the caller's hands: its id resolves, and a new wrapper
+            // has no record to forget. Bound and recorded without a second open.
+            bound->SetObjectId(id, kx::VxDbObjectId::kNull, nullptr);
+            links->setIUnknown(id, made.get());
+            bound->SetApplicationObject(app);
+        } else if (HRESULT hr = bindNewWrapper(made.get(), bound, bound, id, app, *links); FAILED(hr)) {
+            return hr;
+        }
         *ppUnk = made.detach();
         return S_OK;
     }

@@ -24,16 +24,11 @@ public:
     {
         if (!items || (count != 1 && !fetched)) return E_POINTER;
         ULONG n = 0;
-        while (n < count && !done()) {
-            VariantInit(&items[n]);
-            HRESULT hr = current(&items[n]);
-            if (FAILED(hr)) {
-                for (ULONG i = 0; i < n; ++i) VariantClear(&items[i]);
-                if (fetched) *fetched = 0;
-                return hr;
-            }
-            advance();
-            ++n;
+        HRESULT hr = fill(count, items, n);
+        if (FAILED(hr)) {
+            for (ULONG i = 0; i < n; ++i) VariantClear(&items[i]);
+            if (fetched) *fetched = 0;
+            return hr;
         }
         if (fetched) *fetched = n;
         return n < count ? S_FALSE : S_OK;
@@ -69,6 +64,19 @@ public:
     }
 
 protected:
+    // Fills items one by one; n counts the items filled, which the caller clears on failure,
+    // and the walk stays on the item that failed. A walk that can take many items for the
+    // cost of one overrides this.
+    virtual HRESULT fill(ULONG count, VARIANT* items, ULONG& n)
+    {
+        while (n < count && !done()) {
+            VariantInit(&items[n]);
+            if (HRESULT hr = current(&items[n]); FAILED(hr)) return hr;
+            advance();
+            ++n;
+        }
+        return S_OK;
+    }
     virtual bool done() = 0;
     // The item under the walk, as a VARIANT (a VT_DISPATCH wrapper, usually).
     virtual HRESULT current(VARIANT* item) = 0;

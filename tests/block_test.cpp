@@ -169,6 +169,58 @@ TEST_F(Block, TheEnumeratorWalksTheLiveEntities)
     EXPECT_EQ(walk->Clone(copy.put()), E_NOTIMPL);
 }
 
+// Next(n) takes its ids in batches of the container's list: across the batches' edges, with
+// entities erased inside a batch, and against a walk one by one, every live entity comes once,
+// in order, as its one wrapper.
+TEST_F(Block, NextOfManyHandsOutWhatNextOfOneDoes)
+{
+    auto space = modelSpace();
+    std::vector<ComPtr<IVeltLine>> lines;
+    for (int i = 0; i < 300; ++i) lines.push_back(addLine({0, 0, 0}, {double(i + 1), 0, 0}));
+    for (int erased : {1, 127, 128, 129, 299}) ASSERT_EQ(lines[size_t(erased)]->Delete(), S_OK);
+    std::vector<IUnknown*> live;
+    for (size_t i = 0; i < lines.size(); ++i)
+        if (i != 1 && i != 127 && i != 128 && i != 129 && i != 299) live.push_back(identity(lines[i].get()).get());
+
+    auto walk = [&](ULONG batch) {
+        ComPtr<IUnknown> unknown;
+        EXPECT_EQ(space->get__NewEnum(unknown.put()), S_OK);
+        auto items = unknown.as<IEnumVARIANT>();
+        std::vector<IUnknown*> seen;
+        std::vector<VARIANT> got(batch);
+        for (;;) {
+            ULONG fetched = 12345;
+            const HRESULT hr = items->Next(batch, got.data(), &fetched);
+            EXPECT_EQ(hr, fetched == batch ? S_OK : S_FALSE) << batch;
+            for (ULONG i = 0; i < fetched; ++i) {
+                EXPECT_EQ(V_VT(&got[i]), VT_DISPATCH);
+                seen.push_back(identity(V_DISPATCH(&got[i])).get());
+                VariantClear(&got[i]);
+            }
+            if (hr != S_OK) break;
+        }
+        return seen;
+    };
+    EXPECT_EQ(walk(1), live);
+    EXPECT_EQ(walk(100), live);
+    EXPECT_EQ(walk(200), live);  // more than one batch in one call
+    EXPECT_EQ(walk(1000), live);
+
+    // Skip and Next share the position; an entity erased after the walk began is passed over.
+    ComPtr<IUnknown> unknown;
+    ASSERT_EQ(space->get__NewEnum(unknown.put()), S_OK);
+    auto items = unknown.as<IEnumVARIANT>();
+    ASSERT_EQ(items->Skip(2), S_OK);
+    ASSERT_EQ(lines[4]->Delete(), S_OK);
+    VARIANT two[2];
+    ULONG fetched = 0;
+    ASSERT_EQ(items->Next(2, two, &fetched), S_OK);
+    EXPECT_EQ(identity(V_DISPATCH(&two[0])).get(), identity(lines[3].get()).get());
+    EXPECT_EQ(identity(V_DISPATCH(&two[1])).get(), identity(lines[5].get()).get());
+    VariantClear(&two[0]);
+    VariantClear(&two[1]);
+}
+
 TEST_F(Block, NameAndOrigin)
 {
     kx::VxDbObjectId id = addBlock(L"Door");

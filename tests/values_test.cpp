@@ -108,6 +108,28 @@ TEST(PointValues, RefuseMalformedInputWithItsOwnCode)
     EXPECT_EQ(thrown([&] { VxAxPoint3d p(*static_cast<const VARIANT*>(nullptr)); }), E_INVALIDARG);
 }
 
+// Points are read straight from the array's descriptor when it is plainly three doubles:
+// eight-byte elements of another type, and a descriptor that does not carry its element
+// type, are refused as the checked read refuses them.
+TEST(PointValues, OnlyArraysKnownToHoldDoublesAreReadDirectly)
+{
+    nk::Variant currency;
+    SAFEARRAY* sa = SafeArrayCreateVector(VT_CY, 0, 3);
+    ASSERT_TRUE(sa);
+    ASSERT_EQ(SafeArrayGetElemsize(sa), sizeof(double));
+    V_VT(currency.get()) = VT_ARRAY | VT_CY;
+    V_ARRAY(currency.get()) = sa;
+    EXPECT_EQ(thrown([&] { VxAxPoint3d p(*currency.get()); }), nk::kElementNotRead);
+
+    double xyz[3] = {7, 8, 9};
+    SAFEARRAY bare{};
+    bare.cDims = 1;
+    bare.cbElements = sizeof(double);
+    bare.pvData = xyz;
+    bare.rgsabound[0].cElements = 3;
+    EXPECT_EQ(thrown([&] { VxAxPoint3d p(&bare); }), nk::kElementNotRead);
+}
+
 TEST(PointValues, NeverReadAnArrayOfVariantsAsDoubles)
 {
     nk::Variant v;

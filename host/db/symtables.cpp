@@ -72,6 +72,23 @@ VxDbObjectId VxDbIdListIterator::currentId() const
     return (*ids)[size_t(mIndex)];
 }
 
+size_t VxDbIdListIterator::nextIds(VxDbObjectId* out, size_t count, bool skipErased)
+{
+    const std::vector<VxDbObjectId>* ids = list();
+    if (!ids || !out)
+        return 0;
+    const ptrdiff_t size = ptrdiff_t(ids->size());
+    size_t n = 0;
+    for (; n < count && mIndex >= 0 && mIndex < size; ++mIndex) {
+        if (!skipErased || isLive(*ids, mIndex))
+            out[n++] = (*ids)[size_t(mIndex)];
+    }
+    // Left on a live id, as step() leaves it.
+    while (skipErased && mIndex >= 0 && mIndex < size && !isLive(*ids, mIndex))
+        ++mIndex;
+    return n;
+}
+
 namespace {
 
 const std::vector<VxDbObjectId>* tableRecords(VxDbObjectId table)

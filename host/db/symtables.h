@@ -35,6 +35,9 @@ public:
     // Positions the iterator on the given id; eKeyNotFound when absent.
     Velt::ErrorStatus seek(VxDbObjectId id);
     VxDbObjectId currentId() const;
+    // Up to `count` ids from the current one on, erased ones passed over, and the iterator
+    // moved past them: one look at the container's list for the lot. Answers how many.
+    size_t nextIds(VxDbObjectId* ids, size_t count, bool skipErased = true);
 
 protected:
     using ListAccess = const std::vector<VxDbObjectId>* (*)(VxDbObjectId container);

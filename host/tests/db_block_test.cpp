@@ -192,6 +192,21 @@ TEST(DbTables, IteratingWithErasedRecordsAndFindingThem)
     VxDbLayerTable loose;
     EXPECT_EQ(loose.newIterator(it), Velt::eNoIterator);
     EXPECT_EQ(it, nullptr);
+
+    // Ids taken many at once pass over the erased record and leave the walk where step() would.
+    ASSERT_EQ(table->newIterator(it), Velt::eOk);
+    VxDbObjectId taken[4];
+    EXPECT_EQ(it->nextIds(taken, 2), 2u);
+    EXPECT_EQ(taken[0], db.layerZero());
+    EXPECT_EQ(taken[1], ids[0]);
+    EXPECT_EQ(it->currentId(), ids[2]);
+    EXPECT_EQ(it->nextIds(taken, 4), 1u);
+    EXPECT_EQ(taken[0], ids[2]);
+    EXPECT_TRUE(it->done());
+    EXPECT_EQ(it->nextIds(taken, 4), 0u);
+    ASSERT_EQ(table->newIterator(it, true, false), Velt::eOk);
+    EXPECT_EQ(it->nextIds(taken, 4, false), 4u);
+    EXPECT_EQ(taken[2], ids[1]);
 }
 
 TEST(DbDictionary, EntriesMoveAndEraseWithTheirDictionary)
