@@ -181,6 +181,8 @@ VxDbEntity::~VxDbEntity() { detail::releaseEntityStyle(mStyle); }
 
 void VxDbEntity::setStyle(const detail::EntityStyle& style)
 {
+    if (style == this->style())
+        return;
     const uint32_t index = detail::acquireEntityStyle(style);
     detail::releaseEntityStyle(mStyle);
     mStyle = index;
