@@ -124,24 +124,30 @@ TEST(DbEntity, SharedCommonPropertiesAreReleasedAndThreadSafe)
     }
     EXPECT_LE(detail::entityStyleCount(), before + 1);
 
-    // Threads making and dropping entities with the same and with their own values.
-    auto work = [](int seed) {
+    // Threads changing entities of their own to the same and to their own values, so that
+    // records are taken and let go on both at once. (The entities are made here: a thread's
+    // object pool outlives it.)
+    std::vector<std::unique_ptr<VxDbLine>> made[2];
+    for (auto& lines : made) {
+        for (int i = 0; i < 20; ++i)
+            lines.push_back(std::make_unique<VxDbLine>(VxGePoint3d{0, 0, 0}, VxGePoint3d{1, 0, 0}));
+    }
+    auto work = [&made](int seed) {
+        std::vector<std::unique_ptr<VxDbLine>>& lines = made[seed];
         for (int round = 0; round < 200; ++round) {
-            std::vector<std::unique_ptr<VxDbLine>> lines;
-            for (int i = 0; i < 20; ++i) {
-                auto line = std::make_unique<VxDbLine>(VxGePoint3d{0, 0, 0}, VxGePoint3d{1, 0, 0});
-                line->setColorIndex(int16_t(1 + (i + seed) % 3));
-                if (i % 2)
-                    line->setLinetypeScale(1.0 + (round % 4));
-                lines.push_back(std::move(line));
+            for (size_t i = 0; i < lines.size(); ++i) {
+                lines[i]->setColorIndex(int16_t(1 + (int(i) + seed + round) % 3));
+                lines[i]->setLinetypeScale(i % 2 ? 1.0 + (round % 4) : 1.0);
             }
-            for (size_t i = 0; i + 1 < lines.size(); ++i)
-                EXPECT_EQ(lines[i]->colorIndex(), 1 + (int(i) + seed) % 3);
+            for (size_t i = 0; i < lines.size(); ++i)
+                EXPECT_EQ(lines[i]->colorIndex(), 1 + (int(i) + seed + round) % 3);
         }
     };
     std::thread a(work, 0), b(work, 1);
     a.join();
     b.join();
+    made[0].clear();
+    made[1].clear();
     // Each thread may still remember one record.
     EXPECT_LE(detail::entityStyleCount(), before + 3);
 }
