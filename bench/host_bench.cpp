@@ -147,6 +147,9 @@ int main(int argc, char** argv)
         }
         count = size_t(asked);
     }
+    // Memory first, while the object pool is still empty: later rounds reuse the objects
+    // that earlier ones freed, and their memory would not be counted.
+    const double hostBytesPerLine = runHost(count).bytesPerLine;
     // One warm-up round each, so that neither pays for first touches alone.
     runVector(count / 10 + 1);
     runHost(count / 10 + 1);
@@ -162,7 +165,7 @@ int main(int argc, char** argv)
     std::printf("%-28s %12.4f %12.4f %12.4f\n", "std::vector<LineData>", plain.create, plain.openClose, plainTotal);
     std::printf("%-28s %12.4f %12.4f %12.4f\n", "host database", host.create, host.openClose, hostTotal);
     std::printf("time ratio host / vector: %.2fx (aim: at most 3x)\n", hostTotal / plainTotal);
-    std::printf("memory per line: vector %.1f bytes, host %.1f bytes (aim: at most 250)\n", plain.bytesPerLine,
-                host.bytesPerLine);
+    std::printf("memory per line: vector %.1f bytes, host %.1f bytes (aim: at most 150)\n", plain.bytesPerLine,
+                hostBytesPerLine);
     return 0;
 }

@@ -1,6 +1,7 @@
 #include "db/database.h"
 
 #include <atomic>
+#include <algorithm>
 #include <mutex>
 
 #include "db/blocks.h"
@@ -127,19 +128,19 @@ void** detail::wrapperSlotOf(VxDbObjectId id, bool create)
 bool VxDbObjectId::isValid() const
 {
     const detail::Stub* stub = detail::stubOf(*this);
-    return stub && stub->object;
+    return stub && stub->object();
 }
 
 bool VxDbObjectId::isErased() const
 {
     const detail::Stub* stub = detail::stubOf(*this);
-    return stub && (stub->flags & (detail::kStubErased | detail::kStubPermanentlyErased));
+    return stub && (stub->flags() & (detail::kStubErased | detail::kStubPermanentlyErased));
 }
 
 bool VxDbObjectId::isPermanentlyErased() const
 {
     const detail::Stub* stub = detail::stubOf(*this);
-    return stub && (stub->flags & detail::kStubPermanentlyErased);
+    return stub && (stub->flags() & detail::kStubPermanentlyErased);
 }
 
 VxDbDatabase* VxDbObjectId::database() const { return isNull() ? nullptr : detail::databaseOf(mValue); }
@@ -153,7 +154,7 @@ VxDbHandle VxDbObjectId::handle() const
 VxRxClass* VxDbObjectId::objectClass() const
 {
     const detail::Stub* stub = detail::stubOf(*this);
-    return stub && stub->object ? stub->object->isA() : nullptr;
+    return stub && stub->object() ? stub->object()->isA() : nullptr;
 }
 
 // ---- the database ----
@@ -181,8 +182,8 @@ VxDbDatabase::~VxDbDatabase()
     unregisterDatabase(mSerial);
     for (uint64_t slot = 1; slot < mStubCount; ++slot) {
         detail::Stub& stub = mStubChunks[slot >> kChunkBits][slot & kChunkMask];
-        delete stub.object;
-        stub.object = nullptr;
+        delete stub.object();
+        stub.setObject(nullptr);
     }
 }
 
@@ -231,22 +232,34 @@ inline size_t handleBucket(uint64_t handle, size_t mask)
 
 void VxDbDatabase::indexHandle(uint64_t handle, uint64_t slot)
 {
-    // Three quarters full at most: handles mostly come in runs, which land in
-    // buckets of their own and never probe far.
+    // Objects made one after another, and drawings read in handle order, give handles and
+    // slots that both count up: one run holds them all, at no cost per object.
+    const auto next = std::upper_bound(mHandleRuns.begin(), mHandleRuns.end(), handle,
+                                       [](uint64_t h, const HandleRun& run) { return h < run.handle; });
+    if (next != mHandleRuns.begin()) {
+        HandleRun& previous = *(next - 1);
+        if (handle == previous.handle + previous.count && slot == uint64_t(previous.slot) + previous.count &&
+            previous.count < UINT32_MAX) {
+            ++previous.count;
+            return;
+        }
+    }
+    if (next == mHandleRuns.end()) {
+        mHandleRuns.push_back(HandleRun{handle, uint32_t(slot), 1});
+        return;
+    }
+    // Three quarters full at most.
     if ((mHandleCount + 1) * 4 > mHandleIndex.size() * 3) {
-        // Grow and re-enter every stub.
-        const size_t capacity = mHandleIndex.empty() ? 1024 : mHandleIndex.size() * 2;
-        mHandleIndex.assign(capacity, 0);
-        mHandleCount = 0;
-        for (uint64_t s = 1; s < mStubCount; ++s) {
-            if (s == slot)
+        std::vector<uint32_t> old(mHandleIndex.empty() ? 1024 : mHandleIndex.size() * 2, 0);
+        old.swap(mHandleIndex);
+        const size_t mask = mHandleIndex.size() - 1;
+        for (uint32_t s : old) {
+            if (s == 0)
                 continue;
-            const uint64_t h = stubAt(s)->handle;
-            size_t bucket = handleBucket(h, capacity - 1);
+            size_t bucket = handleBucket(stubAt(s)->handle, mask);
             while (mHandleIndex[bucket] != 0)
-                bucket = (bucket + 1) & (capacity - 1);
-            mHandleIndex[bucket] = uint32_t(s);
-            ++mHandleCount;
+                bucket = (bucket + 1) & mask;
+            mHandleIndex[bucket] = s;
         }
     }
     const size_t mask = mHandleIndex.size() - 1;
@@ -259,6 +272,13 @@ void VxDbDatabase::indexHandle(uint64_t handle, uint64_t slot)
 
 uint64_t VxDbDatabase::findHandle(uint64_t handle) const
 {
+    const auto next = std::upper_bound(mHandleRuns.begin(), mHandleRuns.end(), handle,
+                                       [](uint64_t h, const HandleRun& run) { return h < run.handle; });
+    if (next != mHandleRuns.begin()) {
+        const HandleRun& run = *(next - 1);
+        if (handle - run.handle < run.count)
+            return run.slot + (handle - run.handle);
+    }
     if (mHandleIndex.empty())
         return 0;
     const size_t mask = mHandleIndex.size() - 1;
@@ -295,7 +315,7 @@ Velt::ErrorStatus VxDbDatabase::makeResident(VxDbObjectId& id, VxDbObject* objec
         slot = findHandle(handle);
         if (slot != 0) {
             detail::Stub* stub = stubAt(slot);
-            if (stub->object || (stub->flags & detail::kStubPermanentlyErased))
+            if (stub->object() || (stub->flags() & detail::kStubPermanentlyErased))
                 return Velt::eHandleInUse;
         } else {
             slot = newStub(handle);
@@ -304,8 +324,8 @@ Velt::ErrorStatus VxDbDatabase::makeResident(VxDbObjectId& id, VxDbObject* objec
             mHandseed = handle + 1;
     }
     detail::Stub* stub = stubAt(slot);
-    stub->object = object;
-    stub->flags = 0;
+    stub->setObject(object);
+    stub->clearFlags(~0u);
     object->mId = packSlot(slot);
     object->mReaders = 0;
     object->mState = VxDbObject::kWriter;
@@ -380,15 +400,15 @@ bool VxDbDatabase::isReferenced(VxDbObjectId id) const
     finder.target = id;
     for (uint64_t slot = 1; slot < mStubCount && !finder.found; ++slot) {
         const detail::Stub* stub = stubAt(slot);
-        if (!stub->object || (stub->flags & detail::kStubErased) || stub->object->objectId() == id)
+        if (!stub->object() || (stub->flags() & detail::kStubErased) || stub->object()->objectId() == id)
             continue;
         // Entities of erased blocks are as good as erased.
-        if (auto* entity = VxDbEntity::cast(stub->object)) {
+        if (auto* entity = VxDbEntity::cast(stub->object())) {
             const detail::Stub* owner = detail::stubOf(entity->ownerId());
-            if (owner && (owner->flags & detail::kStubErased))
+            if (owner && (owner->flags() & detail::kStubErased))
                 continue;
         }
-        stub->object->visitReferences(finder);
+        stub->object()->visitReferences(finder);
     }
     return finder.found;
 }
@@ -450,7 +470,7 @@ VxDbObjectId VxDbDatabase::imageDictionaryId() const { return childOf(mNamedObje
 VxDbObjectId VxDbDatabase::byLayerMaterialId() const
 {
     const detail::Stub* stub = detail::stubOf(mByLayerMaterialCache);
-    if (!stub || !stub->object || (stub->flags & detail::kStubErased))
+    if (!stub || !stub->object() || (stub->flags() & detail::kStubErased))
         mByLayerMaterialCache = childOf(materialDictionaryId(), L"ByLayer");
     return mByLayerMaterialCache;
 }

@@ -22,13 +22,21 @@ class VxDbDatabaseSummaryInfo;
 namespace detail {
 
 // Where an object lives: its object (null while only its handle is known or
-// after it was deleted), its handle and its erase state.
+// after it was deleted), its handle and its erase state. The state sits in the
+// low bits of the object's address (objects are at least 8-byte aligned): a
+// drawing has a stub per object, and 16 bytes keep them cheap.
 struct Stub {
-    VxDbObject* object = nullptr;
+    VxDbObject* object() const { return reinterpret_cast<VxDbObject*>(bits & ~kFlagBits); }
+    void setObject(VxDbObject* object) { bits = reinterpret_cast<uintptr_t>(object) | (bits & kFlagBits); }
+    uint32_t flags() const { return uint32_t(bits & kFlagBits); }
+    void addFlags(uint32_t flags) { bits |= uintptr_t(flags) & kFlagBits; }
+    void clearFlags(uint32_t flags) { bits &= ~(uintptr_t(flags) & kFlagBits); }
+
+    static constexpr uintptr_t kFlagBits = 7;
+    uintptr_t bits = 0;
     uint64_t handle = 0;
-    uint32_t flags = 0;
-    uint32_t reserved = 0;
 };
+static_assert(sizeof(Stub) == 16);
 enum : uint32_t { kStubErased = 1, kStubPermanentlyErased = 2 };
 
 Stub* stubOf(VxDbObjectId id);
@@ -316,7 +324,15 @@ private:
     std::vector<std::unique_ptr<detail::Stub[]>> mStubChunks;
     std::vector<std::unique_ptr<void*[]>> mWrapperChunks;  // by stub chunk, made on the first wrapper
     uint64_t mStubCount = 1;  // slot 0 is never used
-    std::vector<uint32_t> mHandleIndex;  // open addressing: slot numbers, 0 empty
+    // Handles to slots: runs of consecutive handles in consecutive slots, in handle order, and
+    // the handles no run takes in a table (open addressing: slot numbers, 0 empty).
+    struct HandleRun {
+        uint64_t handle;
+        uint32_t slot;
+        uint32_t count;
+    };
+    std::vector<HandleRun> mHandleRuns;
+    std::vector<uint32_t> mHandleIndex;
     uint64_t mHandleCount = 0;
     uint64_t mHandseed = 1;
 

@@ -10,7 +10,7 @@ namespace {
 bool isLive(VxDbObjectId id)
 {
     const detail::Stub* stub = detail::stubOf(id);
-    return stub && stub->object && !(stub->flags & detail::kStubErased);
+    return stub && stub->object() && !(stub->flags() & detail::kStubErased);
 }
 
 }  // namespace

@@ -1,6 +1,13 @@
 #include "db/entity.h"
 
+#include <atomic>
+#include <cstring>
 #include <cmath>
+#include <memory>
+#include <mutex>
+#include <new>
+#include <unordered_map>
+#include <vector>
 
 #include "db/database.h"
 #include "db/dictionary.h"
@@ -28,9 +35,162 @@ std::wstring recordName(VxDbObjectId id)
 
 }  // namespace
 
+// ---- shared common properties ----
+// Records live in chunks that never move, so that readers find one without a lock; the map
+// that finds a record by its values, and giving records out and back, take the lock. A
+// thread keeps a reference to the last record it asked for: entities made one after the
+// other mostly share it, and then need no lock at all.
+
+namespace detail {
+namespace {
+
+struct StyleEntry {
+    EntityStyle style;
+    std::atomic<uint32_t> refs{0};
+    bool live = false;
+};
+
+struct StyleHash {
+    size_t operator()(const EntityStyle& s) const noexcept
+    {
+        uint64_t h = (uint64_t(s.color) << 32) ^ s.transparency;
+        const uint64_t words[] = {s.layer.value(), s.linetype.value(), s.material.value(), s.plotStyle.value(),
+                                  uint64_t(uint16_t(s.lineWeight)) | uint64_t(s.plotStyleType) << 16 |
+                                      uint64_t(s.visibility) << 24};
+        for (uint64_t w : words)
+            h = (h ^ w) * 0x9E3779B97F4A7C15ull;
+        double scale = s.linetypeScale;
+        uint64_t bits;
+        std::memcpy(&bits, &scale, sizeof bits);
+        h = (h ^ bits) * 0x9E3779B97F4A7C15ull;
+        return size_t(h ^ (h >> 29));
+    }
+};
+
+constexpr unsigned kStyleChunkBits = 10;
+constexpr size_t kStyleChunkSize = size_t(1) << kStyleChunkBits;
+constexpr size_t kStyleChunks = size_t(1) << 16;
+
+struct StyleTable {
+    std::atomic<StyleEntry*> chunks[kStyleChunks] = {};
+    std::mutex mutex;
+    std::unordered_map<EntityStyle, uint32_t, StyleHash> byValue;
+    std::vector<uint32_t> freeIndexes;
+    uint32_t next = 1;  // 0 is the defaults, never counted
+    size_t inUse = 0;
+
+    StyleEntry& entry(uint32_t index) const
+    {
+        return chunks[index >> kStyleChunkBits].load(std::memory_order_acquire)[index & (kStyleChunkSize - 1)];
+    }
+};
+
+// Never destroyed: entities of static lifetime may outlive any order of destruction.
+StyleTable& styleTable()
+{
+    static StyleTable* table = [] {
+        auto* t = new StyleTable;
+        t->chunks[0].store(new StyleEntry[kStyleChunkSize], std::memory_order_release);
+        t->chunks[0].load()[0].live = true;
+        return t;
+    }();
+    return *table;
+}
+
+thread_local uint32_t tLastStyle = 0;
+
+}  // namespace
+
+const EntityStyle& entityStyleAt(uint32_t index) { return styleTable().entry(index).style; }
+
+void addEntityStyleRef(uint32_t index)
+{
+    if (index != 0)
+        styleTable().entry(index).refs.fetch_add(1, std::memory_order_relaxed);
+}
+
+void releaseEntityStyle(uint32_t index)
+{
+    if (index == 0)
+        return;
+    StyleTable& table = styleTable();
+    StyleEntry& entry = table.entry(index);
+    if (entry.refs.fetch_sub(1, std::memory_order_acq_rel) != 1)
+        return;
+    // Another thread may have taken the record again before the lock.
+    std::lock_guard lock(table.mutex);
+    if (!entry.live || entry.refs.load(std::memory_order_acquire) != 0)
+        return;
+    table.byValue.erase(entry.style);
+    entry.live = false;
+    table.freeIndexes.push_back(index);
+    --table.inUse;
+}
+
+uint32_t acquireEntityStyle(const EntityStyle& style)
+{
+    StyleTable& table = styleTable();
+    const uint32_t last = tLastStyle;
+    if (last != 0 && table.entry(last).style == style) {
+        table.entry(last).refs.fetch_add(1, std::memory_order_relaxed);
+        return last;
+    }
+    if (style == EntityStyle())
+        return 0;
+    uint32_t index = 0;
+    {
+        std::lock_guard lock(table.mutex);
+        if (auto found = table.byValue.find(style); found != table.byValue.end()) {
+            index = found->second;
+        } else {
+            if (!table.freeIndexes.empty()) {
+                index = table.freeIndexes.back();
+                table.freeIndexes.pop_back();
+            } else {
+                if (table.next >= kStyleChunks * kStyleChunkSize)
+                    throw std::bad_alloc();
+                index = table.next++;
+                std::atomic<StyleEntry*>& chunk = table.chunks[index >> kStyleChunkBits];
+                if (!chunk.load(std::memory_order_relaxed))
+                    chunk.store(new StyleEntry[kStyleChunkSize], std::memory_order_release);
+            }
+            StyleEntry& entry = table.entry(index);
+            entry.style = style;
+            entry.live = true;
+            table.byValue.emplace(style, index);
+            ++table.inUse;
+        }
+        // One for the caller, one for this thread's memory of it.
+        table.entry(index).refs.fetch_add(2, std::memory_order_relaxed);
+    }
+    tLastStyle = index;
+    releaseEntityStyle(last);
+    return index;
+}
+
+size_t entityStyleCount()
+{
+    StyleTable& table = styleTable();
+    std::lock_guard lock(table.mutex);
+    return table.inUse;
+}
+
+}  // namespace detail
+
+VxDbEntity::~VxDbEntity() { detail::releaseEntityStyle(mStyle); }
+
+void VxDbEntity::setStyle(const detail::EntityStyle& style)
+{
+    if (style == this->style())
+        return;
+    const uint32_t index = detail::acquireEntityStyle(style);
+    detail::releaseEntityStyle(mStyle);
+    mStyle = index;
+}
+
 VxCmColor VxDbEntity::color() const
 {
-    VxCmColor color{VxCmEntityColor(mColor)};
+    VxCmColor color{VxCmEntityColor(style().color)};
     std::wstring colorName, bookName;
     if (getColorNames(colorName, bookName))
         color.setNames(colorName.c_str(), bookName.c_str());
@@ -44,7 +204,9 @@ Velt::ErrorStatus VxDbEntity::setColor(const VxCmColor& color, bool)
     VxCmEntityColor check;
     if (Velt::ErrorStatus es = check.setColor(color.color()))
         return es;
-    mColor = color.color();
+    detail::EntityStyle changed = style();
+    changed.color = color.color();
+    setStyle(changed);
     setColorNames(color.colorName(), color.bookName());
     return Velt::eOk;
 }
@@ -54,13 +216,16 @@ Velt::ErrorStatus VxDbEntity::setColorIndex(int16_t index, bool)
     VxCmEntityColor color;
     if (Velt::ErrorStatus es = color.setColorIndex(index))
         return es;
-    if (Velt::ErrorStatus es = setField(mColor, color.color()))
+    if (Velt::ErrorStatus es = assertWriteEnabled())
         return es;
+    detail::EntityStyle changed = style();
+    changed.color = color.color();
+    setStyle(changed);
     setColorNames({}, {});
     return Velt::eOk;
 }
 
-std::wstring VxDbEntity::layer() const { return recordName(mLayer); }
+std::wstring VxDbEntity::layer() const { return recordName(style().layer); }
 
 Velt::ErrorStatus VxDbEntity::setLayer(const wchar_t* name, bool doSubents, bool allowHiddenLayer)
 {
@@ -83,13 +248,13 @@ Velt::ErrorStatus VxDbEntity::setLayer(VxDbObjectId layerId, bool, bool allowHid
     auto* layer = VxDbLayerTableRecord::cast(detail::objectOf(layerId));
     if (layer->isHidden() && !allowHiddenLayer)
         return Velt::eInvalidInput;
-    if (Velt::ErrorStatus es = setField(mLayer, layerId))
+    if (Velt::ErrorStatus es = changeStyle([&](detail::EntityStyle& s) { s.layer = layerId; }))
         return es;
     setIntendedDatabase(layerId.database());
     return Velt::eOk;
 }
 
-std::wstring VxDbEntity::linetype() const { return recordName(mLinetype); }
+std::wstring VxDbEntity::linetype() const { return recordName(style().linetype); }
 
 Velt::ErrorStatus VxDbEntity::setLinetype(const wchar_t* name, bool doSubents)
 {
@@ -109,7 +274,7 @@ Velt::ErrorStatus VxDbEntity::setLinetype(VxDbObjectId linetypeId, bool)
 {
     if (Velt::ErrorStatus es = detail::checkReference(linetypeId, VxDbLinetypeTableRecord::desc(), database()))
         return es;
-    if (Velt::ErrorStatus es = setField(mLinetype, linetypeId))
+    if (Velt::ErrorStatus es = changeStyle([&](detail::EntityStyle& s) { s.linetype = linetypeId; }))
         return es;
     setIntendedDatabase(linetypeId.database());
     return Velt::eOk;
@@ -119,32 +284,32 @@ Velt::ErrorStatus VxDbEntity::setLinetypeScale(double scale, bool)
 {
     if (!std::isfinite(scale) || scale <= 0.0)
         return Velt::eInvalidInput;
-    return setField(mLinetypeScale, scale);
+    return changeStyle([&](detail::EntityStyle& s) { s.linetypeScale = scale; });
 }
 
 Velt::ErrorStatus VxDbEntity::setVisibility(VxDb::Visibility visibility, bool)
 {
     if (visibility != VxDb::kVisible && visibility != VxDb::kInvisible)
         return Velt::eInvalidInput;
-    return setField(mVisibility, uint8_t(visibility));
+    return changeStyle([&](detail::EntityStyle& s) { s.visibility = uint8_t(visibility); });
 }
 
 Velt::ErrorStatus VxDbEntity::setLineWeight(VxDb::LineWeight weight, bool)
 {
     if (!VxDb::isValidLineWeight(weight))
         return Velt::eInvalidInput;
-    return setField(mLineWeight, int16_t(weight));
+    return changeStyle([&](detail::EntityStyle& s) { s.lineWeight = int16_t(weight); });
 }
 
 VxDb::PlotStyleNameType VxDbEntity::getPlotStyleNameId(VxDbObjectId& id) const
 {
-    id = mPlotStyle;
-    return static_cast<VxDb::PlotStyleNameType>(mPlotStyleType);
+    id = style().plotStyle;
+    return static_cast<VxDb::PlotStyleNameType>(style().plotStyleType);
 }
 
 std::wstring VxDbEntity::plotStyleName() const
 {
-    switch (mPlotStyleType) {
+    switch (style().plotStyleType) {
     case VxDb::kPlotStyleNameByLayer: return vxdbGetReservedString(0);
     case VxDb::kPlotStyleNameByBlock: return vxdbGetReservedString(1);
     case VxDb::kPlotStyleNameIsDictDefault: return vxdbGetReservedString(5);
@@ -154,7 +319,7 @@ std::wstring VxDbEntity::plotStyleName() const
     auto* dictionary = db ? VxDbDictionary::cast(detail::objectOf(db->plotStyleNameDictionaryId())) : nullptr;
     std::wstring name;
     if (dictionary)
-        dictionary->nameAt(mPlotStyle, name);
+        dictionary->nameAt(style().plotStyle, name);
     return name;
 }
 
@@ -195,26 +360,28 @@ Velt::ErrorStatus VxDbEntity::setPlotStyleName(VxDb::PlotStyleNameType type, VxD
     }
     if (Velt::ErrorStatus es = assertWriteEnabled())
         return es;
-    mPlotStyleType = uint8_t(type);
-    mPlotStyle = id;
+    detail::EntityStyle changed = style();
+    changed.plotStyleType = uint8_t(type);
+    changed.plotStyle = id;
+    setStyle(changed);
     return Velt::eOk;
 }
 
 VxCmTransparency VxDbEntity::transparency() const
 {
     VxCmTransparency value;
-    value.serializeIn(mTransparency);
+    value.serializeIn(style().transparency);
     return value;
 }
 
 Velt::ErrorStatus VxDbEntity::setTransparency(const VxCmTransparency& value, bool)
 {
-    return setField(mTransparency, value.serializeOut());
+    return changeStyle([&](detail::EntityStyle& s) { s.transparency = value.serializeOut(); });
 }
 
 std::wstring VxDbEntity::material() const
 {
-    auto* material = VxDbMaterial::cast(detail::objectOf(mMaterial));
+    auto* material = VxDbMaterial::cast(detail::objectOf(style().material));
     return material ? material->name() : std::wstring();
 }
 
@@ -238,7 +405,7 @@ Velt::ErrorStatus VxDbEntity::setMaterial(VxDbObjectId materialId, bool)
 {
     if (Velt::ErrorStatus es = detail::checkReference(materialId, VxDbMaterial::desc(), database()))
         return es;
-    return setField(mMaterial, materialId);
+    return changeStyle([&](detail::EntityStyle& s) { s.material = materialId; });
 }
 
 Velt::ErrorStatus VxDbEntity::setDatabaseDefaults() { return setDatabaseDefaults(database()); }
@@ -252,16 +419,18 @@ Velt::ErrorStatus VxDbEntity::setDatabaseDefaults(VxDbDatabase* db)
     if (isResident() && database() != db)
         return Velt::eWrongDatabase;
     setIntendedDatabase(db);
-    mLayer = db->clayer();
-    mLinetype = db->celtype();
-    mColor = db->cecolor().color();
-    mLinetypeScale = db->celtscale();
-    mLineWeight = int16_t(db->celweight());
-    mTransparency = db->cetransparency().serializeOut();
+    detail::EntityStyle changed = style();
+    changed.layer = db->clayer();
+    changed.linetype = db->celtype();
+    changed.color = db->cecolor().color();
+    changed.linetypeScale = db->celtscale();
+    changed.lineWeight = int16_t(db->celweight());
+    changed.transparency = db->cetransparency().serializeOut();
     VxDbObjectId plotStyle;
-    mPlotStyleType = uint8_t(db->getCePlotStyleNameId(plotStyle));
-    mPlotStyle = plotStyle;
-    mMaterial = db->byLayerMaterialId();
+    changed.plotStyleType = uint8_t(db->getCePlotStyleNameId(plotStyle));
+    changed.plotStyle = plotStyle;
+    changed.material = db->byLayerMaterialId();
+    setStyle(changed);
     return Velt::eOk;
 }
 
@@ -273,16 +442,9 @@ Velt::ErrorStatus VxDbEntity::setPropertiesFrom(const VxDbEntity* other, bool)
         return es;
     if (other->database() != database() && database())
         return Velt::eWrongDatabase;
-    mLayer = other->mLayer;
-    mLinetype = other->mLinetype;
-    mMaterial = other->mMaterial;
-    mPlotStyle = other->mPlotStyle;
-    mLinetypeScale = other->mLinetypeScale;
-    mColor = other->mColor;
-    mTransparency = other->mTransparency;
-    mLineWeight = other->mLineWeight;
-    mPlotStyleType = other->mPlotStyleType;
-    mVisibility = other->mVisibility;
+    detail::addEntityStyleRef(other->mStyle);
+    detail::releaseEntityStyle(mStyle);
+    mStyle = other->mStyle;
     setIntendedDatabase(other->database());
     return Velt::eOk;
 }
@@ -408,28 +570,25 @@ Velt::ErrorStatus VxDbEntity::unhighlight() const
 void VxDbEntity::visitReferences(VxDbReferenceVisitor& visitor)
 {
     VxDbObject::visitReferences(visitor);
-    visitor.visit(mLayer, VxDb::kHardPointerRef);
-    visitor.visit(mLinetype, VxDb::kHardPointerRef);
-    if (!mMaterial.isNull())
-        visitor.visit(mMaterial, VxDb::kHardPointerRef);
-    if (!mPlotStyle.isNull())
-        visitor.visit(mPlotStyle, VxDb::kHardPointerRef);
+    // The visitor may change ids (cloning translates them): a changed set is a new record.
+    detail::EntityStyle visited = style();
+    visitor.visit(visited.layer, VxDb::kHardPointerRef);
+    visitor.visit(visited.linetype, VxDb::kHardPointerRef);
+    if (!visited.material.isNull())
+        visitor.visit(visited.material, VxDb::kHardPointerRef);
+    if (!visited.plotStyle.isNull())
+        visitor.visit(visited.plotStyle, VxDb::kHardPointerRef);
+    if (!(visited == style()))
+        setStyle(visited);
 }
 
 void VxDbEntity::copyDataFrom(const VxDbObject& other)
 {
     VxDbObject::copyDataFrom(other);
     const auto& entity = static_cast<const VxDbEntity&>(other);
-    mLayer = entity.mLayer;
-    mLinetype = entity.mLinetype;
-    mMaterial = entity.mMaterial;
-    mPlotStyle = entity.mPlotStyle;
-    mLinetypeScale = entity.mLinetypeScale;
-    mColor = entity.mColor;
-    mTransparency = entity.mTransparency;
-    mLineWeight = entity.mLineWeight;
-    mPlotStyleType = entity.mPlotStyleType;
-    mVisibility = entity.mVisibility;
+    detail::addEntityStyleRef(entity.mStyle);
+    detail::releaseEntityStyle(mStyle);
+    mStyle = entity.mStyle;
 }
 
 // ---- curves ----

@@ -13,6 +13,37 @@
 
 namespace kx {
 
+namespace detail {
+
+// The properties every entity has besides its geometry. A drawing holds millions of entities
+// and few distinct sets of these, so entities share them: each holds the index of one
+// interned, immutable record (index 0 the defaults), which keeps an entity's own size small.
+struct EntityStyle {
+    uint32_t color = uint32_t(VxCmEntityColor::kByLayer) << 24;
+    uint32_t transparency = 0;  // packed, by layer
+    VxDbObjectId layer;
+    VxDbObjectId linetype;
+    VxDbObjectId material;
+    VxDbObjectId plotStyle;
+    double linetypeScale = 1.0;
+    int16_t lineWeight = VxDb::kLnWtByLayer;
+    uint8_t plotStyleType = VxDb::kPlotStyleNameByLayer;
+    uint8_t visibility = VxDb::kVisible;
+
+    bool operator==(const EntityStyle&) const = default;
+};
+
+// The record behind an index an entity holds; stays put while any entity holds it.
+const EntityStyle& entityStyleAt(uint32_t index);
+// An index for the record of these values, with one reference the caller holds.
+uint32_t acquireEntityStyle(const EntityStyle& style);
+void addEntityStyleRef(uint32_t index);
+void releaseEntityStyle(uint32_t index);
+// Records in use (held by some entity), for tests.
+size_t entityStyleCount();
+
+}  // namespace detail
+
 // Base of everything that is drawn: the properties every entity has, and the
 // geometric operations each kind implements.
 class VxDbEntity : public VxDbObject {
@@ -20,32 +51,33 @@ class VxDbEntity : public VxDbObject {
 public:
     // The block record that owns the entity.
     VxDbObjectId blockId() const { return ownerId(); }
+    ~VxDbEntity() override;
 
     VxCmColor color() const;
-    VxCmEntityColor entityColor() const { return VxCmEntityColor(mColor); }
+    VxCmEntityColor entityColor() const { return VxCmEntityColor(style().color); }
     Velt::ErrorStatus setColor(const VxCmColor& color, bool doSubents = true);
     // 0 by block, 256 by layer, 1 ... 255 an index.
-    int16_t colorIndex() const { return VxCmEntityColor(mColor).colorIndex(); }
+    int16_t colorIndex() const { return VxCmEntityColor(style().color).colorIndex(); }
     Velt::ErrorStatus setColorIndex(int16_t index, bool doSubents = true);
 
-    VxDbObjectId layerId() const { return mLayer; }
+    VxDbObjectId layerId() const { return style().layer; }
     std::wstring layer() const;
     // eKeyNotFound for a name the layer table does not have; hidden layers
     // only when allowed.
     Velt::ErrorStatus setLayer(const wchar_t* name, bool doSubents = true, bool allowHiddenLayer = false);
     Velt::ErrorStatus setLayer(VxDbObjectId layerId, bool doSubents = true, bool allowHiddenLayer = false);
 
-    VxDbObjectId linetypeId() const { return mLinetype; }
+    VxDbObjectId linetypeId() const { return style().linetype; }
     std::wstring linetype() const;
     Velt::ErrorStatus setLinetype(const wchar_t* name, bool doSubents = true);
     Velt::ErrorStatus setLinetype(VxDbObjectId linetypeId, bool doSubents = true);
-    double linetypeScale() const { return mLinetypeScale; }
+    double linetypeScale() const { return style().linetypeScale; }
     // Must be above zero.
     Velt::ErrorStatus setLinetypeScale(double scale, bool doSubents = true);
 
-    VxDb::Visibility visibility() const { return static_cast<VxDb::Visibility>(mVisibility); }
+    VxDb::Visibility visibility() const { return static_cast<VxDb::Visibility>(style().visibility); }
     Velt::ErrorStatus setVisibility(VxDb::Visibility visibility, bool doSubents = true);
-    VxDb::LineWeight lineWeight() const { return static_cast<VxDb::LineWeight>(mLineWeight); }
+    VxDb::LineWeight lineWeight() const { return static_cast<VxDb::LineWeight>(style().lineWeight); }
     Velt::ErrorStatus setLineWeight(VxDb::LineWeight weight, bool doSubents = true);
 
     // "ByLayer", "ByBlock", the plot-style dictionary's default name, or the
@@ -61,7 +93,7 @@ public:
     VxCmTransparency transparency() const;
     Velt::ErrorStatus setTransparency(const VxCmTransparency& value, bool doSubents = true);
 
-    VxDbObjectId materialId() const { return mMaterial; }
+    VxDbObjectId materialId() const { return style().material; }
     std::wstring material() const;
     // A key of the material dictionary (eKeyNotFound otherwise).
     Velt::ErrorStatus setMaterial(const wchar_t* name, bool doSubents = true);
@@ -109,17 +141,22 @@ protected:
     void copyDataFrom(const VxDbObject& other) override;
 
 private:
-    // First, so that it fills the room the object's own members leave at their end.
-    uint32_t mColor = uint32_t(VxCmEntityColor::kByLayer) << 24;
-    VxDbObjectId mLayer;
-    VxDbObjectId mLinetype;
-    VxDbObjectId mMaterial;
-    VxDbObjectId mPlotStyle;
-    double mLinetypeScale = 1.0;
-    uint32_t mTransparency = 0;  // packed, by layer
-    int16_t mLineWeight = VxDb::kLnWtByLayer;
-    uint8_t mPlotStyleType = VxDb::kPlotStyleNameByLayer;
-    uint8_t mVisibility = VxDb::kVisible;
+    const detail::EntityStyle& style() const { return detail::entityStyleAt(mStyle); }
+    // Takes a new record for the changed values and lets the old one go.
+    void setStyle(const detail::EntityStyle& style);
+    template <class Change>
+    Velt::ErrorStatus changeStyle(Change&& change)
+    {
+        if (Velt::ErrorStatus es = assertWriteEnabled())
+            return es;
+        detail::EntityStyle changed = style();
+        change(changed);
+        setStyle(changed);
+        return Velt::eOk;
+    }
+
+    // In the room the object's own members leave at their end.
+    uint32_t mStyle = 0;
 };
 
 // Solid-modelling entities (none in this host yet) and their tight extents.

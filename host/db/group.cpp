@@ -13,7 +13,7 @@ namespace {
 bool isLive(VxDbObjectId id)
 {
     const detail::Stub* stub = detail::stubOf(id);
-    return stub && stub->object && !(stub->flags & detail::kStubErased);
+    return stub && stub->object() && !(stub->flags() & detail::kStubErased);
 }
 
 }  // namespace

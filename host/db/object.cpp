@@ -103,10 +103,10 @@ VxDbObject::~VxDbObject()
     // rather than dangling.
     if (detail::slotOf(mId) != 0) {
         if (VxDbDatabase* db = detail::databaseOf(mId)) {
-            if (detail::Stub* stub = detail::stubOf(objectId()); stub && stub->object == this) {
+            if (detail::Stub* stub = detail::stubOf(objectId()); stub && stub->object() == this) {
                 (void)db;
-                stub->object = nullptr;
-                stub->flags |= detail::kStubPermanentlyErased;
+                stub->setObject(nullptr);
+                stub->addFlags(detail::kStubPermanentlyErased);
             }
         }
     }
@@ -245,10 +245,10 @@ Velt::ErrorStatus vxdbOpenObject(VxDbObject*& object, VxDbObjectId id, const VxR
     detail::Stub* stub = detail::stubOf(id);
     if (!stub)
         return Velt::eInvalidInput;
-    VxDbObject* candidate = stub->object;
+    VxDbObject* candidate = stub->object();
     if (!candidate)
-        return (stub->flags & detail::kStubPermanentlyErased) ? Velt::eWasPermanentlyErased : Velt::eNullObjectPointer;
-    if ((stub->flags & detail::kStubErased) && !openErased)
+        return (stub->flags() & detail::kStubPermanentlyErased) ? Velt::eWasPermanentlyErased : Velt::eNullObjectPointer;
+    if ((stub->flags() & detail::kStubErased) && !openErased)
         return Velt::eWasErased;
     if (cls && !candidate->isKindOf(cls))
         return Velt::eWrongObjectType;
@@ -284,7 +284,7 @@ namespace detail {
 VxDbObject* objectOf(VxDbObjectId id)
 {
     Stub* stub = stubOf(id);
-    return stub ? stub->object : nullptr;
+    return stub ? stub->object() : nullptr;
 }
 
 void setIntendedDatabase(VxDbObject* object, VxDbDatabase* database)
@@ -298,11 +298,11 @@ Velt::ErrorStatus checkReference(VxDbObjectId id, const VxRxClass* cls, const Vx
     if (id.isNull())
         return allowNull ? Velt::eOk : Velt::eNullObjectId;
     Stub* stub = stubOf(id);
-    if (!stub || !stub->object)
+    if (!stub || !stub->object())
         return Velt::eInvalidInput;
-    if (stub->flags & kStubErased)
+    if (stub->flags() & kStubErased)
         return Velt::eWasErased;
-    if (cls && !stub->object->isKindOf(cls))
+    if (cls && !stub->object()->isKindOf(cls))
         return Velt::eWrongObjectType;
     if (database && id.database() != database)
         return Velt::eWrongDatabase;
@@ -328,15 +328,15 @@ Velt::ErrorStatus eraseTree(VxDbObject* object, bool erasing)
     Stub* stub = stubOf(object->objectId());
     if (!stub)
         return Velt::eNotInDatabase;
-    const bool erased = (stub->flags & kStubErased) != 0;
+    const bool erased = (stub->flags() & kStubErased) != 0;
     if (erased == erasing)
         return Velt::eOk;
     if (Velt::ErrorStatus es = object->subErase(erasing))
         return es;
     if (erasing)
-        stub->flags |= kStubErased;
+        stub->addFlags(kStubErased);
     else
-        stub->flags &= ~kStubErased;
+        stub->clearFlags(kStubErased);
     object->markModified();
     for (VxDbObjectId child : ownedIds(object)) {
         VxDbObject* owned = objectOf(child);

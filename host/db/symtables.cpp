@@ -17,7 +17,7 @@ namespace kx {
 bool VxDbIdListIterator::isLive(const std::vector<VxDbObjectId>& ids, ptrdiff_t index) const
 {
     const detail::Stub* stub = detail::stubOf(ids[size_t(index)]);
-    return stub && stub->object && !(stub->flags & detail::kStubErased);
+    return stub && stub->object() && !(stub->flags() & detail::kStubErased);
 }
 
 void VxDbIdListIterator::start(bool atBeginning, bool skipErased)
@@ -229,7 +229,7 @@ size_t VxDbSymbolTable::numRecords() const
     size_t count = 0;
     for (const VxDbObjectId& id : mRecords) {
         const detail::Stub* stub = detail::stubOf(id);
-        if (stub && stub->object && !(stub->flags & detail::kStubErased))
+        if (stub && stub->object() && !(stub->flags() & detail::kStubErased))
             ++count;
     }
     return count;

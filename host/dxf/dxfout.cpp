@@ -151,7 +151,7 @@ uint64_t Writer::handleValue(VxDbObjectId id) const
     if (id.isNull() || id.database() != mDb)
         return 0;
     const detail::Stub* stub = detail::stubOf(id);
-    if (!stub || !stub->object || (stub->flags & (detail::kStubErased | detail::kStubPermanentlyErased)))
+    if (!stub || !stub->object() || (stub->flags() & (detail::kStubErased | detail::kStubPermanentlyErased)))
         return 0;
     return stub->handle;
 }
@@ -211,9 +211,9 @@ const Writer::ClassInfo& Writer::classInfo(const VxRxClass* cls)
 VxDbObject* Writer::liveObject(VxDbObjectId id)
 {
     const detail::Stub* stub = detail::stubOf(id);
-    if (!stub || !stub->object || (stub->flags & (detail::kStubErased | detail::kStubPermanentlyErased)))
+    if (!stub || !stub->object() || (stub->flags() & (detail::kStubErased | detail::kStubPermanentlyErased)))
         return nullptr;
-    return stub->object;
+    return stub->object();
 }
 
 void Writer::head(std::string_view type, VxDbObject* object, VxDbObjectId owner, int handleCode)

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <vector>
 
 #include "db/blocks.h"
 #include "db/database.h"
@@ -81,6 +82,87 @@ TEST(DbIds, ResidencyHandlesAndSeed)
     // The id survives the trip through a 64-bit integer.
     EXPECT_EQ(VxDbObjectId::fromOldId(id.asOldId()), id);
     EXPECT_GT(id.asOldId(), 0);
+}
+
+// Handles come in runs (objects made in order, files read in order) and out of order (files
+// with forward references, objects given handles below the seed): every handle must find its
+// own object whichever way it was indexed, and none that was not given may be found.
+TEST(DbIds, HandlesInAndOutOfOrderAllFindTheirObjects)
+{
+    VxDbDatabase db(false);
+    std::vector<std::pair<uint64_t, VxDbObjectId>> given;
+    auto add = [&](uint64_t handle) {
+        auto* object = new VxDbXrecord();
+        VxDbObjectId id;
+        ASSERT_EQ(db.addVxDbObjectWithHandle(id, object, VxDbHandle(handle)), Velt::eOk) << handle;
+        object->close();
+        given.emplace_back(handle, id);
+    };
+    for (uint64_t h = 100; h < 200; ++h)  // one run
+        add(h);
+    add(5000);                              // a run of its own, far ahead
+    for (uint64_t h = 200; h < 300; h += 2) // continues nothing: gaps between
+        add(h);
+    for (uint64_t h = 3000; h > 1000; --h)  // descending, enough to grow the table
+        add(h);
+    add(0xFFFFFFFFFFFFFFFEull);             // the highest handle there may be
+
+    // Placeholders made by looking up handles not seen yet, later filled.
+    VxDbObjectId placeholder;
+    ASSERT_EQ(db.getVxDbObjectId(placeholder, true, VxDbHandle(50)), Velt::eOk);
+    {
+        auto* object = new VxDbXrecord();
+        VxDbObjectId filled;
+        ASSERT_EQ(db.addVxDbObjectWithHandle(filled, object, VxDbHandle(50)), Velt::eOk);
+        EXPECT_EQ(filled, placeholder);
+        object->close();
+    }
+
+    for (const auto& [handle, id] : given) {
+        VxDbObjectId found;
+        ASSERT_EQ(db.getVxDbObjectId(found, false, VxDbHandle(handle)), Velt::eOk) << handle;
+        EXPECT_EQ(found, id) << handle;
+        EXPECT_EQ(id.handle().value(), handle);
+        auto* object = new VxDbXrecord();
+        VxDbObjectId again;
+        EXPECT_EQ(db.addVxDbObjectWithHandle(again, object, VxDbHandle(handle)), Velt::eHandleInUse) << handle;
+        delete object;
+    }
+    for (uint64_t missing : {99ull, 201ull, 299ull, 300ull, 1000ull, 3001ull, 4999ull, 5001ull, 0xFFFFFFFFFFFFFFFDull}) {
+        VxDbObjectId found;
+        EXPECT_EQ(db.getVxDbObjectId(found, false, VxDbHandle(missing)), Velt::eKeyNotFound) << missing;
+    }
+    EXPECT_EQ(db.handseed().value(), 0xFFFFFFFFFFFFFFFFull);
+}
+
+// The erase state lives beside the object's address: each state must survive the others.
+TEST(DbIds, EraseStatesKeepTheirObjects)
+{
+    VxDbDatabase db;
+    const VxDbObjectId kept = addLine(db);
+    const VxDbObjectId erased = addLine(db);
+    const VxDbObjectId deleted = addLine(db);
+    {
+        VxDbObjectPointer<VxDbLine> line(erased, VxDb::kForWrite);
+        ASSERT_EQ(line->erase(), Velt::eOk);
+    }
+    VxDbLine* line = nullptr;
+    ASSERT_EQ(vxdbOpenObject(line, deleted, VxDb::kForWrite), Velt::eOk);
+    delete line;  // by hand: its id is left permanently erased
+
+    EXPECT_FALSE(kept.isErased());
+    EXPECT_TRUE(erased.isErased());
+    EXPECT_FALSE(erased.isPermanentlyErased());
+    EXPECT_EQ(erased.objectClass(), VxDbLine::desc());
+    EXPECT_TRUE(deleted.isPermanentlyErased());
+    EXPECT_FALSE(deleted.isValid());
+
+    VxDbObjectPointer<VxDbLine> open(erased, VxDb::kForWrite, true);
+    ASSERT_EQ(open.openStatus(), Velt::eOk);
+    EXPECT_DOUBLE_EQ(open->endPoint().x, 1.0);
+    ASSERT_EQ(open->erase(false), Velt::eOk);
+    EXPECT_FALSE(erased.isErased());
+    EXPECT_EQ(open->objectId(), erased);
 }
 
 TEST(DbIds, StaleAndGarbageIdsResolveToNothing)

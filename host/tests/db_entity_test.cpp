@@ -4,6 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <memory>
+#include <thread>
+#include <vector>
 
 #include "db/blocks.h"
 #include "db/database.h"
@@ -46,6 +49,108 @@ std::vector<VxGePoint3d> intersect(const VxDbEntity& a, const VxDbEntity& b, VxD
 }
 
 }  // namespace
+
+// Entities share one record of their common properties while they agree: a change to one
+// entity must reach no other, a copy must carry the values, and records no entity holds
+// any more must go (a thread remembers only the last one it asked for).
+TEST(DbEntity, SharedCommonPropertiesStayPerEntity)
+{
+    VxDbDatabase db;
+    const size_t before = detail::entityStyleCount();
+    std::vector<VxDbObjectId> ids;
+    for (int i = 0; i < 1000; ++i) {
+        auto* line = new VxDbLine({0, 0, 0}, {double(i + 1), 0, 0});
+        line->setDatabaseDefaults(&db);
+        ids.push_back(append(db, line));
+    }
+    EXPECT_LE(detail::entityStyleCount(), before + 2);
+
+    {
+        VxDbObjectPointer<VxDbLine> first(ids[0], VxDb::kForWrite);
+        ASSERT_EQ(first->setColorIndex(3), Velt::eOk);
+        ASSERT_EQ(first->setLinetypeScale(4.0), Velt::eOk);
+        ASSERT_EQ(first->setVisibility(VxDb::kInvisible), Velt::eOk);
+        VxDbObjectPointer<VxDbLine> second(ids[1], VxDb::kForWrite);
+        ASSERT_EQ(second->setLineWeight(VxDb::kLnWt050), Velt::eOk);
+        // Refused values change nothing.
+        EXPECT_EQ(second->setLinetypeScale(-1.0), Velt::eInvalidInput);
+        EXPECT_EQ(second->linetypeScale(), 1.0);
+    }
+    {
+        VxDbObjectPointer<VxDbLine> first(ids[0]);
+        VxDbObjectPointer<VxDbLine> second(ids[1]);
+        VxDbObjectPointer<VxDbLine> third(ids[2]);
+        EXPECT_EQ(first->colorIndex(), 3);
+        EXPECT_EQ(first->linetypeScale(), 4.0);
+        EXPECT_EQ(first->visibility(), VxDb::kInvisible);
+        EXPECT_EQ(first->lineWeight(), VxDb::kLnWtByLayer);
+        EXPECT_EQ(second->lineWeight(), VxDb::kLnWt050);
+        EXPECT_EQ(second->colorIndex(), 256);
+        EXPECT_EQ(third->colorIndex(), 256);
+        EXPECT_EQ(third->linetypeScale(), 1.0);
+        EXPECT_EQ(third->visibility(), VxDb::kVisible);
+        EXPECT_EQ(third->layerId(), db.layerZero());
+
+        // Copies carry the values and outlive their source's changes.
+        VxDbObjectPointer<VxDbLine> copy(static_cast<VxDbLine*>(first->clone()));
+        ASSERT_TRUE(copy);
+        EXPECT_EQ(copy->colorIndex(), 3);
+        EXPECT_EQ(copy->linetypeScale(), 4.0);
+        auto* other = new VxDbLine();
+        EXPECT_EQ(other->setPropertiesFrom(second.get()), Velt::eOk);
+        EXPECT_EQ(other->lineWeight(), VxDb::kLnWt050);
+        EXPECT_EQ(other->layerId(), db.layerZero());
+        delete other;
+    }
+    {
+        VxDbObjectPointer<VxDbLine> first(ids[0], VxDb::kForWrite);
+        ASSERT_EQ(first->erase(), Velt::eOk);
+    }
+    EXPECT_EQ(ids[0].isErased(), true);
+}
+
+TEST(DbEntity, SharedCommonPropertiesAreReleasedAndThreadSafe)
+{
+    const size_t before = detail::entityStyleCount();
+    {
+        VxDbDatabase db;
+        for (int i = 0; i < 200; ++i) {
+            auto* line = new VxDbLine({0, 0, 0}, {1, 0, 0});
+            line->setDatabaseDefaults(&db);
+            line->setLinetypeScale(1.0 + i);  // a record each
+            append(db, line);
+        }
+        EXPECT_GE(detail::entityStyleCount(), 200u);
+    }
+    EXPECT_LE(detail::entityStyleCount(), before + 1);
+
+    // Threads changing entities of their own to the same and to their own values, so that
+    // records are taken and let go on both at once. (The entities are made here: a thread's
+    // object pool outlives it.)
+    std::vector<std::unique_ptr<VxDbLine>> made[2];
+    for (auto& lines : made) {
+        for (int i = 0; i < 20; ++i)
+            lines.push_back(std::make_unique<VxDbLine>(VxGePoint3d{0, 0, 0}, VxGePoint3d{1, 0, 0}));
+    }
+    auto work = [&made](int seed) {
+        std::vector<std::unique_ptr<VxDbLine>>& lines = made[seed];
+        for (int round = 0; round < 200; ++round) {
+            for (size_t i = 0; i < lines.size(); ++i) {
+                lines[i]->setColorIndex(int16_t(1 + (int(i) + seed + round) % 3));
+                lines[i]->setLinetypeScale(i % 2 ? 1.0 + (round % 4) : 1.0);
+            }
+            for (size_t i = 0; i < lines.size(); ++i)
+                EXPECT_EQ(lines[i]->colorIndex(), 1 + (int(i) + seed + round) % 3);
+        }
+    };
+    std::thread a(work, 0), b(work, 1);
+    a.join();
+    b.join();
+    made[0].clear();
+    made[1].clear();
+    // Each thread may still remember one record.
+    EXPECT_LE(detail::entityStyleCount(), before + 3);
+}
 
 TEST(DbEntity, CommonPropertiesAndDatabaseDefaults)
 {
