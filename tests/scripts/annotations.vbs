@@ -1,6 +1,5 @@
 ' A script client of tolerances and of text along an arc: a frame reads its dimension style
 ' until it has values of its own, and refusals change nothing.
-Const INVALID_ARGUMENT = 5  ' VBScript's number for E_INVALIDARG
 
 On Error Resume Next  ' each refusal is checked where it happens
 

@@ -1,7 +1,5 @@
 ' Circles, arcs and ellipses as a script sees them: sizes set through the derived
 ' properties, the smallest sizes and ratios, and what an ellipse keeps when its radius changes.
-Const PI = 3.14159265358979
-Const INVALID_ARGUMENT = 5   ' VBScript's number for E_INVALIDARG
 
 On Error Resume Next  ' each refusal is checked where it happens
 
@@ -25,12 +23,9 @@ Check LastError() = INVALID_ARGUMENT, "circumference -1 was taken"
 ' An arc and an ellipse from a drawing.
 Dim doc : Set doc = CreateObject("NkAuto.Document")
 doc.Open DATA_FOLDER & "curves.dxf"
-Dim entity, arc, ellipse
-For Each entity In doc.ModelSpace
-    If TypeName(entity) = "IVeltArc" Then Set arc = entity
-    If TypeName(entity) = "IVeltEllipse" Then Set ellipse = entity
-Next
-Check Not IsEmpty(arc) And Not IsEmpty(ellipse), "the drawing's arc and ellipse were not found"
+Dim arc : Set arc = FirstOfType(doc.ModelSpace, "IVeltArc")
+Dim ellipse : Set ellipse = FirstOfType(doc.ModelSpace, "IVeltEllipse")
+Check Not (arc Is Nothing) And Not (ellipse Is Nothing), "the drawing's arc and ellipse were not found"
 
 Check Near(arc.TotalAngle, PI / 2), "the arc spans " & arc.TotalAngle
 Check Near(arc.ArcLength, PI), "the arc is " & arc.ArcLength & " long"

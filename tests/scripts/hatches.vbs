@@ -1,18 +1,13 @@
 ' Hatches as a script drives them: a loop from an array of the drawing's entities (VBScript's
 ' arrays hold VARIANTs), refused loops that change nothing, the loop read back as entities.
-Const PI = 3.14159265358979
-Const INVALID_ARGUMENT = 5   ' VBScript's number for E_INVALIDARG
 
 On Error Resume Next
 
 Dim doc : Set doc = CreateObject("NkAuto.Document")
 doc.Open DATA_FOLDER & "palette.dxf"
-Dim entity, circle, line
-For Each entity In doc.ModelSpace
-    If TypeName(entity) = "IVeltCircle" Then Set circle = entity
-    If TypeName(entity) = "IVeltLine" Then Set line = entity
-Next
-Check Not IsEmpty(circle) And Not IsEmpty(line), "the drawing's circle and line were not found"
+Dim circle : Set circle = FirstOfType(doc.ModelSpace, "IVeltCircle")
+Dim line : Set line = FirstOfType(doc.ModelSpace, "IVeltLine")
+Check Not (circle Is Nothing) And Not (line Is Nothing), "the drawing's circle and line were not found"
 Dim count : count = doc.ModelSpace.Count
 
 Dim hatch : Set hatch = doc.ModelSpace.AddHatch(1, "ANSI31", False)

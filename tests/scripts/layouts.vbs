@@ -1,6 +1,5 @@
 ' Layouts, plot settings and viewports as a script sees them: the plot settings' lopsided
 ' enumerations, the model layout that stays, refused names and scales that change nothing.
-Const INVALID_ARGUMENT = 5   ' VBScript's number for E_INVALIDARG
 
 On Error Resume Next  ' each refusal is checked where it happens
 

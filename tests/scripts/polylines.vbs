@@ -2,7 +2,6 @@
 ' vertices carry, indices out of range taken as given, the factory's two-vertex rule, and a
 ' malformed list that changes nothing. Scripts make no arrays of doubles: the lists come
 ' from the polylines of a drawing.
-Const INVALID_ARGUMENT = 5   ' VBScript's number for E_INVALIDARG
 
 On Error Resume Next
 

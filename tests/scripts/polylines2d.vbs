@@ -3,7 +3,6 @@
 ' the factory's two-vertex rule. The polyline comes from a drawing: scripts make no arrays
 ' of doubles. Wine's VBScript takes no UBound of them: the given vertices are counted by
 ' the indices Coordinate takes.
-Const INVALID_ARGUMENT = 5   ' VBScript's number for E_INVALIDARG
 
 On Error Resume Next
 
