@@ -166,6 +166,24 @@ IVeltVxCmColor* colorObject(int32_t packed)
     return made;
 }
 
+// The hatch's colours travel as colour objects both ways.
+template <class Get>
+HRESULT readColor(VxAxObjectRef& ref, IVeltVxCmColor** color, Get get)
+{
+    if (!color) return E_POINTER;
+    *color = nullptr;
+    return read(ref, [&](const kx::VxDbHatch& hatch) { *color = colorObject((hatch.*get)()); });
+}
+
+HRESULT writeColor(VxAxObjectRef& ref, IVeltVxCmColor* color, kx::Velt::ErrorStatus (kx::VxDbHatch::*set)(uint32_t))
+{
+    if (!color) return E_POINTER;
+    return guarded(kIid, [&]() -> HRESULT {
+        const uint32_t packed = NkAuToCmColor(color).color();
+        return change(ref, [&](kx::VxDbHatch& hatch) { check((hatch.*set)(packed)); });
+    });
+}
+
 }  // namespace
 
 HRESULT isoPenWidth(VxAxObjectRef& ref, VxISOPenWidth* width)
@@ -252,50 +270,32 @@ HRESULT setPattern(VxAxObjectRef& ref, VxPatternType type, BSTR name)
 
 HRESULT gradientColor1(VxAxObjectRef& ref, IVeltVxCmColor** color)
 {
-    if (!color) return E_POINTER;
-    *color = nullptr;
-    return read(ref, [&](const kx::VxDbHatch& hatch) { *color = colorObject(hatch.gradientColor1()); });
+    return readColor(ref, color, &kx::VxDbHatch::gradientColor1);
 }
 
 HRESULT setGradientColor1(VxAxObjectRef& ref, IVeltVxCmColor* color)
 {
-    if (!color) return E_POINTER;
-    return guarded(kIid, [&]() -> HRESULT {
-        const uint32_t packed = NkAuToCmColor(color).color();
-        return change(ref, [&](kx::VxDbHatch& hatch) { check(hatch.setGradientColor1(packed)); });
-    });
+    return writeColor(ref, color, &kx::VxDbHatch::setGradientColor1);
 }
 
 HRESULT gradientColor2(VxAxObjectRef& ref, IVeltVxCmColor** color)
 {
-    if (!color) return E_POINTER;
-    *color = nullptr;
-    return read(ref, [&](const kx::VxDbHatch& hatch) { *color = colorObject(hatch.gradientColor2()); });
+    return readColor(ref, color, &kx::VxDbHatch::gradientColor2);
 }
 
 HRESULT setGradientColor2(VxAxObjectRef& ref, IVeltVxCmColor* color)
 {
-    if (!color) return E_POINTER;
-    return guarded(kIid, [&]() -> HRESULT {
-        const uint32_t packed = NkAuToCmColor(color).color();
-        return change(ref, [&](kx::VxDbHatch& hatch) { check(hatch.setGradientColor2(packed)); });
-    });
+    return writeColor(ref, color, &kx::VxDbHatch::setGradientColor2);
 }
 
 HRESULT backgroundColor(VxAxObjectRef& ref, IVeltVxCmColor** color)
 {
-    if (!color) return E_POINTER;
-    *color = nullptr;
-    return read(ref, [&](const kx::VxDbHatch& hatch) { *color = colorObject(hatch.backgroundColor()); });
+    return readColor(ref, color, &kx::VxDbHatch::backgroundColor);
 }
 
 HRESULT setBackgroundColor(VxAxObjectRef& ref, IVeltVxCmColor* color)
 {
-    if (!color) return E_POINTER;
-    return guarded(kIid, [&]() -> HRESULT {
-        const uint32_t packed = NkAuToCmColor(color).color();
-        return change(ref, [&](kx::VxDbHatch& hatch) { check(hatch.setBackgroundColor(packed)); });
-    });
+    return writeColor(ref, color, &kx::VxDbHatch::setBackgroundColor);
 }
 
 }  // namespace nk::hatch
