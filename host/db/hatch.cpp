@@ -396,6 +396,14 @@ void VxDbHatch::turnLines(double angle, double scale)
     }
 }
 
+void VxDbHatch::refreshLines(double turn, double ratio)
+{
+    if (mFields.patternType == kCustomDefined)
+        turnLines(turn, ratio);
+    else
+        makeLines();
+}
+
 Velt::ErrorStatus VxDbHatch::setPatternAngle(double angle)
 {
     if (Velt::ErrorStatus es = assertWriteEnabled())
@@ -405,10 +413,7 @@ Velt::ErrorStatus VxDbHatch::setPatternAngle(double angle)
     angle = vxgeNormalizeAngle(angle);
     const double turn = angle - mFields.patternAngle;
     mFields.patternAngle = angle;
-    if (mFields.patternType == kCustomDefined)
-        turnLines(turn, 1.0);
-    else
-        makeLines();
+    refreshLines(turn, 1.0);
     return Velt::eOk;
 }
 
@@ -420,10 +425,7 @@ Velt::ErrorStatus VxDbHatch::setPatternScale(double scale)
         return Velt::eInvalidInput;
     const double ratio = scale / mFields.patternScale;
     mFields.patternScale = scale;
-    if (mFields.patternType == kCustomDefined)
-        turnLines(0.0, ratio);
-    else
-        makeLines();
+    refreshLines(0.0, ratio);
     return Velt::eOk;
 }
 

@@ -176,6 +176,8 @@ public:
 private:
     void makeLines();
     void turnLines(double angle, double scale);
+    // After the angle or scale changed: custom lines turn and scale, others are made anew.
+    void refreshLines(double turn, double ratio);
 
     double mElevation = 0.0;
     std::vector<VxDbHatchLoop> mLoops;
