@@ -67,6 +67,23 @@ protected:
         EXPECT_EQ(modelSpace()->AddCircle(*c, r, made.put()), S_OK);
         return made.as<IUnknown>();
     }
+    // An ANSI31 hatch whose outer loop is the outline, its edges in the order given, with a
+    // round hole of radius 1 at (2, 2); d holds the four edges, then the hole's circle.
+    void addOutlinedHatch(std::initializer_list<size_t> order, ComPtr<IDispatch>& hatch,
+                          std::vector<ComPtr<IUnknown>>& d)
+    {
+        Value predefined = drawing::number(1), ansi = drawing::text(L"ANSI31"), no = drawing::flag(false);
+        hatch = addHatch({predefined.get(), ansi.get(), no.get()});
+        ASSERT_TRUE(hatch);
+        d = outline();
+        std::vector<IUnknown*> edges;
+        for (size_t i : order) edges.push_back(d[i].get());
+        Value chain = drawing::objects({edges[0], edges[1], edges[2], edges[3]});
+        ASSERT_EQ(invoke(hatch.get(), L"AppendOuterLoop", DISPATCH_METHOD, {chain.get()}), S_OK);
+        d.push_back(circle(2, 2, 1));
+        Value hole = drawing::objects({d[4].get()});
+        ASSERT_EQ(invoke(hatch.get(), L"AppendInnerLoop", DISPATCH_METHOD, {hole.get()}), S_OK);
+    }
 };
 
 TEST_F(Hatches, AddHatchTakesPatternsAndGradientsAndRefusesTheRest)
@@ -108,14 +125,9 @@ TEST_F(Hatches, AddHatchTakesPatternsAndGradientsAndRefusesTheRest)
 
 TEST_F(Hatches, LoopsComeFromClosedChainsOfEntitiesOfTheDrawing)
 {
-    Value predefined = drawing::number(1), ansi = drawing::text(L"ANSI31"), no = drawing::flag(false);
-    ComPtr<IDispatch> hatch = addHatch({predefined.get(), ansi.get(), no.get()});
-    ASSERT_TRUE(hatch);
-    std::vector<ComPtr<IUnknown>> d = outline();
-    Value chain = drawing::objects({d[0].get(), d[1].get(), d[2].get(), d[3].get()});
-    ASSERT_EQ(invoke(hatch.get(), L"AppendOuterLoop", DISPATCH_METHOD, {chain.get()}), S_OK);
-    Value hole = drawing::objects({circle(2, 2, 1).get()});
-    ASSERT_EQ(invoke(hatch.get(), L"AppendInnerLoop", DISPATCH_METHOD, {hole.get()}), S_OK);
+    ComPtr<IDispatch> hatch;
+    std::vector<ComPtr<IUnknown>> d;
+    ASSERT_NO_FATAL_FAILURE(addOutlinedHatch({0, 1, 2, 3}, hatch, d));
     EXPECT_EQ(number(hatch.get(), L"NumberOfLoops"), 2.0);
     EXPECT_NEAR(number(hatch.get(), L"Area"), 16.0 + kPi, 1e-9);
 
@@ -143,7 +155,7 @@ TEST_F(Hatches, LoopsComeFromClosedChainsOfEntitiesOfTheDrawing)
         EXPECT_EQ(invoke(hatch.get(), L"AppendOuterLoop", DISPATCH_METHOD, {bad}), E_INVALIDARG);
         EXPECT_EQ(number(hatch.get(), L"NumberOfLoops"), 2.0);
     }
-    Value five = drawing::number(5), external = drawing::number(1);
+    Value five = drawing::number(5), external = drawing::number(1), hole = drawing::objects({d[4].get()});
     EXPECT_TRUE(FAILED(invoke(hatch.get(), L"InsertLoopAt", DISPATCH_METHOD, {five.get(), external.get(), hole.get()})));
     EXPECT_NEAR(number(hatch.get(), L"Area"), 16.0 + kPi, 1e-9);
 
@@ -177,14 +189,10 @@ TEST_F(Hatches, PatternsAndGradientsThroughTheirMembersAndTheFileEzdxfReads)
     auto handleOf = [](IDispatch* object) { return drawing::text(object, L"Handle"); };
     auto narrow = [](const std::wstring& w) { return std::string(w.begin(), w.end()); };
 
+    ComPtr<IDispatch> hatch;
+    std::vector<ComPtr<IUnknown>> d;
+    ASSERT_NO_FATAL_FAILURE(addOutlinedHatch({3, 2, 1, 0}, hatch, d));
     Value predefined = drawing::number(1), ansi = drawing::text(L"ANSI31"), no = drawing::flag(false);
-    ComPtr<IDispatch> hatch = addHatch({predefined.get(), ansi.get(), no.get()});
-    ASSERT_TRUE(hatch);
-    std::vector<ComPtr<IUnknown>> d = outline();
-    Value chain = drawing::objects({d[3].get(), d[2].get(), d[1].get(), d[0].get()});
-    ASSERT_EQ(invoke(hatch.get(), L"AppendOuterLoop", DISPATCH_METHOD, {chain.get()}), S_OK);
-    Value hole = drawing::objects({circle(2, 2, 1).get()});
-    ASSERT_EQ(invoke(hatch.get(), L"AppendInnerLoop", DISPATCH_METHOD, {hole.get()}), S_OK);
     ASSERT_EQ(drawing::put(hatch.get(), L"PatternScale", drawing::real(0.05)), S_OK);
     ASSERT_EQ(drawing::put(hatch.get(), L"PatternAngle", drawing::real(kPi / 6)), S_OK);
     EXPECT_TRUE(FAILED(drawing::put(hatch.get(), L"ISOPenWidth", drawing::number(50))));
