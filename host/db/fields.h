@@ -217,6 +217,12 @@ public:
             return es;
         return owner.setField(field, std::move(value));
     }
+    // The field record itself, for an owner that copies the sub-objects it keeps.
+    template <class Owner>
+    static auto& fieldsOf(Owner& owner)
+    {
+        return owner.mFields;
+    }
     // Data that is no field (a polyline's vertices) the kind copies itself.
     template <class Owner>
     static void copyExtra(Owner& owner, const Owner& other)

@@ -34,6 +34,81 @@ void insertAt(std::vector<T>& values, size_t count, int index, T value, T none)
 
 bool readNumber(std::string_view text, double& out) { return dxf::parseDouble(text, out) && std::isfinite(out); }
 
+// ---- the vertex lists of the polylines and meshes ----
+
+template <class Vertex>
+using VertexList = std::vector<std::unique_ptr<Vertex>>;
+
+// A walk of the vertices; a polyface mesh's faces follow its vertices.
+template <class... Vertex>
+std::unique_ptr<VxDbVertexIterator> iterateVertices(const VertexList<Vertex>&... lists)
+{
+    std::vector<const VxDbVertex*> vertices;
+    vertices.reserve((lists.size() + ...));
+    auto add = [&vertices](const auto& list) {
+        for (const auto& v : list)
+            vertices.push_back(v.get());
+    };
+    (add(lists), ...);
+    return std::make_unique<VxDbVertexIterator>(std::move(vertices));
+}
+
+template <class Vertex>
+const Vertex* vertexAtIndex(const VertexList<Vertex>& list, int index)
+{
+    return index >= 0 && size_t(index) < list.size() ? list[size_t(index)].get() : nullptr;
+}
+
+template <class Vertex>
+void copyVertices(VertexList<Vertex>& to, const VertexList<Vertex>& from)
+{
+    to.clear();
+    to.reserve(from.size());
+    for (const auto& v : from) {
+        auto copy = std::make_unique<Vertex>();
+        detail::FieldAccess::fieldsOf(*copy) = detail::FieldAccess::fieldsOf(*v);
+        to.push_back(std::move(copy));
+    }
+}
+
+template <class Vertex>
+void listVertexRecords(const VertexList<Vertex>& list, std::vector<dxf::SubObject>& out)
+{
+    for (const auto& v : list)
+        out.push_back({"VERTEX", "AcDbVertex", v.get()});
+}
+
+// The VERTEX records up to SEQEND; `accept` sets each vertex right or refuses it (a vertex of
+// another kind of polyline), which refuses the whole record.
+template <class Vertex, class Accept>
+bool readVertexRecords(const std::vector<dxf::SubRecord>& records, bool utf8File, VertexList<Vertex>& list,
+                       Accept accept)
+{
+    list.clear();
+    for (const dxf::SubRecord& record : records) {
+        if (record.type == "SEQEND")
+            continue;
+        if (record.type != "VERTEX")
+            return false;
+        auto vertex = std::make_unique<Vertex>();
+        if (!dxf::readFields(*vertex, Vertex::kind(), record.groups, utf8File) || !accept(*vertex))
+            return false;
+        list.push_back(std::move(vertex));
+    }
+    return true;
+}
+
+// Fit vertices a polyline may get: each is an object.
+constexpr size_t kMaxFitVertices = 1u << 20;
+
+// How many fitted points a spline-fit polyline puts between two control points: the drawing's
+// SPLINESEGS, within what keeps the whole fit to a bounded size.
+int splineFitSegments(const VxDbDatabase* db, size_t controlCount)
+{
+    const int segments = db ? std::abs(int(db->splinesegs())) : 8;
+    return std::clamp(segments, 1, int(kMaxFitVertices / std::max<size_t>(controlCount, 1) / 2));
+}
+
 }  // namespace
 
 // ---- lightweight polyline ----
@@ -497,8 +572,6 @@ namespace {
 
 constexpr int16_t kCurveFitMade = 1, kTangentUsed = 2, kSplineFitMade = 8, kSplineControl = 16;
 constexpr int16_t kCurveFitted = 2, kSplineFitted = 4;
-// Fit vertices a polyline may get: each is an object.
-constexpr size_t kMaxFitVertices = 1u << 20;
 
 }  // namespace
 
@@ -522,19 +595,9 @@ VxDb::Vertex2dType VxDb2dVertex::vertexType() const
     return VxDb::k2dVertex;
 }
 
-std::unique_ptr<VxDbVertexIterator> VxDb2dPolyline::vertexIterator() const
-{
-    std::vector<const VxDbVertex*> vertices;
-    vertices.reserve(mVertices.size());
-    for (const auto& v : mVertices)
-        vertices.push_back(v.get());
-    return std::make_unique<VxDbVertexIterator>(std::move(vertices));
-}
+std::unique_ptr<VxDbVertexIterator> VxDb2dPolyline::vertexIterator() const { return iterateVertices(mVertices); }
 
-const VxDb2dVertex* VxDb2dPolyline::vertexAt(int index) const
-{
-    return index >= 0 && index < vertexCount() ? mVertices[size_t(index)].get() : nullptr;
-}
+const VxDb2dVertex* VxDb2dPolyline::vertexAt(int index) const { return vertexAtIndex(mVertices, index); }
 
 std::vector<VxDb2dVertex*> VxDb2dPolyline::controlVertices() const
 {
@@ -552,7 +615,7 @@ std::vector<VxGePoint3d> VxDb2dPolyline::controlPoints() const
 {
     std::vector<VxGePoint3d> points;
     for (const VxDb2dVertex* v : controlVertices())
-        points.push_back(v->mFields.position);
+        points.push_back(v->position());
     return points;
 }
 
@@ -769,10 +832,7 @@ void VxDb2dPolyline::fit(VxDb::Poly2dType type)
         return;
     }
     const int degree = type == VxDb::k2dQuadSplinePoly ? 2 : 3;
-    int segments = 8;
-    if (VxDbDatabase* db = database())
-        segments = std::abs(int(db->splinesegs()));
-    segments = std::clamp(segments, 1, int(kMaxFitVertices / std::max<size_t>(n, 1) / 2));
+    const int segments = splineFitSegments(database(), n);
     std::vector<VxGePoint3d> control;
     for (auto& v : mVertices) {
         v->mFields.vertexFlags = kSplineControl;
@@ -1002,32 +1062,19 @@ bool VxDb2dPolyline::readDxfGroup(int code, std::string_view value)
 
 bool VxDb2dPolyline::readDxfSubRecords(const std::vector<dxf::SubRecord>& records, bool utf8File)
 {
-    mVertices.clear();
-    for (const dxf::SubRecord& record : records) {
-        if (record.type == "SEQEND")
-            continue;
-        if (record.type != "VERTEX")
-            return false;
-        auto vertex = std::make_unique<VxDb2dVertex>();
-        if (!dxf::readFields(*vertex, VxDb2dVertex::kind(), record.groups, utf8File))
-            return false;
-        VxDb2dVertex::Fields& f = vertex->mFields;
+    return readVertexRecords(records, utf8File, mVertices, [this](VxDb2dVertex& vertex) {
+        VxDb2dVertex::Fields& f = vertex.mFields;
         if (f.vertexFlags & (32 | 64 | 128))
             return false;  // a vertex of a 3D polyline or mesh
         f.position.z = elevation();
         // Tangent 50 without flag 2 says nothing.
         if (!(f.vertexFlags & kTangentUsed))
             f.tangent = 0.0;
-        mVertices.push_back(std::move(vertex));
-    }
-    return true;
+        return true;
+    });
 }
 
-void VxDb2dPolyline::dxfSubObjects(std::vector<dxf::SubObject>& out) const
-{
-    for (const auto& v : mVertices)
-        out.push_back({"VERTEX", "AcDbVertex", v.get()});
-}
+void VxDb2dPolyline::dxfSubObjects(std::vector<dxf::SubObject>& out) const { listVertexRecords(mVertices, out); }
 
 Velt::ErrorStatus VxDb2dPolyline::checkFields(uint64_t)
 {
@@ -1039,15 +1086,7 @@ Velt::ErrorStatus VxDb2dPolyline::checkFields(uint64_t)
     return Velt::eOk;
 }
 
-void VxDb2dPolyline::copyExtraData(const VxDb2dPolyline& other)
-{
-    mVertices.clear();
-    for (const auto& v : other.mVertices) {
-        auto copy = std::make_unique<VxDb2dVertex>();
-        copy->mFields = v->mFields;
-        mVertices.push_back(std::move(copy));
-    }
-}
+void VxDb2dPolyline::copyExtraData(const VxDb2dPolyline& other) { copyVertices(mVertices, other.mVertices); }
 
 // ---- 3D polyline ----
 
@@ -1069,19 +1108,9 @@ VxDb::Vertex3dType VxDb3dPolylineVertex::vertexType() const
     return VxDb::k3dSimpleVertex;
 }
 
-std::unique_ptr<VxDbVertexIterator> VxDb3dPolyline::vertexIterator() const
-{
-    std::vector<const VxDbVertex*> vertices;
-    vertices.reserve(mVertices.size());
-    for (const auto& v : mVertices)
-        vertices.push_back(v.get());
-    return std::make_unique<VxDbVertexIterator>(std::move(vertices));
-}
+std::unique_ptr<VxDbVertexIterator> VxDb3dPolyline::vertexIterator() const { return iterateVertices(mVertices); }
 
-const VxDb3dPolylineVertex* VxDb3dPolyline::vertexAt(int index) const
-{
-    return index >= 0 && index < vertexCount() ? mVertices[size_t(index)].get() : nullptr;
-}
+const VxDb3dPolylineVertex* VxDb3dPolyline::vertexAt(int index) const { return vertexAtIndex(mVertices, index); }
 
 std::vector<VxDb3dPolylineVertex*> VxDb3dPolyline::controlVertices() const
 {
@@ -1097,7 +1126,7 @@ std::vector<VxGePoint3d> VxDb3dPolyline::controlPoints() const
 {
     std::vector<VxGePoint3d> points;
     for (const VxDb3dPolylineVertex* v : controlVertices())
-        points.push_back(v->mFields.position);
+        points.push_back(v->position());
     return points;
 }
 
@@ -1219,10 +1248,7 @@ void VxDb3dPolyline::fit(VxDb::Poly3dType type)
         return;
     }
     const int degree = type == VxDb::k3dQuadSplinePoly ? 2 : 3;
-    int segments = 8;
-    if (VxDbDatabase* db = database())
-        segments = std::abs(int(db->splinesegs()));
-    segments = std::clamp(segments, 1, int(kMaxFitVertices / n / 2));
+    const int segments = splineFitSegments(database(), n);
     std::vector<VxGePoint3d> control;
     for (auto& v : mVertices) {
         v->mFields.vertexFlags = k3dVertexFlag | kSplineControl;
@@ -1360,29 +1386,16 @@ bool VxDb3dPolyline::readDxfGroup(int code, std::string_view value)
 
 bool VxDb3dPolyline::readDxfSubRecords(const std::vector<dxf::SubRecord>& records, bool utf8File)
 {
-    mVertices.clear();
-    for (const dxf::SubRecord& record : records) {
-        if (record.type == "SEQEND")
-            continue;
-        if (record.type != "VERTEX")
-            return false;
-        auto vertex = std::make_unique<VxDb3dPolylineVertex>();
-        if (!dxf::readFields(*vertex, VxDb3dPolylineVertex::kind(), record.groups, utf8File))
-            return false;
-        int16_t& flags = vertex->mFields.vertexFlags;
+    return readVertexRecords(records, utf8File, mVertices, [](VxDb3dPolylineVertex& vertex) {
+        int16_t& flags = vertex.mFields.vertexFlags;
         if (flags & (64 | 128))
             return false;  // a mesh's vertex
         flags = int16_t((flags & (kSplineFitMade | kSplineControl)) | k3dVertexFlag);
-        mVertices.push_back(std::move(vertex));
-    }
-    return true;
+        return true;
+    });
 }
 
-void VxDb3dPolyline::dxfSubObjects(std::vector<dxf::SubObject>& out) const
-{
-    for (const auto& v : mVertices)
-        out.push_back({"VERTEX", "AcDbVertex", v.get()});
-}
+void VxDb3dPolyline::dxfSubObjects(std::vector<dxf::SubObject>& out) const { listVertexRecords(mVertices, out); }
 
 Velt::ErrorStatus VxDb3dPolyline::checkFields(uint64_t)
 {
@@ -1394,15 +1407,7 @@ Velt::ErrorStatus VxDb3dPolyline::checkFields(uint64_t)
     return Velt::eOk;
 }
 
-void VxDb3dPolyline::copyExtraData(const VxDb3dPolyline& other)
-{
-    mVertices.clear();
-    for (const auto& v : other.mVertices) {
-        auto copy = std::make_unique<VxDb3dPolylineVertex>();
-        copy->mFields = v->mFields;
-        mVertices.push_back(std::move(copy));
-    }
-}
+void VxDb3dPolyline::copyExtraData(const VxDb3dPolyline& other) { copyVertices(mVertices, other.mVertices); }
 
 // ---- polygon mesh ----
 
@@ -1439,18 +1444,9 @@ Velt::ErrorStatus VxDbPolygonMesh::setGrid(int m, int n, const std::vector<VxGeP
     return Velt::eOk;
 }
 
-std::unique_ptr<VxDbVertexIterator> VxDbPolygonMesh::vertexIterator() const
-{
-    std::vector<const VxDbVertex*> vertices;
-    for (const auto& v : mVertices)
-        vertices.push_back(v.get());
-    return std::make_unique<VxDbVertexIterator>(std::move(vertices));
-}
+std::unique_ptr<VxDbVertexIterator> VxDbPolygonMesh::vertexIterator() const { return iterateVertices(mVertices); }
 
-const VxDbPolygonMeshVertex* VxDbPolygonMesh::vertexAt(int index) const
-{
-    return index >= 0 && index < vertexCount() ? mVertices[size_t(index)].get() : nullptr;
-}
+const VxDbPolygonMeshVertex* VxDbPolygonMesh::vertexAt(int index) const { return vertexAtIndex(mVertices, index); }
 
 std::vector<VxGePoint3d> VxDbPolygonMesh::controlPoints() const
 {
@@ -1729,23 +1725,17 @@ bool VxDbPolygonMesh::readDxfGroup(int code, std::string_view value)
 
 bool VxDbPolygonMesh::readDxfSubRecords(const std::vector<dxf::SubRecord>& records, bool utf8File)
 {
-    mVertices.clear();
     size_t control = 0, fitted = 0;
-    for (const dxf::SubRecord& record : records) {
-        if (record.type == "SEQEND")
-            continue;
-        if (record.type != "VERTEX")
-            return false;
-        auto vertex = std::make_unique<VxDbPolygonMeshVertex>();
-        if (!dxf::readFields(*vertex, VxDbPolygonMeshVertex::kind(), record.groups, utf8File))
-            return false;
-        int16_t& flags = vertex->mFields.vertexFlags;
+    const bool read = readVertexRecords(records, utf8File, mVertices, [&](VxDbPolygonMeshVertex& vertex) {
+        int16_t& flags = vertex.mFields.vertexFlags;
         if (!(flags & kMeshVertexFlag) || (flags & 128))
             return false;
         flags = int16_t((flags & (kSplineFitMade | kSplineControl)) | kMeshVertexFlag);
-        ++(vertex->isGenerated() ? fitted : control);
-        mVertices.push_back(std::move(vertex));
-    }
+        ++(vertex.isGenerated() ? fitted : control);
+        return true;
+    });
+    if (!read)
+        return false;
     // The counts must describe the grid that came (a mesh with no vertices yet has none to
     // describe): a mesh that does not add up is kept as read.
     const Fields& f = mFields;
@@ -1772,21 +1762,9 @@ Velt::ErrorStatus VxDbPolygonMesh::checkFields(uint64_t)
     return Velt::eOk;
 }
 
-void VxDbPolygonMesh::dxfSubObjects(std::vector<dxf::SubObject>& out) const
-{
-    for (const auto& v : mVertices)
-        out.push_back({"VERTEX", "AcDbVertex", v.get()});
-}
+void VxDbPolygonMesh::dxfSubObjects(std::vector<dxf::SubObject>& out) const { listVertexRecords(mVertices, out); }
 
-void VxDbPolygonMesh::copyExtraData(const VxDbPolygonMesh& other)
-{
-    mVertices.clear();
-    for (const auto& v : other.mVertices) {
-        auto copy = std::make_unique<VxDbPolygonMeshVertex>();
-        copy->mFields = v->mFields;
-        mVertices.push_back(std::move(copy));
-    }
-}
+void VxDbPolygonMesh::copyExtraData(const VxDbPolygonMesh& other) { copyVertices(mVertices, other.mVertices); }
 
 // ---- polyface mesh ----
 
@@ -1886,12 +1864,7 @@ std::vector<int16_t> VxDbPolyFaceMesh::faceNumbers() const
 
 std::unique_ptr<VxDbVertexIterator> VxDbPolyFaceMesh::vertexIterator() const
 {
-    std::vector<const VxDbVertex*> vertices;
-    for (const auto& v : mVertices)
-        vertices.push_back(v.get());
-    for (const auto& f : mFaces)
-        vertices.push_back(f.get());
-    return std::make_unique<VxDbVertexIterator>(std::move(vertices));
+    return iterateVertices(mVertices, mFaces);
 }
 
 Velt::ErrorStatus VxDbPolyFaceMesh::transformBy(const VxGeMatrix3d& xform)
@@ -2018,26 +1991,14 @@ Velt::ErrorStatus VxDbPolyFaceMesh::checkFields(uint64_t)
 
 void VxDbPolyFaceMesh::dxfSubObjects(std::vector<dxf::SubObject>& out) const
 {
-    for (const auto& v : mVertices)
-        out.push_back({"VERTEX", "AcDbVertex", v.get()});
-    for (const auto& f : mFaces)
-        out.push_back({"VERTEX", "AcDbVertex", f.get()});
+    listVertexRecords(mVertices, out);
+    listVertexRecords(mFaces, out);
 }
 
 void VxDbPolyFaceMesh::copyExtraData(const VxDbPolyFaceMesh& other)
 {
-    mVertices.clear();
-    mFaces.clear();
-    for (const auto& v : other.mVertices) {
-        auto copy = std::make_unique<VxDbPolyFaceMeshVertex>();
-        copy->mFields = v->mFields;
-        mVertices.push_back(std::move(copy));
-    }
-    for (const auto& f : other.mFaces) {
-        auto copy = std::make_unique<VxDbFaceRecord>();
-        copy->mFields = f->mFields;
-        mFaces.push_back(std::move(copy));
-    }
+    copyVertices(mVertices, other.mVertices);
+    copyVertices(mFaces, other.mFaces);
 }
 
 }  // namespace kx
