@@ -524,138 +524,101 @@ Velt::ErrorStatus VxDbLinetypeTableRecord::setNumDashes(int count)
     return Velt::eOk;
 }
 
-VxDbLinetypeTableRecord::Dash* VxDbLinetypeTableRecord::dashAt(int index)
+template <class T>
+T VxDbLinetypeTableRecord::dashValue(int index, T Dash::*member, T none) const
 {
-    return (index >= 0 && index < numDashes()) ? &mDashes[size_t(index)] : nullptr;
+    return index >= 0 && index < numDashes() ? mDashes[size_t(index)].*member : none;
 }
 
-const VxDbLinetypeTableRecord::Dash* VxDbLinetypeTableRecord::dashAt(int index) const
+template <class T, class Check>
+Velt::ErrorStatus VxDbLinetypeTableRecord::setDashValue(int index, T Dash::*member, T value, Check check)
 {
-    return (index >= 0 && index < numDashes()) ? &mDashes[size_t(index)] : nullptr;
+    if (index < 0 || index >= numDashes())
+        return Velt::eInvalidIndex;
+    if (Velt::ErrorStatus es = check(value))
+        return es;
+    return setField(mDashes[size_t(index)].*member, std::move(value));
 }
 
-double VxDbLinetypeTableRecord::dashLengthAt(int index) const
-{
-    const Dash* dash = dashAt(index);
-    return dash ? dash->length : 0.0;
-}
+namespace {
+
+constexpr auto anyValue = [](const auto&) { return Velt::eOk; };
+Velt::ErrorStatus finiteValue(double value) { return std::isfinite(value) ? Velt::eOk : Velt::eInvalidInput; }
+
+}  // namespace
+
+double VxDbLinetypeTableRecord::dashLengthAt(int index) const { return dashValue(index, &Dash::length, 0.0); }
 
 Velt::ErrorStatus VxDbLinetypeTableRecord::setDashLengthAt(int index, double length)
 {
-    Dash* dash = dashAt(index);
-    if (!dash)
-        return Velt::eInvalidIndex;
-    if (!std::isfinite(length))
-        return Velt::eInvalidInput;
-    return setField(dash->length, length);
+    return setDashValue(index, &Dash::length, length, finiteValue);
 }
 
 VxDbObjectId VxDbLinetypeTableRecord::shapeStyleAt(int index) const
 {
-    const Dash* dash = dashAt(index);
-    return dash ? dash->shapeStyle : VxDbObjectId();
+    return dashValue(index, &Dash::shapeStyle, VxDbObjectId());
 }
 
 Velt::ErrorStatus VxDbLinetypeTableRecord::setShapeStyleAt(int index, VxDbObjectId styleId)
 {
-    Dash* dash = dashAt(index);
-    if (!dash)
-        return Velt::eInvalidIndex;
-    if (Velt::ErrorStatus es = detail::checkReference(styleId, VxDbTextStyleTableRecord::desc(), database(), true))
-        return es;
-    return setField(dash->shapeStyle, styleId);
+    return setDashValue(index, &Dash::shapeStyle, styleId, [this](VxDbObjectId id) {
+        return detail::checkReference(id, VxDbTextStyleTableRecord::desc(), database(), true);
+    });
 }
 
-int VxDbLinetypeTableRecord::shapeNumberAt(int index) const
-{
-    const Dash* dash = dashAt(index);
-    return dash ? dash->shapeNumber : 0;
-}
+int VxDbLinetypeTableRecord::shapeNumberAt(int index) const { return dashValue(index, &Dash::shapeNumber, 0); }
 
 Velt::ErrorStatus VxDbLinetypeTableRecord::setShapeNumberAt(int index, int number)
 {
-    Dash* dash = dashAt(index);
-    if (!dash)
-        return Velt::eInvalidIndex;
-    if (number < 0 || number > 32767)
-        return Velt::eOutOfRange;
-    return setField(dash->shapeNumber, number);
+    return setDashValue(index, &Dash::shapeNumber, number,
+                        [](int n) { return n >= 0 && n <= 32767 ? Velt::eOk : Velt::eOutOfRange; });
 }
 
 VxGeVector2d VxDbLinetypeTableRecord::shapeOffsetAt(int index) const
 {
-    const Dash* dash = dashAt(index);
-    return dash ? dash->offset : VxGeVector2d();
+    return dashValue(index, &Dash::offset, VxGeVector2d());
 }
 
 Velt::ErrorStatus VxDbLinetypeTableRecord::setShapeOffsetAt(int index, const VxGeVector2d& offset)
 {
-    Dash* dash = dashAt(index);
-    if (!dash)
-        return Velt::eInvalidIndex;
-    if (!std::isfinite(offset.x) || !std::isfinite(offset.y))
-        return Velt::eInvalidInput;
-    return setField(dash->offset, offset);
+    return setDashValue(index, &Dash::offset, offset, [](const VxGeVector2d& v) {
+        return std::isfinite(v.x) && std::isfinite(v.y) ? Velt::eOk : Velt::eInvalidInput;
+    });
 }
 
-double VxDbLinetypeTableRecord::shapeScaleAt(int index) const
-{
-    const Dash* dash = dashAt(index);
-    return dash ? dash->scale : 0.0;
-}
+double VxDbLinetypeTableRecord::shapeScaleAt(int index) const { return dashValue(index, &Dash::scale, 0.0); }
 
 Velt::ErrorStatus VxDbLinetypeTableRecord::setShapeScaleAt(int index, double scale)
 {
-    Dash* dash = dashAt(index);
-    if (!dash)
-        return Velt::eInvalidIndex;
-    if (!std::isfinite(scale) || scale <= 0.0)
-        return Velt::eInvalidInput;
-    return setField(dash->scale, scale);
+    return setDashValue(index, &Dash::scale, scale,
+                        [](double s) { return std::isfinite(s) && s > 0.0 ? Velt::eOk : Velt::eInvalidInput; });
 }
 
-double VxDbLinetypeTableRecord::shapeRotationAt(int index) const
-{
-    const Dash* dash = dashAt(index);
-    return dash ? dash->rotation : 0.0;
-}
+double VxDbLinetypeTableRecord::shapeRotationAt(int index) const { return dashValue(index, &Dash::rotation, 0.0); }
 
 Velt::ErrorStatus VxDbLinetypeTableRecord::setShapeRotationAt(int index, double rotation)
 {
-    Dash* dash = dashAt(index);
-    if (!dash)
-        return Velt::eInvalidIndex;
-    if (!std::isfinite(rotation))
-        return Velt::eInvalidInput;
-    return setField(dash->rotation, rotation);
+    return setDashValue(index, &Dash::rotation, rotation, finiteValue);
 }
 
 bool VxDbLinetypeTableRecord::shapeIsUcsOrientedAt(int index) const
 {
-    const Dash* dash = dashAt(index);
-    return dash && dash->ucsOriented;
+    return dashValue(index, &Dash::ucsOriented, false);
 }
 
 Velt::ErrorStatus VxDbLinetypeTableRecord::setShapeIsUcsOrientedAt(int index, bool value)
 {
-    Dash* dash = dashAt(index);
-    if (!dash)
-        return Velt::eInvalidIndex;
-    return setField(dash->ucsOriented, value);
+    return setDashValue(index, &Dash::ucsOriented, value, anyValue);
 }
 
 std::wstring VxDbLinetypeTableRecord::textAt(int index) const
 {
-    const Dash* dash = dashAt(index);
-    return dash ? dash->text : std::wstring();
+    return dashValue(index, &Dash::text, std::wstring());
 }
 
 Velt::ErrorStatus VxDbLinetypeTableRecord::setTextAt(int index, const wchar_t* text)
 {
-    Dash* dash = dashAt(index);
-    if (!dash)
-        return Velt::eInvalidIndex;
-    return setField(dash->text, std::wstring(vxView(text)));
+    return setDashValue(index, &Dash::text, std::wstring(vxView(text)), anyValue);
 }
 
 void VxDbLinetypeTableRecord::visitReferences(VxDbReferenceVisitor& visitor)

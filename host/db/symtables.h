@@ -264,8 +264,11 @@ private:
         bool ucsOriented = false;
         std::wstring text;
     };
-    Dash* dashAt(int index);
-    const Dash* dashAt(int index) const;
+    // One value of a dash: `none` past the end; a change refuses the index, then the value.
+    template <class T>
+    T dashValue(int index, T Dash::*member, T none) const;
+    template <class T, class Check>
+    Velt::ErrorStatus setDashValue(int index, T Dash::*member, T value, Check check);
 
     std::wstring mComments;
     double mPatternLength = 0.0;
