@@ -180,47 +180,66 @@ struct Declared;
 
 // ---- access: how a member reaches its object ----
 
-// Opens a database object through the wrapper's reference for the call; changes go under
-// the document lock. What a failed open answers depends on the family: E_POINTER for an
-// object's own members (not the host's status: that is what they answer), the host's
-// status for the members every entity shares.
-enum class FailedOpen { kPointer, kStatus };
+// The read and write steps every access shares. An access supplies iid(), lockTarget(target)
+// (what the document lock is taken on) and withObject(target, mode, body): it finds the
+// object as its family does and answers body(object), or what its family answers when the
+// object is not there.
+template <class Access>
+struct AccessSteps {
+    template <class Target, class Read>
+    static HRESULT read(Target& target, Read&& read)
+    {
+        return guarded(Access::iid(), [&]() -> HRESULT {
+            return Access::withObject(target, kx::VxDb::kForRead, [&](const auto& object) -> HRESULT {
+                read(object);
+                return S_OK;
+            });
+        });
+    }
+    // convert runs first, before the lock: refused input changes nothing and locks nothing.
+    template <class Target, class Convert, class Write>
+    static HRESULT write(Target& target, Convert&& convert, Write&& write)
+    {
+        return guarded(Access::iid(), [&]() -> HRESULT {
+            const auto value = convert();
+            kx::VxAxDocLock lock(Access::lockTarget(target), kx::VxAxDocLock::kWrite);
+            check(lock.lockStatus());
+            return Access::withObject(target, kx::VxDb::kForWrite, [&](auto& object) -> HRESULT {
+                check(write(object, value));
+                return S_OK;
+            });
+        });
+    }
+};
 
-template <class Itf, class T, FailedOpen kFailedOpen>
-struct ObjectAccess {
+// A database object through the wrapper's reference, opened for the call; changes go under
+// the document lock of the object's drawing.
+template <class Itf>
+struct ObjectTarget {
     using Target = VxAxObjectRef;
-    using Object = T;
     template <class Self>
     static Target& target(Self& self)
     {
         return self.objectRef();
     }
     static const IID& iid() { return __uuidof(Itf); }
+    static kx::VxDbObjectId lockTarget(Target& ref) { return ref.objectId(); }
+};
 
-    template <class Read>
-    static HRESULT read(Target& ref, Read&& read)
+// What a failed open answers depends on the family: E_POINTER for an object's own members
+// (not the host's status: that is what they answer), the host's status for the members
+// every entity shares.
+enum class FailedOpen { kPointer, kStatus };
+
+template <class Itf, class T, FailedOpen kFailedOpen>
+struct ObjectAccess : ObjectTarget<Itf>, AccessSteps<ObjectAccess<Itf, T, kFailedOpen>> {
+    using Object = T;
+    template <class Body>
+    static HRESULT withObject(VxAxObjectRef& ref, kx::VxDb::OpenMode mode, Body&& body)
     {
-        // The open throws nothing: only the read and its conversion need the error edge.
-        OpenedObject<T> object(ref, kx::VxDb::kForRead);
+        OpenedObject<T> object(ref, mode);
         if (kFailedOpen == FailedOpen::kPointer && !object.isOpen()) return E_POINTER;
-        return guarded(iid(), [&]() -> HRESULT {
-            read(static_cast<const T&>(*object.orThrow()));
-            return S_OK;
-        });
-    }
-    // convert runs first, before the lock: refused input changes nothing and locks nothing.
-    template <class Convert, class Write>
-    static HRESULT write(Target& ref, Convert&& convert, Write&& write)
-    {
-        return guarded(iid(), [&]() -> HRESULT {
-            const auto value = convert();
-            kx::VxAxDocLock lock(ref.objectId(), kx::VxAxDocLock::kWrite);
-            check(lock.lockStatus());
-            OpenedObject<T> object(ref, kx::VxDb::kForWrite);
-            if (kFailedOpen == FailedOpen::kPointer && !object.isOpen()) return E_POINTER;
-            check(write(*object.orThrow(), value));
-            return S_OK;
-        });
+        return body(*object.orThrow());
     }
 };
 
@@ -233,35 +252,15 @@ using StatusAccess = ObjectAccess<Itf, T, FailedOpen::kStatus>;
 // a text, whichever of the three it is, and must be of the kind T; anything else answers
 // E_POINTER like an object that does not open.
 template <class Itf, class T, class Text = kx::VxDbText>
-struct TextAccess : OwnAccess<Itf, T> {
-    using Target = VxAxObjectRef;
+struct TextAccess : ObjectTarget<Itf>, AccessSteps<TextAccess<Itf, T, Text>> {
     using Object = T;
-    using OwnAccess<Itf, T>::iid;
-
-    template <class Read>
-    static HRESULT read(Target& ref, Read&& read)
+    template <class Body>
+    static HRESULT withObject(VxAxObjectRef& ref, kx::VxDb::OpenMode mode, Body&& body)
     {
-        OpenedObject<Text> text(ref, kx::VxDb::kForRead);
-        const T* object = text.isOpen() ? T::cast(text.get()) : nullptr;
+        OpenedObject<Text> text(ref, mode);
+        T* object = text.isOpen() ? T::cast(text.get()) : nullptr;
         if (!object) return E_POINTER;
-        return guarded(iid(), [&]() -> HRESULT {
-            read(*object);
-            return S_OK;
-        });
-    }
-    template <class Convert, class Write>
-    static HRESULT write(Target& ref, Convert&& convert, Write&& write)
-    {
-        return guarded(iid(), [&]() -> HRESULT {
-            const auto value = convert();
-            kx::VxAxDocLock lock(ref.objectId(), kx::VxAxDocLock::kWrite);
-            check(lock.lockStatus());
-            OpenedObject<Text> text(ref, kx::VxDb::kForWrite);
-            T* object = text.isOpen() ? T::cast(text.get()) : nullptr;
-            if (!object) return E_POINTER;
-            check(write(*object, value));
-            return S_OK;
-        });
+        return body(*object);
     }
 };
 

@@ -54,68 +54,34 @@ struct DatabaseChildAccess {
         return self.databaseLink();
     }
     static const IID& iid() { return __uuidof(Itf); }
+    static kx::VxDbDatabase* lockTarget(Target& link) { return link.get(); }
 };
 
 template <class Itf, class T = kx::VxDbDatabase>
-struct DatabaseAccess : DatabaseChildAccess<Itf> {
-    using typename DatabaseChildAccess<Itf>::Target;
-    using DatabaseChildAccess<Itf>::iid;
+struct DatabaseAccess : DatabaseChildAccess<Itf>, AccessSteps<DatabaseAccess<Itf, T>> {
     using Object = kx::VxDbDatabase;
-
-    template <class Read>
-    static HRESULT read(Target& link, Read&& read)
+    template <class Body>
+    static HRESULT withObject(DatabaseLink& link, kx::VxDb::OpenMode, Body&& body)
     {
-        return guarded(iid(), [&]() -> HRESULT {
-            kx::VxDbDatabase* db = link.get();
-            if (!db) throw kx::Velt::eNoDatabase;
-            read(static_cast<const kx::VxDbDatabase&>(*db));
-            return S_OK;
-        });
-    }
-    template <class Convert, class Write>
-    static HRESULT write(Target& link, Convert&& convert, Write&& write)
-    {
-        return guarded(iid(), [&]() -> HRESULT {
-            const auto value = convert();
-            kx::VxDbDatabase* db = link.get();
-            kx::VxAxDocLock lock(db, kx::VxAxDocLock::kWrite);
-            check(lock.lockStatus());
-            if (!db) throw kx::Velt::eNoDatabase;
-            check(write(*db, value));
-            return S_OK;
-        });
+        kx::VxDbDatabase* db = link.get();
+        if (!db) throw kx::Velt::eNoDatabase;
+        return body(*db);
     }
 };
 
 // The drawing's properties: each call works on a fresh copy of them, and a change is stored
 // back at once, so that no call shows or overwrites stale values.
 template <class Itf, class T = kx::VxDbDatabaseSummaryInfo>
-struct SummaryAccess : DatabaseChildAccess<Itf> {
+struct SummaryAccess : DatabaseChildAccess<Itf>, AccessSteps<SummaryAccess<Itf, T>> {
     using typename DatabaseChildAccess<Itf>::Target;
-    using DatabaseChildAccess<Itf>::iid;
     using Object = kx::VxDbDatabaseSummaryInfo;
-
-    template <class Read>
-    static HRESULT read(Target& link, Read&& read)
+    template <class Body>
+    static HRESULT withObject(Target& link, kx::VxDb::OpenMode mode, Body&& body)
     {
-        return guarded(iid(), [&]() -> HRESULT {
-            read(static_cast<const Object&>(*fresh(link)));
-            return S_OK;
-        });
-    }
-    template <class Convert, class Write>
-    static HRESULT write(Target& link, Convert&& convert, Write&& write)
-    {
-        return guarded(iid(), [&]() -> HRESULT {
-            const auto value = convert();
-            kx::VxDbDatabase* db = link.get();
-            kx::VxAxDocLock lock(db, kx::VxAxDocLock::kWrite);
-            check(lock.lockStatus());
-            std::unique_ptr<Object> info = fresh(link);
-            check(write(*info, value));
-            check(kx::vxdbPutSummaryInfo(info.get(), db));
-            return S_OK;
-        });
+        std::unique_ptr<Object> info = fresh(link);
+        const HRESULT hr = body(*info);
+        if (mode == kx::VxDb::kForWrite) check(kx::vxdbPutSummaryInfo(info.get(), link.get()));
+        return hr;
     }
 
 private:

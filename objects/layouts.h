@@ -36,33 +36,14 @@ struct PlotSettingsObject {
 // Opens the settings (a layout too) for the call; a failed open raises its status. Values
 // are converted before the document is locked.
 template <class Itf, class T>
-struct PlotAccess : StatusAccess<Itf, T> {
-    using Target = VxAxObjectRef;
+struct PlotAccess : ObjectTarget<Itf>, AccessSteps<PlotAccess<Itf, T>> {
     using Object = PlotSettingsObject;
-    using StatusAccess<Itf, T>::iid;
-
-    template <class Read>
-    static HRESULT read(Target& ref, Read&& read)
+    template <class Body>
+    static HRESULT withObject(VxAxObjectRef& ref, kx::VxDb::OpenMode mode, Body&& body)
     {
-        return guarded(iid(), [&]() -> HRESULT {
-            OpenedObject<T> object(ref, kx::VxDb::kForRead);
-            const PlotSettingsObject settings{*object.orThrow()};
-            read(settings);
-            return S_OK;
-        });
-    }
-    template <class Convert, class Write>
-    static HRESULT write(Target& ref, Convert&& convert, Write&& write)
-    {
-        return guarded(iid(), [&]() -> HRESULT {
-            const auto value = convert();
-            kx::VxAxDocLock lock(ref.objectId(), kx::VxAxDocLock::kWrite);
-            check(lock.lockStatus());
-            OpenedObject<T> object(ref, kx::VxDb::kForWrite);
-            PlotSettingsObject settings{*object.orThrow()};
-            check(write(settings, value));
-            return S_OK;
-        });
+        OpenedObject<T> object(ref, mode);
+        PlotSettingsObject settings{*object.orThrow()};
+        return body(settings);
     }
 };
 

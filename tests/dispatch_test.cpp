@@ -97,7 +97,9 @@ std::vector<ComPtr<IDispatch>> makeDrawing(kx::VxDbDatabase& db)
         V_VT(missing.get()) = VT_ERROR;
         V_ERROR(missing.get()) = DISP_E_PARAMNOTFOUND;
         keep(e, space->AddHatch(1, nk::Bstr(L"ANSI31").get(), VARIANT_FALSE, *missing, e.put()));
-        if (e) EXPECT_EQ(e->AppendOuterLoop(*ring), S_OK);
+        if (e) {
+            EXPECT_EQ(e->AppendOuterLoop(*ring), S_OK);
+        }
     }
     objects.push_back(wrapper(db.layerTableId()));
     objects.push_back(space.as<IDispatch>());  // last: its factories add to both drawings alike

@@ -76,6 +76,25 @@ protected:
         return numbers(*v);
     }
 
+    // A 10 x 4 rectangle, of either kind of polyline, made into the figure the area and length
+    // tests know by hand: its right side bulges out in a half circle and its top is an arc of an
+    // eighth of a turn.
+    template <class Polyline>
+    static void bulgeIntoFigure(Polyline* polyline)
+    {
+        IDispatch* d = polyline;
+        const double theta = kPi / 4;
+        Value one = integer(1), two = integer(2), half = real(1.0), eighth = real(std::tan(theta / 4));
+        ASSERT_EQ(invoke(d, L"SetBulge", DISPATCH_METHOD, {one.get(), half.get()}), S_OK);
+        ASSERT_EQ(invoke(d, L"SetBulge", DISPATCH_METHOD, {two.get(), eighth.get()}), S_OK);
+        ASSERT_EQ(polyline->put_Closed(VARIANT_TRUE), S_OK);
+        const double r = 10.0 / (2.0 * std::sin(theta / 2));
+        const double area = 40.0 + kPi * 2.0 * 2.0 / 2.0 + r * r / 2.0 * (theta - std::sin(theta));
+        const double length = 10.0 + kPi * 2.0 + r * theta + 4.0;
+        EXPECT_NEAR(get(d, L"Area")[0], area, 1e-12 * area);
+        EXPECT_NEAR(get(d, L"Length")[0], length, 1e-12 * length);
+    }
+
     // Each vertex's x, y, bulge, start and end width, read from the host.
     std::vector<double> vertices(IVeltLWPolyline* polyline)
     {
@@ -179,24 +198,15 @@ TEST_F(Polylines, TheFactoryWantsTwoVertices)
     EXPECT_EQ(after, count + 1);
 }
 
-// A 10 x 4 rectangle whose right side bulges out in a half circle and whose top is an arc
-// of an eighth of a turn: area and length from the figure by hand. A slot (two half circles
-// joined by lines) offset outwards is the slot grown by the distance.
+// The figure's area and length. A slot (two half circles joined by lines) offset outwards is
+// the slot grown by the distance.
 TEST_F(Polylines, AreaLengthOffsetAndExplodeCountTheArcs)
 {
     ComPtr<IVeltLWPolyline> polyline = add({0, 0, 10, 0, 10, 4, 0, 4});
     IDispatch* d = polyline.get();
-    const double theta = kPi / 4;
-    Value one = integer(1), two = integer(2), half = real(1.0), eighth = real(std::tan(theta / 4));
-    ASSERT_EQ(invoke(d, L"SetBulge", DISPATCH_METHOD, {one.get(), half.get()}), S_OK);
-    ASSERT_EQ(invoke(d, L"SetBulge", DISPATCH_METHOD, {two.get(), eighth.get()}), S_OK);
-    ASSERT_EQ(polyline->put_Closed(VARIANT_TRUE), S_OK);
-    const double r = 10.0 / (2.0 * std::sin(theta / 2));
-    const double area = 40.0 + kPi * 2.0 * 2.0 / 2.0 + r * r / 2.0 * (theta - std::sin(theta));
-    const double length = 10.0 + kPi * 2.0 + r * theta + 4.0;
-    EXPECT_NEAR(get(d, L"Area")[0], area, 1e-12 * area);
-    EXPECT_NEAR(get(d, L"Length")[0], length, 1e-12 * length);
+    ASSERT_NO_FATAL_FAILURE(bulgeIntoFigure(polyline.get()));
 
+    Value one = integer(1), half = real(1.0);
     ComPtr<IVeltLWPolyline> slot = add({0, 0, 10, 0, 10, 4, 0, 4});
     Value three = integer(3);
     ASSERT_EQ(invoke(slot.get(), L"SetBulge", DISPATCH_METHOD, {one.get(), half.get()}), S_OK);
@@ -318,16 +328,8 @@ TEST_F(Polylines, TwoDimensionalAreaAndLengthCountTheArcs)
     Value list = doubles({0, 0, 0, 10, 0, 0, 10, 4, 0, 0, 4, 0});
     ASSERT_EQ(modelSpace()->AddPolyline(*list, polyline.put()), S_OK);
     IDispatch* d = polyline.get();
-    const double theta = kPi / 4;
-    Value one = integer(1), two = integer(2), half = real(1.0), eighth = real(std::tan(theta / 4));
-    ASSERT_EQ(invoke(d, L"SetBulge", DISPATCH_METHOD, {one.get(), half.get()}), S_OK);
-    ASSERT_EQ(invoke(d, L"SetBulge", DISPATCH_METHOD, {two.get(), eighth.get()}), S_OK);
-    ASSERT_EQ(polyline->put_Closed(VARIANT_TRUE), S_OK);
-    const double r = 10.0 / (2.0 * std::sin(theta / 2));
-    const double area = 40.0 + kPi * 2.0 * 2.0 / 2.0 + r * r / 2.0 * (theta - std::sin(theta));
-    const double length = 10.0 + kPi * 2.0 + r * theta + 4.0;
-    EXPECT_NEAR(get(d, L"Area")[0], area, 1e-12 * area);
-    EXPECT_NEAR(get(d, L"Length")[0], length, 1e-12 * length);
+    ASSERT_NO_FATAL_FAILURE(bulgeIntoFigure(polyline.get()));
+    Value one = integer(1);
     EXPECT_NEAR(get(d, L"GetBulge", {one.get()})[0], 1.0, 0.0);
     EXPECT_EQ(piecesOnExplode(d), 4u);
 }
