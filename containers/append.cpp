@@ -43,10 +43,10 @@ HRESULT appendEntity(const VxAxObjectRef& block, IDispatch* app, REFIID resultIi
             return E_FAIL;
         }
         if (after) after(*entity);
-        closeOrDelete(entity);
-
+        // Wrapped while still open in our hands: no second open of the new entity.
         ComPtr<IUnknown> wrapper;
-        VxAxGetIUnknownOfObject(wrapper.put(), id, app);
+        VxAxGetIUnknownOfObject(wrapper.put(), entity.get(), app);
+        closeOrDelete(entity);
         if (!wrapper) return E_FAIL;
         return wrapper->QueryInterface(resultIid, out);
     });

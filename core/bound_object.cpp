@@ -13,9 +13,13 @@ BoundObject::~BoundObject() { forgetRecord(); }
 
 void BoundObject::forgetRecord()
 {
-    kx::VxDbObjectId id = ref_.objectId();
+    if (!identity_) return;
+    const kx::VxDbObjectId id = ref_.objectId();
+    if (id.isNull()) return;
+    // Read and cleared through one look-up of the record's place.
     kx::VxAxOleLinkManager* links = kx::VxAxGetOleLinkManager();
-    if (links && identity_ && !id.isNull() && links->getIUnknown(id) == identity_) links->setIUnknown(id, nullptr);
+    void** record = links ? links->recordOf(id, false) : nullptr;
+    if (record && *record == identity_) links->setRecord(record, nullptr);
 }
 
 void BoundObject::ownNewObject()

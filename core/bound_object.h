@@ -33,6 +33,13 @@ public:
     VxAxObjectRef& objectRef() { return ref_; }
     // The wrapper's IUnknown (not counted), the pointer the link manager records.
     IUnknown* identity() const { return identity_; }
+    // Binds a wrapper just made for a resident object, which has no record to forget yet;
+    // the caller writes the record.
+    void bindNew(kx::VxDbObjectId id, IDispatch* application)
+    {
+        ref_ = VxAxObjectRef(id);
+        app_ = application;
+    }
     // Takes a new object of the host class this wrapper stands for, kept until it goes into
     // a drawing; wrappers of classes with no host class of their own stay unbound.
     void ownNewObject();

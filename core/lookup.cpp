@@ -11,6 +11,7 @@
 #include "db/object.h"
 #include "frame/class_table.h"
 #include "frame/com.h"
+#include "frame/connection.h"
 #include "kxauto.h"
 #include "services/linkmanager.h"
 
@@ -125,6 +126,8 @@ namespace {
 // Fires the events of the live wrapper of an object that was just changed and closed.
 void notifyWrapperOfChange(kx::VxDbObjectId id)
 {
+    // Most changes have nobody listening: then no wrapper is looked for.
+    if (objectSinkCount() == 0) return;
     kx::VxAxOleLinkManager* links = kx::VxAxGetOleLinkManager();
     auto* wrapper = links ? static_cast<IUnknown*>(links->getIUnknown(id)) : nullptr;
     if (!wrapper) return;
@@ -238,7 +241,9 @@ HRESULT VxAxGetIUnknownOfObject(IUnknown** ppUnk, kx::VxDbObject* object, IDispa
     if (!links) return S_OK;
 
     const kx::VxDbObjectId id = object->objectId();
-    if (auto* recorded = static_cast<IUnknown*>(links->getIUnknown(object))) {
+    // One look-up of the record's place serves the search and the write.
+    void** record = links->recordOf(id, true);
+    if (auto* recorded = static_cast<IUnknown*>(record ? *record : nullptr)) {
         ComPtr<IUnknown> wrapper(recorded);
         ComPtr<IVeltBaseObject> base = wrapper.as<IVeltBaseObject>();
         CLSID recordedClass = GUID_NULL;
@@ -248,18 +253,17 @@ HRESULT VxAxGetIUnknownOfObject(IUnknown** ppUnk, kx::VxDbObject* object, IDispa
             return S_OK;
         }
         // The object changed class, or the record is stale: make a new wrapper.
-        links->setIUnknown(object, nullptr);
+        links->setRecord(record, nullptr);
     }
 
     // The module's own wrappers are made and bound directly; another module's through COM.
     if (BoundObject* bound = makeBoundWrapper(clsid)) {
         ComPtr<IUnknown> made = ComPtr<IUnknown>::adopt(bound->identity());
-        if (object->isResident()) {
+        if (record && object->isResident()) {
             // The object is open in the caller's hands: its id resolves, and a new wrapper
             // has no record to forget. Bound and recorded without a second open.
-            bound->SetObjectId(id, kx::VxDbObjectId::kNull, nullptr);
-            links->setIUnknown(id, made.get());
-            bound->SetApplicationObject(app);
+            bound->bindNew(id, app);
+            links->setRecord(record, made.get());
         } else if (HRESULT hr = bindNewWrapper(made.get(), bound, bound, id, app, *links); FAILED(hr)) {
             return hr;
         }

@@ -38,7 +38,7 @@ class Wrapper : public ChainOf<Itf, Itf, Wrapper<Tag, Itf, Source>>::type,
     using Binding = typename BindingOf<Itf>::type;
 
 public:
-    Wrapper() : EventSource(sourceIid()), Binding(Tag::clsid())
+    Wrapper() : EventSource(sourceIid(), kBoundToObject<Itf>), Binding(Tag::clsid())
     {
         if constexpr (kBoundToObject<Itf>) this->setIdentity(static_cast<Itf*>(this));
     }

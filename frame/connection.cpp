@@ -2,6 +2,7 @@
 
 #include <olectl.h>
 
+#include <atomic>
 #include <new>
 #include <utility>
 
@@ -83,15 +84,24 @@ HRESULT makeEnum(std::vector<Item> items, EnumItf** out)
 
 }  // namespace
 
-ConnectionPoint::ConnectionPoint(IConnectionPointContainer* container, const IID& iid)
-    : container_(container), iid_(iid)
+namespace {
+std::atomic<long> gObjectSinks{0};
+}
+
+long objectSinkCount() { return gObjectSinks.load(std::memory_order_relaxed); }
+
+ConnectionPoint::ConnectionPoint(IConnectionPointContainer* container, const IID& iid, bool counted)
+    : container_(container), iid_(iid), counted_(counted)
 {
 }
 
 ConnectionPoint::~ConnectionPoint()
 {
-    for (IUnknown* sink : sinks_)
-        if (sink) sink->Release();
+    for (IUnknown* sink : sinks_) {
+        if (!sink) continue;
+        if (counted_) --gObjectSinks;
+        sink->Release();
+    }
 }
 
 HRESULT ConnectionPoint::QueryInterface(REFIID iid, void** ppv)
@@ -132,6 +142,7 @@ HRESULT ConnectionPoint::Advise(IUnknown* sink, DWORD* cookie)
     IUnknown* typed = nullptr;
     if (FAILED(sink->QueryInterface(iid_, reinterpret_cast<void**>(&typed))) || !typed)
         return CONNECT_E_CANNOTCONNECT;
+    if (counted_) ++gObjectSinks;
     for (size_t i = 0; i < sinks_.size(); ++i) {
         if (!sinks_[i]) {
             sinks_[i] = typed;
@@ -147,6 +158,7 @@ HRESULT ConnectionPoint::Advise(IUnknown* sink, DWORD* cookie)
 HRESULT ConnectionPoint::Unadvise(DWORD cookie)
 {
     if (cookie == 0 || cookie > sinks_.size() || !sinks_[cookie - 1]) return CONNECT_E_NOCONNECTION;
+    if (counted_) --gObjectSinks;
     std::exchange(sinks_[cookie - 1], nullptr)->Release();
     return S_OK;
 }
@@ -159,9 +171,9 @@ HRESULT ConnectionPoint::EnumConnections(IEnumConnections** out)
     return makeEnum(std::move(data), out);
 }
 
-EventSource::EventSource(const IID* events)
-    : propertySink_(this, IID_IPropertyNotifySink),
-      events_(this, events ? *events : IID_NULL),
+EventSource::EventSource(const IID* events, bool ofDatabaseObject)
+    : propertySink_(this, IID_IPropertyNotifySink, ofDatabaseObject),
+      events_(this, events ? *events : IID_NULL, ofDatabaseObject),
       hasEvents_(events != nullptr)
 {
 }

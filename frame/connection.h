@@ -12,7 +12,8 @@ namespace nk {
 
 class ConnectionPoint final : public IConnectionPoint {
 public:
-    ConnectionPoint(IConnectionPointContainer* container, const IID& iid);
+    // A counted point adds its sinks to objectSinkCount().
+    ConnectionPoint(IConnectionPointContainer* container, const IID& iid, bool counted = false);
     ConnectionPoint(const ConnectionPoint&) = delete;
     ConnectionPoint& operator=(const ConnectionPoint&) = delete;
     ~ConnectionPoint();
@@ -34,13 +35,19 @@ public:
 private:
     IConnectionPointContainer* container_;
     IID iid_;
+    bool counted_;
     std::vector<IUnknown*> sinks_;  // cookie = index + 1
 };
 
-// Mixin for a class with event sources. `events` is the coclass's source interface, or null.
+// Sinks connected to the wrappers of database objects, module-wide: while there are none, a
+// change of an object needs no notice at all.
+long objectSinkCount();
+
+// Mixin for a class with event sources. `events` is the coclass's source interface, or null;
+// the sinks of a wrapper of a database object are counted.
 class EventSource : public IConnectionPointContainer {
 public:
-    explicit EventSource(const IID* events);
+    explicit EventSource(const IID* events, bool ofDatabaseObject = false);
 
     HRESULT STDMETHODCALLTYPE EnumConnectionPoints(IEnumConnectionPoints** out) override;
     HRESULT STDMETHODCALLTYPE FindConnectionPoint(REFIID iid, IConnectionPoint** out) override;

@@ -5,6 +5,7 @@
 
 #include <windows.h>
 #include <ocidl.h>
+#include <olectl.h>
 
 #include <filesystem>
 #include <initializer_list>
@@ -14,8 +15,10 @@
 #include "db/entities.h"
 #include "drawing_fixture.h"
 #include "frame/com.h"
+#include "frame/connection.h"
 #include "kxauto.h"
 #include "server_dll.h"
+#include "services/linkmanager.h"
 
 using drawing::number;
 using drawing::point;
@@ -271,6 +274,73 @@ TEST_F(Events, AddingToModelSpaceIsAChangeOfModelSpace)
     Listening listening(space.get(), sink);
     addLine({0, 0, 0}, {1, 1, 0});
     EXPECT_GE(sink.modified, 1);
+}
+
+// A change needs no notice while no wrapper of an object listens; the count that says so must
+// follow every sink, however it goes, or a listening wrapper would stop hearing.
+TEST_F(Events, ChangesAreHeardWhileAnyWrapperListensAndTheCountFollowsItsSinks)
+{
+    const long before = nk::objectSinkCount();
+    ComPtr<IVeltLine> heard = addLine({0, 0, 0}, {1, 0, 0});
+    const kx::VxDbObjectId heardId = idOf(heard.as<IVeltObject>().get());
+    auto changeDirectly = [&](kx::VxDbObjectId id, double x) {
+        kx::VxDbObjectPointer<kx::VxDbLine> direct(id, kx::VxDb::kForWrite);
+        ASSERT_EQ(direct.openStatus(), kx::Velt::eOk);
+        direct->setStartPoint({x, 0, 0});
+    };
+    EventSink sink, dropped;
+    {
+        Listening listening(heard.get(), sink);
+        EXPECT_EQ(nk::objectSinkCount(), before + 2);
+        {
+            // A wrapper that goes with its sinks still connected takes them off the count.
+            ComPtr<IVeltLine> other = addLine({0, 1, 0}, {1, 1, 0});
+            ComPtr<IConnectionPoint> point;
+            ASSERT_EQ(other.as<IConnectionPointContainer>()->FindConnectionPoint(__uuidof(IVeltObjectEvents),
+                                                                                 point.put()),
+                      S_OK);
+            DWORD cookie = 0;
+            ASSERT_EQ(point->Advise(static_cast<IVeltObjectEvents*>(&dropped), &cookie), S_OK);
+            EXPECT_EQ(nk::objectSinkCount(), before + 3);
+            // A second Unadvise of one cookie counts nothing.
+            EXPECT_EQ(point->Unadvise(cookie), S_OK);
+            EXPECT_EQ(point->Unadvise(cookie), CONNECT_E_NOCONNECTION);
+            ASSERT_EQ(point->Advise(static_cast<IVeltObjectEvents*>(&dropped), &cookie), S_OK);
+        }
+        EXPECT_EQ(dropped.refs, 1u);
+        EXPECT_EQ(nk::objectSinkCount(), before + 2);
+
+        changeDirectly(heardId, 5);
+        EXPECT_EQ(sink.modified, 1);
+    }
+    EXPECT_EQ(nk::objectSinkCount(), before);
+    changeDirectly(heardId, 6);
+    EXPECT_EQ(sink.modified, 1);
+    EXPECT_EQ(dropped.modified, 0);
+}
+
+// AddLine binds and records the new entity's wrapper while the entity is still open: it is the
+// one wrapper every later lookup finds, and its record goes with it.
+TEST_F(Events, TheWrapperAddLineAnswersIsTheEntitysOneRecordedWrapper)
+{
+    kx::VxAxOleLinkManager* links = kx::VxAxGetOleLinkManager();
+    ComPtr<IVeltModelSpace> space = modelSpace();
+    const size_t before = links->objectRecordCount();
+    ComPtr<IVeltLine> line = addLine({0, 0, 0}, {2, 0, 0});
+    ASSERT_TRUE(line);
+    const kx::VxDbObjectId id = idOf(line.as<IVeltObject>().get());
+    EXPECT_EQ(links->objectRecordCount(), before + 1);
+    ComPtr<IUnknown> found = wrapperOf<IUnknown>(id);
+    EXPECT_EQ(found.get(), line.as<IUnknown>().get());
+    {
+        // Closed on the way out.
+        kx::VxDbObjectPointer<kx::VxDbLine> open(id, kx::VxDb::kForWrite);
+        EXPECT_EQ(open.openStatus(), kx::Velt::eOk);
+    }
+    found.reset();
+    line.reset();
+    EXPECT_EQ(links->getIUnknown(id), nullptr);
+    EXPECT_EQ(links->objectRecordCount(), before);
 }
 
 // ---- record collections ----

@@ -39,14 +39,24 @@ void* VxAxOleLinkManager::getIUnknown(VxDbObjectId id) const
 
 void VxAxOleLinkManager::setIUnknown(VxDbObjectId id, void* wrapper)
 {
-    void** slot = detail::wrapperSlotOf(id, wrapper != nullptr);
-    if (!slot)
-        return;  // a null id, one whose database is gone, or no wrapper to forget
-    if (!*slot && wrapper)
-        ++mObjectRecords;
-    else if (*slot && !wrapper)
-        --mObjectRecords;
-    *slot = wrapper;
+    // A null id, one whose database is gone, or no wrapper to forget: no place.
+    if (void** record = recordOf(id, wrapper != nullptr))
+        setRecord(record, wrapper);
+}
+
+void** VxAxOleLinkManager::recordOf(VxDbObjectId id, bool create) const { return detail::wrapperSlotOf(id, create); }
+
+void VxAxOleLinkManager::setRecord(void** record, void* wrapper)
+{
+    if (!record)
+        return;
+    // Records are written from the automation layer's one apartment: the count needs no
+    // locked increment, only to be readable from elsewhere.
+    if (!*record && wrapper)
+        mObjectRecords.store(mObjectRecords.load(std::memory_order_relaxed) + 1, std::memory_order_relaxed);
+    else if (*record && !wrapper)
+        mObjectRecords.store(mObjectRecords.load(std::memory_order_relaxed) - 1, std::memory_order_relaxed);
+    *record = wrapper;
 }
 
 void* VxAxOleLinkManager::getIUnknown(const VxDbObject* object) const

@@ -23,6 +23,11 @@ public:
     // By the object's id; objects not in a database have no record.
     void* getIUnknown(const VxDbObject* object) const;
     void setIUnknown(const VxDbObject* object, void* wrapper);
+    // The place of an id's record, so that a caller reads and then writes it with one
+    // look-up; null when the id names no slot (or, without create, when no object near it
+    // has a record). setRecord writes through that place and keeps the count.
+    void** recordOf(VxDbObjectId id, bool create) const;
+    void setRecord(void** record, void* wrapper);
     void* getIUnknown(const VxDbDatabase* database) const;
     void setIUnknown(const VxDbDatabase* database, void* wrapper);
     void* getDocument(const VxDbDatabase* database) const;

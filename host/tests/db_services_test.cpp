@@ -103,6 +103,17 @@ TEST(HostLinkManager, RecordsWithoutOwning)
         EXPECT_EQ(links->getIUnknown(id), nullptr);
         links->setIUnknown(id, &wrapper);
         EXPECT_EQ(links->objectRecordCount(), before + 1);
+        // The record's place reads and writes the same record, and keeps the count.
+        void** record = links->recordOf(id, false);
+        ASSERT_NE(record, nullptr);
+        EXPECT_EQ(*record, &wrapper);
+        links->setRecord(record, &databaseWrapper);
+        EXPECT_EQ(links->getIUnknown(id), &databaseWrapper);
+        EXPECT_EQ(links->objectRecordCount(), before + 1);
+        links->setRecord(record, nullptr);
+        EXPECT_EQ(links->objectRecordCount(), before);
+        links->setRecord(record, &wrapper);
+        EXPECT_EQ(links->recordOf(VxDbObjectId(), true), nullptr);
     }
     // The database's records went with it.
     EXPECT_EQ(links->objectRecordCount(), before);
