@@ -32,7 +32,10 @@ CLSID toClsid(const kx::VxClsid& id)
 kx::VxClsid fromClsid(const CLSID& c)
 {
     kx::VxClsid id;
-    std::memcpy(&id, &c, sizeof(c));
+    id.data1 = c.Data1;
+    id.data2 = c.Data2;
+    id.data3 = c.Data3;
+    std::memcpy(id.data4, c.Data4, sizeof(id.data4));
     return id;
 }
 
