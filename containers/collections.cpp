@@ -486,17 +486,22 @@ HRESULT deleteConfiguration(VxAxObjectRef& viewports, BSTR name)
 
 namespace {
 
-// Keys of the named dictionaries: 1 ... 255 characters.
-constexpr size_t kMaxKey = 255;
+// Keys of the named dictionaries: 1 ... 255 characters; null for a name that is no key.
+const wchar_t* keyOf(BSTR name)
+{
+    constexpr size_t kMaxKey = 255;
+    const wchar_t* key = textOf(name);
+    const size_t length = std::wcslen(key);
+    return length == 0 || length > kMaxKey ? nullptr : key;
+}
 
 // The entry of the key, or a new object made by `make` stored under it (through `store`
 // when the object has its own way in).
 template <class Make>
 HRESULT addEntry(VxAxObjectRef& dictionary, IDispatch* owner, const Kind& kind, BSTR name, void** out, Make&& make)
 {
-    const wchar_t* key = textOf(name);
-    const size_t length = std::wcslen(key);
-    if (length == 0 || length > kMaxKey) return E_INVALIDARG;
+    const wchar_t* key = keyOf(name);
+    if (!key) return E_INVALIDARG;
     return guarded(kind.collection, [&]() -> HRESULT {
         kx::VxAxDocLock lock(dictionary.objectId(), kx::VxAxDocLock::kWrite);
         check(lock.lockStatus());
@@ -554,9 +559,8 @@ HRESULT addMaterial(VxAxObjectRef& materials, IDispatch* app, BSTR name, IVeltMa
 HRESULT addLayout(VxAxObjectRef& layouts, IDispatch* app, BSTR name, IVeltLayout** out)
 {
     if (HRESULT hr = begin(out)) return hr;
-    const wchar_t* key = textOf(name);
-    const size_t length = std::wcslen(key);
-    if (length == 0 || length > kMaxKey) return E_INVALIDARG;
+    const wchar_t* key = keyOf(name);
+    if (!key) return E_INVALIDARG;
     return guarded(kLayouts.collection, [&]() -> HRESULT {
         kx::VxAxDocLock lock(layouts.objectId(), kx::VxAxDocLock::kWrite);
         check(lock.lockStatus());
@@ -579,9 +583,8 @@ HRESULT addPlotConfiguration(VxAxObjectRef& configurations, IDispatch* app, BSTR
                              IVeltPlotConfiguration** out)
 {
     if (HRESULT hr = begin(out)) return hr;
-    const wchar_t* key = textOf(name);
-    const size_t length = std::wcslen(key);
-    if (length == 0 || length > kMaxKey) return E_INVALIDARG;
+    const wchar_t* key = keyOf(name);
+    if (!key) return E_INVALIDARG;
     // Model space's settings when asked for; a layout's when the argument is missing.
     bool model = false;
     if (!(V_VT(&modelType) == VT_ERROR && V_ERROR(&modelType) == DISP_E_PARAMNOTFOUND)) {

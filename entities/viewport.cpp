@@ -206,7 +206,11 @@ HRESULT syncModelView(VxAxObjectRef& ref)
     });
 }
 
-HRESULT freezeLayers(VxAxObjectRef& ref, VARIANT LayerNames)
+namespace {
+
+// Freezes or thaws the named layers in the viewport; names are read before anything opens.
+HRESULT changeLayers(VxAxObjectRef& ref, VARIANT LayerNames,
+                     kx::Velt::ErrorStatus (VxDbViewport::*change)(const std::vector<VxDbObjectId>&))
 {
     std::vector<std::wstring> names;
     if (HRESULT hr = guarded(__uuidof(IVeltPViewport), [&] {
@@ -215,19 +219,19 @@ HRESULT freezeLayers(VxAxObjectRef& ref, VARIANT LayerNames)
         });
         FAILED(hr))
         return hr;
-    return member::call<Access>(ref, [&](VxDbViewport& vp) { return vp.freezeLayersInViewport(layersNamed(vp, names)); });
+    return member::call<Access>(ref, [&](VxDbViewport& vp) { return (vp.*change)(layersNamed(vp, names)); });
+}
+
+}  // namespace
+
+HRESULT freezeLayers(VxAxObjectRef& ref, VARIANT LayerNames)
+{
+    return changeLayers(ref, LayerNames, &VxDbViewport::freezeLayersInViewport);
 }
 
 HRESULT thawLayers(VxAxObjectRef& ref, VARIANT LayerNames)
 {
-    std::vector<std::wstring> names;
-    if (HRESULT hr = guarded(__uuidof(IVeltPViewport), [&] {
-            names = namesOf(LayerNames);
-            return S_OK;
-        });
-        FAILED(hr))
-        return hr;
-    return member::call<Access>(ref, [&](VxDbViewport& vp) { return vp.thawLayersInViewport(layersNamed(vp, names)); });
+    return changeLayers(ref, LayerNames, &VxDbViewport::thawLayersInViewport);
 }
 
 HRESULT frozenLayers(VxAxObjectRef& ref, VARIANT* FrozenLayers)
