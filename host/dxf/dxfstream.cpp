@@ -290,31 +290,38 @@ bool GroupReader::readLine(std::string_view& line)
 
 bool GroupReader::nextAscii()
 {
-    std::string_view codeLine;
-    if (!readLine(codeLine))
+    const size_t size = mData.size();
+    if (mPos >= size)
         return false;
+    ++mLine;
     mGroupPosition = mLine;
-    // The code: digits between blanks, read here rather than through a general
-    // parser since every second line of a file is one.
-    const char* c = codeLine.data();
-    const char* end = c + codeLine.size();
-    while (c != end && (*c == ' ' || *c == '\t'))
+    // The code: digits between blanks, read here in one walk over its line (every second
+    // line of a file is one) rather than found first and parsed after.
+    const char* c = mData.data() + mPos;
+    const char* const stop = mData.data() + size;
+    while (c != stop && (*c == ' ' || *c == '\t'))
         ++c;
-    while (end != c && (end[-1] == ' ' || end[-1] == '\t' || end[-1] == '\r'))
-        --end;
-    // A last line of blanks is no group.
-    if (c == end && mPos >= mData.size())
-        return false;
+    const char* const digits = c;
     int code = 0;
-    if (c == end)
-        return fail(Velt::eInvalidDxfCode, "not a group code");
-    for (; c != end; ++c) {
+    for (; c != stop; ++c) {
         const unsigned digit = unsigned(*c) - unsigned('0');
         if (digit > 9)
-            return fail(Velt::eInvalidDxfCode, "not a group code");
+            break;
         code = code * 10 + int(digit);
         if (code > kMaxGroupCode)
             return fail(Velt::eInvalidDxfCode, "not a group code");
+    }
+    const bool none = c == digits;
+    while (c != stop && (*c == ' ' || *c == '\t' || *c == '\r'))
+        ++c;
+    if (c != stop && *c != '\n')
+        return fail(Velt::eInvalidDxfCode, "not a group code");
+    mPos = size_t(c - mData.data()) + (c != stop ? 1 : 0);
+    if (none) {
+        // A last line of blanks is no group.
+        if (mPos >= size)
+            return false;
+        return fail(Velt::eInvalidDxfCode, "not a group code");
     }
     if (!readLine(mValue))
         return fail(Velt::eEndOfFile, "the file ends inside a group");
@@ -566,6 +573,79 @@ void GroupWriter::text(int code, std::string_view value)
     maybeFlush();
 }
 
+namespace {
+
+constexpr double kExactPowersOfTen[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9};
+constexpr uint64_t kIntegerPowersOfTen[] = {1,      10,      100,      1000,      10000,
+                                            100000, 1000000, 10000000, 100000000, 1000000000};
+
+int decimalDigits(uint64_t n)
+{
+    int digits = 1;
+    while (n >= 10) {
+        n /= 10;
+        ++digits;
+    }
+    return digits;
+}
+
+}  // namespace
+
+// Values with a few decimals ("10.25", "-3", "0.001"), most of a drawing's: the shortest
+// digits that read back the same are found by scaling with exact powers of ten, and printed
+// as the general routine prints them. Null for any other value (that routine's work).
+//
+// The first k whose scaled value rounds to an integer m with m / 10^k == value gives the
+// shortest digits: the division is exact-then-rounded, as reading the text is; below 2^50
+// the scaled value is within a quarter of m, so no smaller k was missed; and no two integers
+// fit one k.
+char* writeShortDecimal(char* at, double value)
+{
+    const double magnitude = std::fabs(value);
+    if (!(magnitude >= 1e-5 && magnitude < 1e14))
+        return nullptr;
+    for (int k = 0; k < int(std::size(kExactPowersOfTen)); ++k) {
+        const double scaled = magnitude * kExactPowersOfTen[k];
+        if (scaled >= 1125899906842624.0)  // 2^50
+            return nullptr;
+        const double rounded = double(uint64_t(scaled + 0.5));
+        // A match is within a few units of the last place of an integer: anything farther
+        // needs no division to be passed over.
+        const double gap = scaled - rounded;
+        if (gap > scaled * 0x1p-50 || -gap > scaled * 0x1p-50 || rounded / kExactPowersOfTen[k] != magnitude)
+            continue;
+        uint64_t m = uint64_t(rounded);
+        // Significant digits and the exponent of the first, for the choice of notation: the
+        // general routine writes the shorter of fixed and scientific, fixed when equal.
+        const int length = decimalDigits(m);
+        int significant = length;
+        for (uint64_t rest = m; k == 0 && rest % 10 == 0; rest /= 10)
+            --significant;
+        const int exponent = length - 1 - k;
+        const int fixedLength = exponent >= 0 ? exponent + 1 + (k > 0 ? k + 1 : 0) : 1 - exponent + significant;
+        const int absExponent = exponent < 0 ? -exponent : exponent;
+        const int scientificLength =
+            significant + (significant > 1 ? 1 : 0) + 2 + (absExponent >= 100 ? 3 : 2);
+        if (fixedLength > scientificLength)
+            return nullptr;
+        if (value < 0)
+            *at++ = '-';
+        const uint64_t power = kIntegerPowersOfTen[k];
+        at = std::to_chars(at, at + 20, m / power).ptr;
+        if (k > 0) {
+            *at++ = '.';
+            uint64_t fraction = m % power;
+            for (int i = k - 1; i >= 0; --i) {
+                at[i] = char('0' + fraction % 10);
+                fraction /= 10;
+            }
+            at += k;
+        }
+        return at;
+    }
+    return nullptr;
+}
+
 void GroupWriter::real(int code, double value)
 {
     if (!std::isfinite(value))
@@ -576,16 +656,18 @@ void GroupWriter::real(int code, double value)
     constexpr size_t kMaxReal = 32;
     char* const begin = room(kMaxCodeLine + kMaxReal + 3);
     char* at = writeCode(begin, code);
-    std::to_chars_result result;
-    if (mPrecision <= 0)
-        result = std::to_chars(at, at + kMaxReal, value);
-    else
-        result = std::to_chars(at, at + kMaxReal, value, std::chars_format::general, mPrecision);
+    char* written = mPrecision <= 0 ? writeShortDecimal(at, value) : nullptr;
+    if (!written) {
+        if (mPrecision <= 0)
+            written = std::to_chars(at, at + kMaxReal, value).ptr;
+        else
+            written = std::to_chars(at, at + kMaxReal, value, std::chars_format::general, mPrecision).ptr;
+    }
     // Integral values keep a decimal point, so that they read as reals.
     bool plain = true;
-    for (const char* c = at; c != result.ptr && plain; ++c)
+    for (const char* c = at; c != written && plain; ++c)
         plain = *c != '.' && *c != 'e' && *c != 'E';
-    at = result.ptr;
+    at = written;
     if (plain) {
         *at++ = '.';
         *at++ = '0';
