@@ -576,74 +576,75 @@ void GroupWriter::text(int code, std::string_view value)
 namespace {
 
 constexpr double kExactPowersOfTen[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9};
-constexpr uint64_t kIntegerPowersOfTen[] = {1,      10,      100,      1000,      10000,
-                                            100000, 1000000, 10000000, 100000000, 1000000000};
-
-int decimalDigits(uint64_t n)
-{
-    int digits = 1;
-    while (n >= 10) {
-        n /= 10;
-        ++digits;
-    }
-    return digits;
-}
-
 }  // namespace
 
-// Values with a few decimals ("10.25", "-3", "0.001"), most of a drawing's: the shortest
-// digits that read back the same are found by scaling with exact powers of ten, and printed
-// as the general routine prints them. Null for any other value (that routine's work).
+// Values with a few decimals ("10.25", "-3", "0.001"), most of a drawing's: their shortest
+// digits, found by scaling with an exact power of ten, printed as the general routine prints
+// them. Null for any other value (that routine's work).
 //
-// The first k whose scaled value rounds to an integer m with m / 10^k == value gives the
-// shortest digits: the division is exact-then-rounded, as reading the text is; below 2^50
-// the scaled value is within a quarter of m, so no smaller k was missed; and no two integers
-// fit one k.
+// Scaled by the largest 10^k (k <= 9) that keeps it below 2^50, a value within half a unit of
+// its last place of some d / 10^j (j <= k) is within a quarter of the integer d * 10^(k - j),
+// and no other integer is that near: so the value has such a short form exactly when the
+// nearest integer m gives back the value on division (exact, then rounded, as reading the
+// text is), and m without its trailing zeros is its shortest.
 char* writeShortDecimal(char* at, double value)
 {
+    if (value == 0.0 && !std::signbit(value)) {
+        *at = '0';
+        return at + 1;
+    }
     const double magnitude = std::fabs(value);
     if (!(magnitude >= 1e-5 && magnitude < 1e14))
         return nullptr;
-    for (int k = 0; k < int(std::size(kExactPowersOfTen)); ++k) {
-        const double scaled = magnitude * kExactPowersOfTen[k];
-        if (scaled >= 1125899906842624.0)  // 2^50
+    constexpr double kLimit = 1125899906842624.0;  // 2^50
+    int k = int(std::size(kExactPowersOfTen)) - 1;
+    double scaled = magnitude * kExactPowersOfTen[k];
+    while (scaled >= kLimit) {
+        if (k == 0)
             return nullptr;
-        const double rounded = double(uint64_t(scaled + 0.5));
-        // A match is within a few units of the last place of an integer: anything farther
-        // needs no division to be passed over.
-        const double gap = scaled - rounded;
-        if (gap > scaled * 0x1p-50 || -gap > scaled * 0x1p-50 || rounded / kExactPowersOfTen[k] != magnitude)
-            continue;
-        uint64_t m = uint64_t(rounded);
-        // Significant digits and the exponent of the first, for the choice of notation: the
-        // general routine writes the shorter of fixed and scientific, fixed when equal.
-        const int length = decimalDigits(m);
-        int significant = length;
-        for (uint64_t rest = m; k == 0 && rest % 10 == 0; rest /= 10)
-            --significant;
-        const int exponent = length - 1 - k;
-        const int fixedLength = exponent >= 0 ? exponent + 1 + (k > 0 ? k + 1 : 0) : 1 - exponent + significant;
-        const int absExponent = exponent < 0 ? -exponent : exponent;
-        const int scientificLength =
-            significant + (significant > 1 ? 1 : 0) + 2 + (absExponent >= 100 ? 3 : 2);
-        if (fixedLength > scientificLength)
-            return nullptr;
-        if (value < 0)
-            *at++ = '-';
-        const uint64_t power = kIntegerPowersOfTen[k];
-        at = std::to_chars(at, at + 20, m / power).ptr;
-        if (k > 0) {
-            *at++ = '.';
-            uint64_t fraction = m % power;
-            for (int i = k - 1; i >= 0; --i) {
-                at[i] = char('0' + fraction % 10);
-                fraction /= 10;
-            }
-            at += k;
-        }
-        return at;
+        scaled = magnitude * kExactPowersOfTen[--k];
     }
-    return nullptr;
+    const double rounded = double(uint64_t(scaled + 0.5));
+    // Anything farther from an integer than a few units of its last place needs no division.
+    const double gap = scaled - rounded;
+    if (gap > scaled * 0x1p-50 || -gap > scaled * 0x1p-50 || rounded / kExactPowersOfTen[k] != magnitude)
+        return nullptr;
+    char digits[24];
+    int length = int(std::to_chars(digits, digits + sizeof(digits), uint64_t(rounded)).ptr - digits);
+    while (k > 0 && digits[length - 1] == '0') {
+        --length;
+        --k;
+    }
+    // Significant digits and the exponent of the first, for the choice of notation: the
+    // general routine writes the shorter of fixed and scientific, fixed when equal.
+    int significant = length;
+    while (k == 0 && significant > 1 && digits[significant - 1] == '0')
+        --significant;
+    const int exponent = length - 1 - k;
+    const int fixedLength = exponent >= 0 ? exponent + 1 + (k > 0 ? k + 1 : 0) : 1 - exponent + significant;
+    const int absExponent = exponent < 0 ? -exponent : exponent;
+    const int scientificLength = significant + (significant > 1 ? 1 : 0) + 2 + (absExponent >= 100 ? 3 : 2);
+    if (fixedLength > scientificLength)
+        return nullptr;
+    if (value < 0)
+        *at++ = '-';
+    if (k == 0) {
+        std::memcpy(at, digits, size_t(length));
+        return at + length;
+    }
+    if (length <= k) {
+        *at++ = '0';
+        *at++ = '.';
+        std::memset(at, '0', size_t(k - length));
+        at += k - length;
+        std::memcpy(at, digits, size_t(length));
+        return at + length;
+    }
+    std::memcpy(at, digits, size_t(length - k));
+    at += length - k;
+    *at++ = '.';
+    std::memcpy(at, digits + length - k, size_t(k));
+    return at + k;
 }
 
 void GroupWriter::real(int code, double value)
