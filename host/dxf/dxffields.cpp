@@ -163,6 +163,7 @@ struct CodeTable {
     // 0: no field; else (field index << 2 | axis) + 1.
     uint16_t slot[kMaxGroupCode + 1] = {};
     int chunked = -1;  // the field of a long text, if the kind has one
+    bool ocs = false;  // some field is written in the object's coordinates
 };
 
 CodeTable buildCodeTable(const VxDbKind& kind)
@@ -177,6 +178,8 @@ CodeTable buildCodeTable(const VxDbKind& kind)
         const VxDbField& field = *fields[i];
         if (field.flags & kxdxf::kChunked)
             table.chunked = int(i);
+        if (field.flags & kxdxf::kOcs)
+            table.ocs = true;
         if (field.code == 0)
             continue;
         take(field.code, i, 0);
@@ -358,7 +361,7 @@ bool readFields(VxDbObject& object, const VxDbKind& kind, const std::vector<Fiel
         return false;  // parts of a text without its end
 
     VxGeVector3d normal = VxGeVector3d::kZAxis;
-    if (kind.normalIndex() >= 0) {
+    if (table.ocs && kind.normalIndex() >= 0) {
         if (const VxGeVector3d* n = std::get_if<VxGeVector3d>(&fetch(size_t(kind.normalIndex()))))
             normal = n->normal();
     }

@@ -117,6 +117,8 @@ namespace {
 
 std::string_view trim(std::string_view text)
 {
+    if (!text.empty() && uint8_t(text.front()) > ' ' && uint8_t(text.back()) > ' ')
+        return text;  // most values: nothing to take off
     size_t begin = 0;
     size_t end = text.size();
     while (begin < end && (text[begin] == ' ' || text[begin] == '\t'))
