@@ -434,6 +434,44 @@ Velt::ErrorStatus VxDbEntity::setDatabaseDefaults(VxDbDatabase* db)
     return Velt::eOk;
 }
 
+Velt::ErrorStatus VxDbEntity::setCommonProperties(const detail::EntityStyle& values, bool allowHiddenLayer)
+{
+    if (Velt::ErrorStatus es = assertWriteEnabled())
+        return es;
+    VxCmEntityColor color;
+    if (Velt::ErrorStatus es = color.setColor(values.color))
+        return es;
+    VxCmTransparency transparency;
+    if (!VxDb::isValidLineWeight(values.lineWeight) ||
+        !std::isfinite(values.linetypeScale) || values.linetypeScale <= 0.0 ||
+        (values.visibility != VxDb::kVisible && values.visibility != VxDb::kInvisible) ||
+        transparency.serializeIn(values.transparency) != Velt::eOk)
+        return Velt::eInvalidInput;
+    if (!values.layer.isNull()) {
+        if (Velt::ErrorStatus es = detail::checkReference(values.layer, VxDbLayerTableRecord::desc(), database()))
+            return es;
+        if (VxDbLayerTableRecord::cast(detail::objectOf(values.layer))->isHidden() && !allowHiddenLayer)
+            return Velt::eInvalidInput;
+    }
+    if (!values.linetype.isNull()) {
+        if (Velt::ErrorStatus es = detail::checkReference(values.linetype, VxDbLinetypeTableRecord::desc(), database()))
+            return es;
+    }
+    detail::EntityStyle changed = values;
+    changed.material = style().material;
+    changed.plotStyle = style().plotStyle;
+    changed.plotStyleType = style().plotStyleType;
+    const bool colorChanged = changed.color != style().color;
+    setStyle(changed);
+    if (colorChanged)
+        setColorNames({}, {});
+    if (!values.layer.isNull())
+        setIntendedDatabase(values.layer.database());
+    else if (!values.linetype.isNull())
+        setIntendedDatabase(values.linetype.database());
+    return Velt::eOk;
+}
+
 Velt::ErrorStatus VxDbEntity::setPropertiesFrom(const VxDbEntity* other, bool)
 {
     if (!other)

@@ -1,11 +1,13 @@
 #include "dxf/dxffields.h"
 
+#include <bit>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <limits>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <string>
 #include <unordered_map>
 
@@ -160,6 +162,8 @@ namespace {
 struct CodeTable {
     // 0: no field; else (field index << 2 | axis) + 1.
     uint16_t slot[kMaxGroupCode + 1] = {};
+    int chunked = -1;  // the field of a long text, if the kind has one
+    bool ocs = false;  // some field is written in the object's coordinates
 };
 
 CodeTable buildCodeTable(const VxDbKind& kind)
@@ -172,6 +176,10 @@ CodeTable buildCodeTable(const VxDbKind& kind)
     };
     for (size_t i = 0; i < fields.size(); ++i) {
         const VxDbField& field = *fields[i];
+        if (field.flags & kxdxf::kChunked)
+            table.chunked = int(i);
+        if (field.flags & kxdxf::kOcs)
+            table.ocs = true;
         if (field.code == 0)
             continue;
         take(field.code, i, 0);
@@ -213,6 +221,52 @@ const CodeTable& codeTableOf(const VxDbKind& kind)
     return *table;
 }
 
+// The values of a record's fields while it is read, each made when the file first names its
+// field (a point read in part keeps its other coordinates): a record names few of its kind's
+// fields, and the others cost nothing. On the stack for the usual few fields.
+class FieldValues {
+public:
+    FieldValues(const VxDbObject& object, const std::vector<const VxDbField*>& fields)
+        : mObject(object), mFields(fields)
+    {
+        if (fields.size() > kLocal)
+            mHeap = std::make_unique<Storage[]>(fields.size());
+    }
+    ~FieldValues()
+    {
+        for (uint64_t made = mMade; made; made &= made - 1)
+            slot(size_t(std::countr_zero(made)))->~VxDbFieldValue();
+    }
+    FieldValues(const FieldValues&) = delete;
+    FieldValues& operator=(const FieldValues&) = delete;
+
+    VxDbFieldValue& at(size_t i)
+    {
+        if (!(mMade & (uint64_t(1) << i))) {
+            new (slot(i)) VxDbFieldValue(mFields[i]->get(mObject));
+            mMade |= uint64_t(1) << i;
+        }
+        return *slot(i);
+    }
+
+private:
+    static constexpr size_t kLocal = 16;
+    struct Storage {
+        alignas(VxDbFieldValue) unsigned char bytes[sizeof(VxDbFieldValue)];
+    };
+    VxDbFieldValue* slot(size_t i)
+    {
+        Storage& storage = mHeap ? mHeap[i] : mLocal[i];
+        return std::launder(reinterpret_cast<VxDbFieldValue*>(storage.bytes));
+    }
+
+    const VxDbObject& mObject;
+    const std::vector<const VxDbField*>& mFields;
+    uint64_t mMade = 0;
+    Storage mLocal[kLocal];
+    std::unique_ptr<Storage[]> mHeap;
+};
+
 bool groupDouble(const FieldGroup& group, double& out)
 {
     if (group.number) {
@@ -241,21 +295,9 @@ bool readFields(VxDbObject& object, const VxDbKind& kind, const std::vector<Fiel
     if (fields.size() > 64)
         return false;  // the read mask has a bit a field
     const CodeTable& table = codeTableOf(kind);
-    // The values being read: on the stack for the usual few fields.
-    constexpr size_t kLocal = 16;
-    VxDbFieldValue local[kLocal];
-    std::vector<VxDbFieldValue> heap;
-    VxDbFieldValue* values = local;
-    if (fields.size() > kLocal) {
-        heap.resize(fields.size());
-        values = heap.data();
-    }
-    const VxDbField* chunked = nullptr;
-    for (size_t i = 0; i < fields.size(); ++i) {
-        values[i] = fields[i]->get(object);
-        if (fields[i]->flags & kxdxf::kChunked)
-            chunked = fields[i];
-    }
+    FieldValues values(object, fields);
+    auto fetch = [&](size_t i) -> VxDbFieldValue& { return values.at(i); };
+    const VxDbField* chunked = table.chunked >= 0 ? fields[size_t(table.chunked)] : nullptr;
     uint64_t readMask = 0;
     std::string chunks;  // groups 3 of a long text, until its own group
 
@@ -276,7 +318,7 @@ bool readFields(VxDbObject& object, const VxDbKind& kind, const std::vector<Fiel
         const size_t i = (slot - 1) >> 2;
         const int axis = int((slot - 1) & 3);
         const VxDbField& field = *fields[i];
-        VxDbFieldValue& value = values[i];
+        VxDbFieldValue& value = fetch(i);
         readMask |= uint64_t(1) << i;
         double real = 0.0;
         int64_t integer = 0;
@@ -319,8 +361,8 @@ bool readFields(VxDbObject& object, const VxDbKind& kind, const std::vector<Fiel
         return false;  // parts of a text without its end
 
     VxGeVector3d normal = VxGeVector3d::kZAxis;
-    if (kind.normalIndex() >= 0) {
-        if (const VxGeVector3d* n = std::get_if<VxGeVector3d>(&values[size_t(kind.normalIndex())]))
+    if (table.ocs && kind.normalIndex() >= 0) {
+        if (const VxGeVector3d* n = std::get_if<VxGeVector3d>(&fetch(size_t(kind.normalIndex()))))
             normal = n->normal();
     }
     for (size_t i = 0; i < fields.size(); ++i) {
@@ -329,11 +371,12 @@ bool readFields(VxDbObject& object, const VxDbKind& kind, const std::vector<Fiel
         // wrote, and those read in another system, go through their checks.
         if (!(readMask & (uint64_t(1) << i)) && !(field.flags & (kxdxf::kDegrees | kxdxf::kOcs)))
             continue;
-        if (double* angle = std::get_if<double>(&values[i]); angle && (field.flags & kxdxf::kDegrees))
+        fetch(i);
+        if (double* angle = std::get_if<double>(&fetch(i)); angle && (field.flags & kxdxf::kDegrees))
             *angle = vxgeDegreesToRadians(*angle);
-        if (VxGePoint3d* p = std::get_if<VxGePoint3d>(&values[i]); p && (field.flags & kxdxf::kOcs))
+        if (VxGePoint3d* p = std::get_if<VxGePoint3d>(&fetch(i)); p && (field.flags & kxdxf::kOcs))
             *p = fromOcs(*p, normal);
-        if (field.set(object, values[i]) != Velt::eOk)
+        if (field.set(object, fetch(i)) != Velt::eOk)
             return false;
     }
     return kind.checkRead(object, readMask) == Velt::eOk;

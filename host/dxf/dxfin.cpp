@@ -113,6 +113,7 @@ Velt::ErrorStatus vxdbDxfVersionOfSaveCode(int code, VxDbDxfVersion& version)
 namespace {
 
 using namespace dxf;
+using namespace std::string_view_literals;  // record types compared by length first
 
 constexpr uint32_t kNone = UINT32_MAX;
 constexpr uint32_t kByOwner = UINT32_MAX - 1;  // the block follows from the entity's owner
@@ -380,6 +381,12 @@ private:
     std::string mLastType;
     const VxRxClass* mLastTypeClass = nullptr;
     bool mLastTypeKnown = false;
+    const VxRxClass* mLastMadeClass = nullptr;
+    const VxDbKind* mLastMadeKind = nullptr;
+    bool mLastMadeAttribute = false;
+    const VxRxClass* mPlacedClass = nullptr;
+    bool mPlacedOpaque = false;
+    bool mPlacedReference = false;
 
     std::vector<HeaderVar> mHeader;
     std::unordered_map<std::string, VxDbDxfClassInfo, StringHash, std::equal_to<>> mClasses;
@@ -739,9 +746,9 @@ bool Reader::readClasses()
 {
     Record& record = mRecord;
     while (nextRecord(record)) {
-        if (record.type == "ENDSEC")
+        if (record.type == "ENDSEC"sv)
             return true;
-        if (record.type != "CLASS")
+        if (record.type != "CLASS"sv)
             continue;
         VxDbDxfClassInfo info;
         for (size_t i = 0; i < record.size(); ++i) {
@@ -766,9 +773,9 @@ bool Reader::readTables()
 {
     Record& record = mRecord;
     while (nextRecord(record)) {
-        if (record.type == "ENDSEC")
+        if (record.type == "ENDSEC"sv)
             return true;
-        if (record.type != "TABLE") {
+        if (record.type != "TABLE"sv) {
             warn("a " + record.type + " record outside of a table was left out");
             continue;
         }
@@ -802,9 +809,9 @@ bool Reader::readTables()
         }
         // Its records up to ENDTAB.
         while (nextRecord(record)) {
-            if (record.type == "ENDTAB")
+            if (record.type == "ENDTAB"sv)
                 break;
-            if (record.type == "ENDSEC") {
+            if (record.type == "ENDSEC"sv) {
                 warn("a table without ENDTAB");
                 return true;
             }
@@ -823,9 +830,9 @@ bool Reader::readBlocks()
 {
     Record& record = mRecord;
     while (nextRecord(record)) {
-        if (record.type == "ENDSEC")
+        if (record.type == "ENDSEC"sv)
             return true;
-        if (record.type != "BLOCK") {
+        if (record.type != "BLOCK"sv) {
             warn("a " + record.type + " record outside of a block was left out");
             continue;
         }
@@ -898,12 +905,12 @@ bool Reader::readEntityList(uint32_t block, std::string_view end, bool& sawEndSe
     while (true) {
         if (record.type == end)
             return true;
-        if (record.type == "ENDSEC") {
+        if (record.type == "ENDSEC"sv) {
             sawEndSection = true;
             return true;
         }
-        bool followers = record.type == "POLYLINE";
-        if (record.type == "INSERT") {
+        bool followers = record.type == "POLYLINE"sv;
+        if (record.type == "INSERT"sv) {
             for (size_t i = 0; i < record.size() && !followers; ++i)
                 followers = record.code(i) == 66 && record.integer(i) != 0;
         }
@@ -920,9 +927,9 @@ bool Reader::readEntityList(uint32_t block, std::string_view end, bool& sawEndSe
         while (!closed) {
             if (!nextRecord(record))
                 return false;
-            if (record.type != "VERTEX" && record.type != "ATTRIB" && record.type != "SEQEND")
+            if (record.type != "VERTEX"sv && record.type != "ATTRIB"sv && record.type != "SEQEND"sv)
                 break;  // no SEQEND: record is the next entity
-            closed = record.type == "SEQEND";
+            closed = record.type == "SEQEND"sv;
             mSubs.push_back(record);
         }
         if (block != kNone) {
@@ -932,7 +939,7 @@ bool Reader::readEntityList(uint32_t block, std::string_view end, bool& sawEndSe
             if (mEntities.size() > before && VxDbBlockReference::cast(mEntities[before].object.get())) {
                 const uint32_t owner = uint32_t(before);
                 for (Record& sub : mSubs) {
-                    if (sub.type == "ATTRIB")
+                    if (sub.type == "ATTRIB"sv)
                         parseEntity(sub, mEntities[owner].block, nullptr, owner);
                 }
             }
@@ -952,7 +959,7 @@ bool Reader::readObjects()
 {
     Record& record = mRecord;
     while (nextRecord(record)) {
-        if (record.type == "ENDSEC")
+        if (record.type == "ENDSEC"sv)
             return true;
         parseObject(record);
     }
@@ -1577,7 +1584,7 @@ VxDbEntity* Reader::makeKnownEntity(const Record& record, const std::vector<size
     mNamedRecords.clear();
     const std::string& type = record.type;
     const VxRxClass* cls = describedClass(type);
-    if (cls && type == "INSERT") {
+    if (cls && type == "INSERT"sv) {
         // A grid of insertions says so by its subclass or its counts.
         for (size_t i : body) {
             const int code = record.code(i);
@@ -1601,12 +1608,19 @@ VxDbEntity* Reader::makeKnownEntity(const Record& record, const std::vector<size
         keepOpaque = true;
         return nullptr;
     }
+    // What a class is, asked once a run of records of one class rather than for each.
+    if (cls != mLastMadeClass) {
+        mLastMadeClass = cls;
+        mLastMadeKind = vxdbKindOf(cls);
+        mLastMadeAttribute =
+            cls->isDerivedFrom(VxDbAttributeDefinition::desc()) || cls->isDerivedFrom(VxDbAttribute::desc());
+    }
     std::unique_ptr<VxDbEntity> made(VxDbEntity::cast(cls->create()));
     std::vector<FieldGroup> embedded;
-    if (vxdbAttributeTextOf(made.get()))
+    if (mLastMadeAttribute)
         embedded = takeEmbeddedMText(groups);
-    if (!made || !readFields(*made, *vxdbKindOf(cls), groups, mUtf8, &mNamedRecords) ||
-        (subRecords && !readSubRecords(*made, *vxdbKindOf(cls), *subRecords))) {
+    if (!made || !readFields(*made, *mLastMadeKind, groups, mUtf8, &mNamedRecords) ||
+        (subRecords && !readSubRecords(*made, *mLastMadeKind, *subRecords))) {
         keepOpaque = true;  // something this kind does not hold, or refuses
         return nullptr;
     }
@@ -1664,12 +1678,12 @@ void Reader::parseEntity(Record& record, uint32_t block, std::vector<Record>* su
     // writers put those after the kind's subclass marker.
     // A block reference the host models takes its attributes as entities of their own.
     // A polyline the host models owns its vertices as its own data.
-    bool modelledFollowers = subRecords != nullptr && (record.type == "INSERT" || record.type == "POLYLINE");
-    const bool ownedFollowers = subRecords != nullptr && record.type == "POLYLINE";
+    bool modelledFollowers = subRecords != nullptr && (record.type == "INSERT"sv || record.type == "POLYLINE"sv);
+    const bool ownedFollowers = subRecords != nullptr && record.type == "POLYLINE"sv;
     if (subRecords) {
         const char* follower = ownedFollowers ? "VERTEX" : "ATTRIB";
         for (const Record& sub : *subRecords)
-            modelledFollowers = modelledFollowers && (sub.type == follower || sub.type == "SEQEND");
+            modelledFollowers = modelledFollowers && (sub.type == follower || sub.type == "SEQEND"sv);
     }
     const bool knownKind =
         (subRecords == nullptr || modelledFollowers) && describedClass(record.type) != nullptr;
@@ -1717,7 +1731,7 @@ void Reader::parseEntity(Record& record, uint32_t block, std::vector<Record>* su
     std::vector<uint64_t> frozenLayers;
     uint64_t clipEntity = 0;
     VxDbEntity* entity = nullptr;
-    if (!keepOpaque && record.type == "VIEWPORT") {
+    if (!keepOpaque && record.type == "VIEWPORT"sv) {
         std::vector<size_t> fields;
         for (size_t i : own) {
             if (record.code(i) == 331)
@@ -1783,25 +1797,36 @@ void Reader::parseEntity(Record& record, uint32_t block, std::vector<Record>* su
     pending.block = block;
     pending.layer = internLayer(layer == SIZE_MAX ? std::string_view("0") : record.value(layer));
     pending.linetype = internLinetype(linetype == SIZE_MAX ? std::string_view("ByLayer") : record.value(linetype));
+    // Gathered and set at once: one shared record for all of them. A value the host refuses
+    // leaves that property at its default.
+    detail::EntityStyle common = entity->commonProperties();
+    common.color = VxCmEntityColor().color();
     if (color != SIZE_MAX || trueColor != SIZE_MAX) {
         const int64_t index = color != SIZE_MAX ? record.integer(color) : 256;
-        entity->setColor(colorFrom(index, trueColor != SIZE_MAX ? record.integer(trueColor) : 0, trueColor != SIZE_MAX));
-    } else {
-        entity->setColorIndex(256);
+        const VxCmColor value =
+            colorFrom(index, trueColor != SIZE_MAX ? record.integer(trueColor) : 0, trueColor != SIZE_MAX);
+        if (VxCmEntityColor check; check.setColor(value.color()) == Velt::eOk)
+            common.color = value.color();
     }
-    if (weight != SIZE_MAX && entity->setLineWeight(VxDb::LineWeight(record.integer(weight))) != Velt::eOk)
-        entity->setLineWeight(VxDb::kLnWtByLayer);
-    else if (weight == SIZE_MAX)
-        entity->setLineWeight(VxDb::kLnWtByLayer);
-    if (scale != SIZE_MAX)
-        entity->setLinetypeScale(record.real(scale));
+    common.lineWeight = int16_t(VxDb::kLnWtByLayer);
+    if (weight != SIZE_MAX) {
+        const int64_t value = record.integer(weight);
+        if (value >= INT16_MIN && value <= INT16_MAX && VxDb::isValidLineWeight(int(value)))
+            common.lineWeight = int16_t(value);
+    }
+    if (scale != SIZE_MAX) {
+        const double value = record.real(scale);
+        if (std::isfinite(value) && value > 0.0)
+            common.linetypeScale = value;
+    }
     if (invisible != SIZE_MAX)
-        entity->setVisibility(record.integer(invisible) != 0 ? VxDb::kInvisible : VxDb::kVisible);
+        common.visibility = uint8_t(record.integer(invisible) != 0 ? VxDb::kInvisible : VxDb::kVisible);
     if (alpha != SIZE_MAX) {
         VxCmTransparency transparency;
         if (transparency.serializeIn(uint32_t(record.integer(alpha))) == Velt::eOk)
-            entity->setTransparency(transparency);
+            common.transparency = transparency.serializeOut();
     }
+    entity->setCommonProperties(common);
     applyXData(entity, xdata);
     pending.object.reset(entity);
     const uint32_t index = uint32_t(mEntities.size());
@@ -1849,7 +1874,7 @@ void Reader::parseEntity(Record& record, uint32_t block, std::vector<Record>* su
             }
         });
     }
-    if (VxDbViewport::cast(entity) && (!frozenLayers.empty() || clipEntity)) {
+    if ((!frozenLayers.empty() || clipEntity) && VxDbViewport::cast(entity)) {
         mLinks.push_back([this, index, frozenLayers = std::move(frozenLayers), clipEntity] {
             auto* viewport = VxDbViewport::cast(mEntities[index].live);
             if (!viewport)
@@ -1908,7 +1933,7 @@ void Reader::parseObject(Record& record)
     VxDbObject* object = nullptr;
     auto linkTo = [this](std::function<void()> work) { mLinks.push_back(std::move(work)); };
 
-    if (type == "DICTIONARY" || type == "ACDBDICTIONARYWDFLT") {
+    if (type == "DICTIONARY"sv || type == "ACDBDICTIONARYWDFLT"sv) {
         auto* dictionary = new VxDbDictionary();
         object = dictionary;
         DictionaryEntries entries;
@@ -1937,7 +1962,7 @@ void Reader::parseObject(Record& record)
         if (mRootDictionary == kNone && head.owner == 0)
             mRootDictionary = index;
         mDictionaries.push_back(std::move(entries));
-    } else if (type == "XRECORD") {
+    } else if (type == "XRECORD"sv) {
         auto* xrecord = new VxDbXrecord();
         object = xrecord;
         // The data: everything after the subclass marker and the cloning flag.
@@ -2043,7 +2068,7 @@ void Reader::parseObject(Record& record)
                     warn("extended record data that the host refuses was left out");
             });
         }
-    } else if (type == "GROUP") {
+    } else if (type == "GROUP"sv) {
         auto* group = new VxDbGroup();
         object = group;
         std::vector<uint64_t> members;
@@ -2064,7 +2089,7 @@ void Reader::parseObject(Record& record)
                 }
             });
         }
-    } else if (type == "SORTENTSTABLE") {
+    } else if (type == "SORTENTSTABLE"sv) {
         auto* sorting = new VxDbSortentsTable();
         object = sorting;
         uint64_t block = 0, entity = 0;
@@ -2095,8 +2120,8 @@ void Reader::parseObject(Record& record)
                     warn("a draw order entry of no entity was left out");
             }
         });
-    } else if (type == "LAYOUT" || type == "PLOTSETTINGS") {
-        VxDbPlotSettings* settings = type == "LAYOUT" ? new VxDbLayout() : new VxDbPlotSettings();
+    } else if (type == "LAYOUT"sv || type == "PLOTSETTINGS"sv) {
+        VxDbPlotSettings* settings = type == "LAYOUT"sv ? new VxDbLayout() : new VxDbPlotSettings();
         object = settings;
         VxDbPlotSettings::Data data = settings->data();
         data.device.clear();
@@ -2213,9 +2238,9 @@ void Reader::parseObject(Record& record)
                 });
             }
         }
-    } else if (type == "ACDBPLACEHOLDER") {
+    } else if (type == "ACDBPLACEHOLDER"sv) {
         object = new VxDbPlaceHolder();
-    } else if (type == "MLINESTYLE") {
+    } else if (type == "MLINESTYLE"sv) {
         auto* style = new VxDbMlineStyle();
         object = style;
         struct Element {
@@ -2255,9 +2280,9 @@ void Reader::parseObject(Record& record)
                 }
             });
         }
-    } else if (type == "MATERIAL" || type == "TABLESTYLE" || type == "MLEADERSTYLE") {
-        VxDbNamedObject* named = type == "MATERIAL"     ? static_cast<VxDbNamedObject*>(new VxDbMaterial())
-                                 : type == "TABLESTYLE" ? static_cast<VxDbNamedObject*>(new VxDbTableStyle())
+    } else if (type == "MATERIAL"sv || type == "TABLESTYLE"sv || type == "MLEADERSTYLE"sv) {
+        VxDbNamedObject* named = type == "MATERIAL"sv     ? static_cast<VxDbNamedObject*>(new VxDbMaterial())
+                                 : type == "TABLESTYLE"sv ? static_cast<VxDbNamedObject*>(new VxDbTableStyle())
                                                         : static_cast<VxDbNamedObject*>(new VxDbMLeaderStyle());
         object = named;
         // Name and description as the host has them; the rest is kept.
@@ -2271,10 +2296,10 @@ void Reader::parseObject(Record& record)
             }
             if (!inOwn)
                 continue;
-            if (type == "MATERIAL" && code == 1)
+            if (type == "MATERIAL"sv && code == 1)
                 named->setName(text(record.value(i)).c_str());
-            else if ((type == "MATERIAL" && code == 2) || (type == "TABLESTYLE" && code == 3) ||
-                     (type == "MLEADERSTYLE" && code == 3))
+            else if ((type == "MATERIAL"sv && code == 2) || (type == "TABLESTYLE"sv && code == 3) ||
+                     (type == "MLEADERSTYLE"sv && code == 3))
                 named->setDescription(text(record.value(i)).c_str());
             kept.push_back(i);
         }
@@ -2443,10 +2468,17 @@ bool Reader::placeEntity(uint32_t index)
     }
     e.live = e.object.release();
     noteHandle(e);
-    if (auto* opaque = VxDbDxfOpaqueEntity::cast(e.live))
-        reserveSubRecordHandles(opaque);
+    // What is asked of the class, once a run of entities of one class.
+    const VxRxClass* cls = e.live->isA();
+    if (cls != mPlacedClass) {
+        mPlacedClass = cls;
+        mPlacedOpaque = cls->isDerivedFrom(VxDbDxfOpaqueEntity::desc());
+        mPlacedReference = cls->isDerivedFrom(VxDbBlockReference::desc());
+    }
+    if (mPlacedOpaque)
+        reserveSubRecordHandles(static_cast<VxDbDxfOpaqueEntity*>(e.live));
     // A reference's attributes come right after it.
-    if (auto* insert = VxDbBlockReference::cast(e.live)) {
+    if (auto* insert = mPlacedReference ? static_cast<VxDbBlockReference*>(e.live) : nullptr) {
         for (uint32_t a : e.attributes) {
             PendingEntity& attribute = mEntities[a];
             if (!attribute.object)
@@ -2486,13 +2518,21 @@ void Reader::prepareForPlacing(PendingEntity& e)
                                                                         : mRecords[mTables[kLayer].records[0]].id;
         }
     }
+    VxDbObjectId linetype;
+    if (e.linetype != kNone && mLinetypeNames[e.linetype].record != kNone)
+        linetype = mRecords[mLinetypeNames[e.linetype].record].id;
+    // Both at once, one shared record; when one is refused, each on its own as far as it goes.
+    detail::EntityStyle common = entity->commonProperties();
+    if (!layer.isNull())
+        common.layer = layer;
+    if (!linetype.isNull())
+        common.linetype = linetype;
+    if (entity->setCommonProperties(common, true) == Velt::eOk)
+        return;
     if (!layer.isNull())
         entity->setLayer(layer, false, true);
-    if (e.linetype != kNone && mLinetypeNames[e.linetype].record != kNone) {
-        const VxDbObjectId linetype = mRecords[mLinetypeNames[e.linetype].record].id;
-        if (!linetype.isNull())
-            entity->setLinetype(linetype);
-    }
+    if (!linetype.isNull())
+        entity->setLinetype(linetype);
 }
 
 // The records that follow a kept entity keep their handles as placeholders.

@@ -86,6 +86,7 @@ private:
         bool arcText = false;
         bool insert = false;
         bool viewport = false;
+        bool attributeText = false;
         const VxDbKind* kind = nullptr;
         const std::string* dxfName = nullptr;
     };
@@ -122,6 +123,8 @@ private:
     std::string mText;
     std::unordered_map<uint64_t, std::string> mNames;  // encoded record names by id
     uint64_t mLastNameId = 0;
+    VxDbObjectId mLastOwner;
+    uint64_t mLastOwnerHandle = 0;
     const std::string* mLastName = nullptr;
     std::unordered_map<const VxRxClass*, std::string> mDxfNames;
     std::unordered_map<const VxRxClass*, ClassInfo> mClassInfos;
@@ -200,6 +203,8 @@ const Writer::ClassInfo& Writer::classInfo(const VxRxClass* cls)
         info.arcText = cls->isDerivedFrom(VxDbArcAlignedText::desc());
         info.insert = cls->isDerivedFrom(VxDbBlockReference::desc());
         info.viewport = cls->isDerivedFrom(VxDbViewport::desc());
+        info.attributeText =
+            cls->isDerivedFrom(VxDbAttributeDefinition::desc()) || cls->isDerivedFrom(VxDbAttribute::desc());
         info.kind = vxdbKindOf(cls);
         info.dxfName = &dxfNameOf(cls);
     }
@@ -238,7 +243,12 @@ void Writer::head(std::string_view type, VxDbObject* object, VxDbObjectId owner,
         handleOf(360, xdict);
         mOut.text(102, "}");
     }
-    handleOf(330, owner);
+    // Records of one owner come in long runs (a space's entities): its handle looked up once.
+    if (owner != mLastOwner || owner.isNull()) {
+        mLastOwner = owner;
+        mLastOwnerHandle = handleValue(owner);
+    }
+    mOut.handle(330, mLastOwnerHandle);
 }
 
 void Writer::xdataChain(const VxResBuf* rb)
@@ -814,42 +824,48 @@ void Writer::entities()
 
 void Writer::entityCommon(VxDbEntity* entity, bool paperSpace)
 {
+    // The shared record read once, not a look-up a property.
+    const detail::EntityStyle& common = entity->commonProperties();
     mOut.text(100, "AcDbEntity");
     if (paperSpace)
         mOut.integer(67, 1);
-    const std::string& layer = nameOf(entity->layerId());
+    const std::string& layer = nameOf(common.layer);
     mOut.text(8, layer.empty() ? std::string_view("0") : std::string_view(layer));
-    const VxDbObjectId linetype = entity->linetypeId();
-    if (linetype != mByLayerLinetype && handleValue(linetype)) {
-        const std::string& name = nameOf(linetype);
+    if (common.linetype != mByLayerLinetype && handleValue(common.linetype)) {
+        const std::string& name = nameOf(common.linetype);
         if (!name.empty())
             mOut.text(6, name);
     }
-    if (entity->materialId() != mByLayerMaterial && handleValue(entity->materialId()))
-        handleOf(347, entity->materialId());
-    const VxCmEntityColor color = entity->entityColor();
+    if (common.material != mByLayerMaterial && handleValue(common.material))
+        handleOf(347, common.material);
+    const VxCmEntityColor color(common.color);
     if (!color.isByLayer()) {
         mOut.integer(62, color.colorIndex());
         if (color.isByColor() && mVersion >= VxDbDxfVersion::kR2004)
             mOut.integer(420, (int32_t(color.red()) << 16) | (int32_t(color.green()) << 8) | color.blue());
     }
-    if (entity->lineWeight() != VxDb::kLnWtByLayer)
-        mOut.integer(370, entity->lineWeight());
-    if (entity->linetypeScale() != 1.0)
-        mOut.real(48, entity->linetypeScale());
-    if (entity->visibility() == VxDb::kInvisible)
+    if (common.lineWeight != VxDb::kLnWtByLayer)
+        mOut.integer(370, common.lineWeight);
+    if (common.linetypeScale != 1.0)
+        mOut.real(48, common.linetypeScale);
+    if (common.visibility == VxDb::kInvisible)
         mOut.integer(60, 1);
-    if (!entity->transparency().isByLayer() && mVersion >= VxDbDxfVersion::kR2004)
-        mOut.integer(440, entity->transparency().serializeOut());
-    VxDbObjectId plotStyle;
-    if (entity->getPlotStyleNameId(plotStyle) == VxDb::kPlotStyleNameById && handleValue(plotStyle))
-        handleOf(390, plotStyle);
+    if (common.transparency != detail::EntityStyle().transparency && mVersion >= VxDbDxfVersion::kR2004) {
+        VxCmTransparency transparency;
+        transparency.serializeIn(common.transparency);
+        if (!transparency.isByLayer())
+            mOut.integer(440, transparency.serializeOut());
+    }
+    if (common.plotStyleType == VxDb::kPlotStyleNameById && handleValue(common.plotStyle))
+        handleOf(390, common.plotStyle);
 }
 
 // A multiline attribute ends its own subclass with its type (2 a reference, 4 a definition)
 // and carries its multiline text as an embedded object, in files of 2018 and later.
 void Writer::embeddedMText(VxDbEntity* entity)
 {
+    if (!classInfo(entity->isA()).attributeText)
+        return;
     const VxDbAttributeText* attribute = vxdbAttributeTextOf(entity);
     if (!attribute || !attribute->mtext() || mVersion < VxDbDxfVersion::kR2018)
         return;

@@ -117,6 +117,8 @@ namespace {
 
 std::string_view trim(std::string_view text)
 {
+    if (!text.empty() && uint8_t(text.front()) > ' ' && uint8_t(text.back()) > ' ')
+        return text;  // most values: nothing to take off
     size_t begin = 0;
     size_t end = text.size();
     while (begin < end && (text[begin] == ' ' || text[begin] == '\t'))
@@ -290,31 +292,38 @@ bool GroupReader::readLine(std::string_view& line)
 
 bool GroupReader::nextAscii()
 {
-    std::string_view codeLine;
-    if (!readLine(codeLine))
+    const size_t size = mData.size();
+    if (mPos >= size)
         return false;
+    ++mLine;
     mGroupPosition = mLine;
-    // The code: digits between blanks, read here rather than through a general
-    // parser since every second line of a file is one.
-    const char* c = codeLine.data();
-    const char* end = c + codeLine.size();
-    while (c != end && (*c == ' ' || *c == '\t'))
+    // The code: digits between blanks, read here in one walk over its line (every second
+    // line of a file is one) rather than found first and parsed after.
+    const char* c = mData.data() + mPos;
+    const char* const stop = mData.data() + size;
+    while (c != stop && (*c == ' ' || *c == '\t'))
         ++c;
-    while (end != c && (end[-1] == ' ' || end[-1] == '\t' || end[-1] == '\r'))
-        --end;
-    // A last line of blanks is no group.
-    if (c == end && mPos >= mData.size())
-        return false;
+    const char* const digits = c;
     int code = 0;
-    if (c == end)
-        return fail(Velt::eInvalidDxfCode, "not a group code");
-    for (; c != end; ++c) {
+    for (; c != stop; ++c) {
         const unsigned digit = unsigned(*c) - unsigned('0');
         if (digit > 9)
-            return fail(Velt::eInvalidDxfCode, "not a group code");
+            break;
         code = code * 10 + int(digit);
         if (code > kMaxGroupCode)
             return fail(Velt::eInvalidDxfCode, "not a group code");
+    }
+    const bool none = c == digits;
+    while (c != stop && (*c == ' ' || *c == '\t' || *c == '\r'))
+        ++c;
+    if (c != stop && *c != '\n')
+        return fail(Velt::eInvalidDxfCode, "not a group code");
+    mPos = size_t(c - mData.data()) + (c != stop ? 1 : 0);
+    if (none) {
+        // A last line of blanks is no group.
+        if (mPos >= size)
+            return false;
+        return fail(Velt::eInvalidDxfCode, "not a group code");
     }
     if (!readLine(mValue))
         return fail(Velt::eEndOfFile, "the file ends inside a group");
@@ -566,6 +575,80 @@ void GroupWriter::text(int code, std::string_view value)
     maybeFlush();
 }
 
+namespace {
+
+constexpr double kExactPowersOfTen[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9};
+}  // namespace
+
+// Values with a few decimals ("10.25", "-3", "0.001"), most of a drawing's: their shortest
+// digits, found by scaling with an exact power of ten, printed as the general routine prints
+// them. Null for any other value (that routine's work).
+//
+// Scaled by the largest 10^k (k <= 9) that keeps it below 2^50, a value within half a unit of
+// its last place of some d / 10^j (j <= k) is within a quarter of the integer d * 10^(k - j),
+// and no other integer is that near: so the value has such a short form exactly when the
+// nearest integer m gives back the value on division (exact, then rounded, as reading the
+// text is), and m without its trailing zeros is its shortest.
+char* writeShortDecimal(char* at, double value)
+{
+    if (value == 0.0 && !std::signbit(value)) {
+        *at = '0';
+        return at + 1;
+    }
+    const double magnitude = std::fabs(value);
+    if (!(magnitude >= 1e-5 && magnitude < 1e14))
+        return nullptr;
+    constexpr double kLimit = 1125899906842624.0;  // 2^50
+    int k = int(std::size(kExactPowersOfTen)) - 1;
+    double scaled = magnitude * kExactPowersOfTen[k];
+    while (scaled >= kLimit) {
+        if (k == 0)
+            return nullptr;
+        scaled = magnitude * kExactPowersOfTen[--k];
+    }
+    const double rounded = double(uint64_t(scaled + 0.5));
+    // Anything farther from an integer than a few units of its last place needs no division.
+    const double gap = scaled - rounded;
+    if (gap > scaled * 0x1p-50 || -gap > scaled * 0x1p-50 || rounded / kExactPowersOfTen[k] != magnitude)
+        return nullptr;
+    char digits[24];
+    int length = int(std::to_chars(digits, digits + sizeof(digits), uint64_t(rounded)).ptr - digits);
+    while (k > 0 && digits[length - 1] == '0') {
+        --length;
+        --k;
+    }
+    // Significant digits and the exponent of the first, for the choice of notation: the
+    // general routine writes the shorter of fixed and scientific, fixed when equal.
+    int significant = length;
+    while (k == 0 && significant > 1 && digits[significant - 1] == '0')
+        --significant;
+    const int exponent = length - 1 - k;
+    const int fixedLength = exponent >= 0 ? exponent + 1 + (k > 0 ? k + 1 : 0) : 1 - exponent + significant;
+    const int absExponent = exponent < 0 ? -exponent : exponent;
+    const int scientificLength = significant + (significant > 1 ? 1 : 0) + 2 + (absExponent >= 100 ? 3 : 2);
+    if (fixedLength > scientificLength)
+        return nullptr;
+    if (value < 0)
+        *at++ = '-';
+    if (k == 0) {
+        std::memcpy(at, digits, size_t(length));
+        return at + length;
+    }
+    if (length <= k) {
+        *at++ = '0';
+        *at++ = '.';
+        std::memset(at, '0', size_t(k - length));
+        at += k - length;
+        std::memcpy(at, digits, size_t(length));
+        return at + length;
+    }
+    std::memcpy(at, digits, size_t(length - k));
+    at += length - k;
+    *at++ = '.';
+    std::memcpy(at, digits + length - k, size_t(k));
+    return at + k;
+}
+
 void GroupWriter::real(int code, double value)
 {
     if (!std::isfinite(value))
@@ -576,16 +659,18 @@ void GroupWriter::real(int code, double value)
     constexpr size_t kMaxReal = 32;
     char* const begin = room(kMaxCodeLine + kMaxReal + 3);
     char* at = writeCode(begin, code);
-    std::to_chars_result result;
-    if (mPrecision <= 0)
-        result = std::to_chars(at, at + kMaxReal, value);
-    else
-        result = std::to_chars(at, at + kMaxReal, value, std::chars_format::general, mPrecision);
+    char* written = mPrecision <= 0 ? writeShortDecimal(at, value) : nullptr;
+    if (!written) {
+        if (mPrecision <= 0)
+            written = std::to_chars(at, at + kMaxReal, value).ptr;
+        else
+            written = std::to_chars(at, at + kMaxReal, value, std::chars_format::general, mPrecision).ptr;
+    }
     // Integral values keep a decimal point, so that they read as reals.
     bool plain = true;
-    for (const char* c = at; c != result.ptr && plain; ++c)
+    for (const char* c = at; c != written && plain; ++c)
         plain = *c != '.' && *c != 'e' && *c != 'E';
-    at = result.ptr;
+    at = written;
     if (plain) {
         *at++ = '.';
         *at++ = '0';

@@ -86,6 +86,10 @@ private:
     std::string mMessage;
 };
 
+// Writes a real of a few decimals in its shortest form, as std::to_chars does, and answers
+// the end; null, writing nothing, for any other value. Up to 24 characters.
+char* writeShortDecimal(char* at, double value);
+
 // Parses a number the way the reader does (blanks around it allowed).
 bool parseDouble(std::string_view text, double& out);
 bool parseInt(std::string_view text, int64_t& out);

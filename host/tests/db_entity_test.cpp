@@ -231,6 +231,98 @@ TEST(DbEntity, CommonPropertiesAndDatabaseDefaults)
     EXPECT_EQ(loose.highlight(), Velt::eNotInDatabase);
 }
 
+// All common properties in one step: each value is checked as its own setter checks it, one
+// refusal changes nothing at all, and material and plot style are not the step's to change.
+TEST(DbEntity, CommonPropertiesSetAtOnce)
+{
+    VxDbDatabase db;
+    VxDbObjectId walls, secret;
+    {
+        VxDbObjectPointer<VxDbLayerTable> table(db.layerTableId(), VxDb::kForWrite);
+        for (auto [name, id] : {std::pair{L"Walls", &walls}, std::pair{L"Secret", &secret}}) {
+            auto* layer = new VxDbLayerTableRecord();
+            layer->setName(name);
+            table->add(*id, layer);
+            if (id == &secret)
+                layer->setIsHidden(true);
+            layer->close();
+        }
+    }
+    db.loadLineTypeFile(L"HIDDEN", L"tarsk.lin");
+    const VxDbObjectId hidden = db.linetypeId(L"HIDDEN");
+    ASSERT_FALSE(hidden.isNull());
+
+    auto* line = new VxDbLine({0, 0, 0}, {1, 0, 0});
+    ASSERT_EQ(line->setDatabaseDefaults(&db), Velt::eOk);
+    const VxDbObjectId id = append(db, line);
+    VxDbObjectPointer<VxDbLine> open(id, VxDb::kForWrite);
+    ASSERT_EQ(open->setMaterial(L"Global"), Velt::eOk);
+    ASSERT_EQ(open->setPlotStyleName(L"BYBLOCK"), Velt::eOk);
+    VxCmColor booked;
+    booked.setRGB(200, 100, 50);
+    booked.setNames(L"Terracotta", L"Tarsk Colours");
+    ASSERT_EQ(open->setColor(booked), Velt::eOk);
+
+    detail::EntityStyle values = open->commonProperties();
+    values.layer = walls;
+    values.linetype = hidden;
+    values.color = VxCmColor::fromIndex(3).color();
+    values.lineWeight = int16_t(VxDb::kLnWt050);
+    values.linetypeScale = 2.5;
+    values.visibility = uint8_t(VxDb::kInvisible);
+    values.transparency = VxCmTransparency(40).serializeOut();
+    values.material = VxDbObjectId();  // not the step's: kept
+    values.plotStyleType = uint8_t(VxDb::kPlotStyleNameByLayer);
+    ASSERT_EQ(open->setCommonProperties(values), Velt::eOk);
+    EXPECT_EQ(open->layer(), L"Walls");
+    EXPECT_EQ(open->linetype(), L"HIDDEN");
+    EXPECT_EQ(open->colorIndex(), 3);
+    EXPECT_TRUE(open->color().colorName().empty());  // the names went with their colour
+    EXPECT_EQ(open->lineWeight(), VxDb::kLnWt050);
+    EXPECT_EQ(open->linetypeScale(), 2.5);
+    EXPECT_EQ(open->visibility(), VxDb::kInvisible);
+    EXPECT_EQ(open->transparency().alpha(), 40);
+    EXPECT_EQ(open->material(), L"Global");
+    EXPECT_EQ(open->plotStyleName(), L"ByBlock");
+
+    // Each refusal leaves every property as it was.
+    const detail::EntityStyle before = open->commonProperties();
+    struct Refusal {
+        const char* name;
+        void (*spoil)(detail::EntityStyle&, VxDbObjectId);
+        Velt::ErrorStatus status;
+    };
+    const Refusal refusals[] = {
+        {"weight", [](detail::EntityStyle& v, VxDbObjectId) { v.lineWeight = 7; }, Velt::eInvalidInput},
+        {"scale", [](detail::EntityStyle& v, VxDbObjectId) { v.linetypeScale = 0.0; }, Velt::eInvalidInput},
+        {"infinite scale", [](detail::EntityStyle& v, VxDbObjectId) { v.linetypeScale = INFINITY; },
+         Velt::eInvalidInput},
+        {"visibility", [](detail::EntityStyle& v, VxDbObjectId) { v.visibility = 9; }, Velt::eInvalidInput},
+        {"colour method", [](detail::EntityStyle& v, VxDbObjectId) { v.color = 0x07000001u; }, Velt::eInvalidInput},
+        {"colour index", [](detail::EntityStyle& v, VxDbObjectId) { v.color = VxCmColor::fromIndex(3).color() + 300; },
+         Velt::eOutOfRange},
+        {"transparency method", [](detail::EntityStyle& v, VxDbObjectId) { v.transparency = 0x09000000u; },
+         Velt::eInvalidInput},
+        {"a linetype as layer", [](detail::EntityStyle& v, VxDbObjectId other) { v.layer = other; },
+         Velt::eWrongObjectType},
+        {"a layer as linetype", [](detail::EntityStyle& v, VxDbObjectId other) { v.linetype = other; },
+         Velt::eWrongObjectType},
+    };
+    for (const Refusal& r : refusals) {
+        SCOPED_TRACE(r.name);
+        detail::EntityStyle spoiled = before;
+        r.spoil(spoiled, std::string_view(r.name) == "a linetype as layer" ? hidden : walls);
+        EXPECT_EQ(open->setCommonProperties(spoiled), r.status);
+        EXPECT_TRUE(open->commonProperties() == before);
+    }
+    values = before;
+    values.layer = secret;
+    EXPECT_EQ(open->setCommonProperties(values), Velt::eInvalidInput);
+    EXPECT_EQ(open->layer(), L"Walls");
+    EXPECT_EQ(open->setCommonProperties(values, true), Velt::eOk);
+    EXPECT_EQ(open->layer(), L"Secret");
+}
+
 TEST(DbEntity, LineGeometry)
 {
     VxDbLine line({1, 0, 0}, {2, 0, 0});

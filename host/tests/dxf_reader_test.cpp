@@ -566,3 +566,87 @@ TEST(DxfReader, PolylinesOfOldFiles)
     ASSERT_NE(read, nullptr);
     EXPECT_EQ(read->controlPoints(), poly->controlPoints());
 }
+
+// Each entity's common properties are gathered from wherever its record puts them (some
+// writers put them after the kind's own marker, some repeat them) and set at once: nothing
+// carries over from the entity before, refused values leave their default, and entities
+// that agree share one record however many there are.
+TEST(DxfReader, CommonPropertiesAreEachEntitysOwn)
+{
+    const Groups odd = {{0, "LINE"}, {5, "30"}, {100, "AcDbEntity"}, {8, "Walls"}, {62, "2"},
+                        {100, "AcDbLine"}, {10, "1"}, {20, "2"}, {30, "0"}, {11, "4"}, {21, "6"}, {31, "0"},
+                        {62, "1"}, {370, "50"}, {48, "2.5"}, {60, "1"}, {440, "33554457"}, {6, "Continuous"},
+                        {10, "1.5"}};  // the last of a repeated group holds
+    const Groups refused = {{0, "LINE"}, {5, "31"}, {100, "AcDbEntity"}, {8, "Walls"}, {62, "300"},
+                            {370, "7"}, {48, "-1"}, {440, "117440512"}, {100, "AcDbLine"}, {10, "0"},
+                            {20, "0"}, {30, "0"}, {11, "1"}, {21, "1"}, {31, "0"}};
+    const Groups unknown = {{0, "LINE"}, {5, "32"}, {100, "AcDbEntity"}, {8, "0"}, {62, "3"}, {100, "AcDbLine"},
+                            {10, "0"}, {20, "0"}, {30, "0"}, {1, "not a line's"}, {11, "1"}, {21, "1"}, {31, "0"}};
+    const Groups extended = concat({line("33", 7), {{1001, "ACAD"}, {1000, "kept along"}}});
+    Groups body = concat({odd, line("34", 0), refused, unknown, extended});
+    for (int i = 0; i < 200; ++i) {
+        char handle[16];
+        std::snprintf(handle, sizeof handle, "%X", 0x100 + i);
+        body = concat({body, line(handle, i)});
+    }
+    const size_t recordsBefore = detail::entityStyleCount();
+    VxDbDxfReadInfo info;
+    std::unique_ptr<VxDbDatabase> db = fromDxf(entitiesFile(body), &info);
+    ASSERT_TRUE(db);
+    const std::vector<VxDbObjectId> ids = modelEntities(*db);
+    ASSERT_EQ(ids.size(), 205u);
+    // The two hundred plain lines and the others: a handful of records, not one an entity.
+    EXPECT_LE(detail::entityStyleCount(), recordsBefore + 6);
+    {
+        VxDbObjectPointer<VxDbLine> first(ids[0]);
+        ASSERT_EQ(first.openStatus(), Velt::eOk);
+        EXPECT_EQ(first->layer(), L"Walls");
+        EXPECT_EQ(first->colorIndex(), 1);
+        EXPECT_EQ(first->lineWeight(), VxDb::kLnWt050);
+        EXPECT_EQ(first->linetypeScale(), 2.5);
+        EXPECT_EQ(first->visibility(), VxDb::kInvisible);
+        EXPECT_EQ(first->transparency().alpha(), 25);
+        EXPECT_EQ(first->startPoint().x, 1.5);
+        EXPECT_EQ(first->endPoint().y, 6.0);
+
+        VxDbObjectPointer<VxDbLine> plain(ids[1]);
+        ASSERT_EQ(plain.openStatus(), Velt::eOk);
+        EXPECT_EQ(plain->layer(), L"0");
+        EXPECT_EQ(plain->colorIndex(), 256);
+        EXPECT_EQ(plain->lineWeight(), VxDb::kLnWtByLayer);
+        EXPECT_EQ(plain->linetypeScale(), 1.0);
+        EXPECT_EQ(plain->visibility(), VxDb::kVisible);
+        EXPECT_TRUE(plain->transparency().isByLayer());
+
+        VxDbObjectPointer<VxDbLine> spoiled(ids[2]);
+        ASSERT_EQ(spoiled.openStatus(), Velt::eOk);
+        EXPECT_EQ(spoiled->layer(), L"Walls");
+        EXPECT_EQ(spoiled->colorIndex(), 256);
+        EXPECT_EQ(spoiled->lineWeight(), VxDb::kLnWtByLayer);
+        EXPECT_EQ(spoiled->linetypeScale(), 1.0);
+        EXPECT_TRUE(spoiled->transparency().isByLayer());
+
+        // A group a line does not hold keeps the record as it is, its colour taken all the same.
+        VxDbObjectPointer<VxDbEntity> kept(ids[3]);
+        ASSERT_EQ(kept.openStatus(), Velt::eOk);
+        EXPECT_TRUE(VxDbDxfOpaqueEntity::cast(kept.get()));
+        EXPECT_EQ(kept->colorIndex(), 3);
+
+        VxDbObjectPointer<VxDbLine> last(ids.back());
+        ASSERT_EQ(last.openStatus(), Velt::eOk);
+        EXPECT_EQ(last->colorIndex(), 256);
+        EXPECT_EQ(last->startPoint().x, 199.0);
+    }
+    // Written again: the kept group and the extended data travel along, and the entities read
+    // and write the same once more.
+    auto entitiesOf = [](const std::string& text) {
+        const size_t begin = text.find("ENTITIES\n");
+        return text.substr(begin, text.find("ENDSEC\n", begin) - begin);
+    };
+    const std::string again = toDxf(*db);
+    EXPECT_NE(again.find("\n  1\nnot a line's\n"), std::string::npos);
+    EXPECT_NE(again.find("\n1000\nkept along\n"), std::string::npos);
+    std::unique_ptr<VxDbDatabase> reread = fromDxf(again);
+    ASSERT_TRUE(reread);
+    EXPECT_EQ(entitiesOf(toDxf(*reread)), entitiesOf(again));
+}

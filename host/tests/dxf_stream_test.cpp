@@ -261,6 +261,52 @@ TEST(DxfStream, DecimalsReadAsTheGeneralParserReadsThem)
     EXPECT_FALSE(parseDouble(".", v) || parseDouble("-", v) || parseDouble("1..2", v) || parseDouble("1.2.3", v));
 }
 
+// Reals of a few decimals take a quicker way out than others: whatever it writes must be
+// what the general routine writes, byte for byte, and what it declines that routine gets.
+TEST(DxfStream, ShortDecimalsWriteAsTheGeneralRoutineWritesThem)
+{
+    std::mt19937_64 random(15);
+    auto same = [](double value) {
+        char ours[40] = {}, general[40] = {};
+        char* end = writeShortDecimal(ours, value);
+        if (!end)
+            return true;  // declined: the general routine writes it
+        const char* generalEnd = std::to_chars(general, general + sizeof(general), value).ptr;
+        return std::string_view(ours, size_t(end - ours)) == std::string_view(general, size_t(generalEnd - general));
+    };
+    size_t taken = 0;
+    for (int i = 0; i < 200000; ++i) {
+        // Decimals as text (most short), sums and products as a drawing makes them, any bits.
+        std::string text = random() % 2 ? "-" : "";
+        const int digits = 1 + int(random() % 16);
+        for (int d = 0; d < digits; ++d)
+            text += char('0' + random() % 10);
+        text.insert(text.size() - size_t(random() % digits), ".");
+        double decimal = 0.0;
+        std::from_chars(text.data(), text.data() + text.size(), decimal);
+        const double made = double(random() % 100000) * 0.001 + double(random() % 1000) * 0.25;
+        uint64_t bits = random();
+        double any = 0.0;
+        std::memcpy(&any, &bits, sizeof any);
+        for (double value : {decimal, made, any, decimal * 1e-6, std::nextafter(decimal, 0.0)}) {
+            ASSERT_TRUE(same(value)) << text << " " << value;
+            char scratch[40];
+            taken += writeShortDecimal(scratch, value) != nullptr;
+        }
+    }
+    EXPECT_GT(taken, 200000u);  // the quick way is taken for most of them
+    // Where the notation changes, and at the ends of the range.
+    for (double value : {0.001, 0.0001, 0.00015, 1e-5, 123000.0, 1e6, 1234567.0, 1e13, 99999999999999.0, 1e14, 0.5,
+                         -2.0, 1125899906842623.0, 0.1 + 0.2, 5e-324, 1.7976931348623157e308}) {
+        EXPECT_TRUE(same(value)) << value;
+        EXPECT_TRUE(same(-value)) << -value;
+    }
+    char out[40];
+    char* end = writeShortDecimal(out, -10.25);
+    ASSERT_TRUE(end);
+    EXPECT_EQ(std::string_view(out, size_t(end - out)), "-10.25");
+}
+
 TEST(DxfStream, WriterFormatsCodesRealsAndHandles)
 {
     GroupWriter exact(0);
