@@ -535,8 +535,15 @@ TEST_F(DeclaredProperties, EveryPropertyIsSetReadAndRefusedThroughTheInterfaces)
             for (size_t part = 0; part < (corners ? n.size() / 3 : 1); ++part) {
                 std::string value;
                 const size_t from = corners ? part * 3 : 0, to = corners ? from + 3 : n.size();
-                for (size_t i = from; i < to; ++i) value += (value.empty() ? "" : ",") + number(n[i]);
-                attrs += (attrs.empty() ? "" : ";") + name + (corners ? std::to_string(part) : "") + "=" + value;
+                for (size_t i = from; i < to; ++i) {
+                    if (!value.empty()) value += ',';
+                    value += number(n[i]);
+                }
+                if (!attrs.empty()) attrs += ';';
+                attrs += name;
+                if (corners) attrs += std::to_string(part);
+                attrs += '=';
+                attrs += value;
             }
         }
         if (std::string(kind.dxfType) == "3DFACE") {  // the edges' flags
