@@ -136,6 +136,7 @@ private:
     // arc-aligned text), and whether any object may add records of its own.
     std::vector<const VxDbDxfClassInfo*> mDeclaredClasses;
     bool mAnyExtraRecords = false;
+    std::vector<size_t> mObjectSlots;  // of objects neither entities nor tables or records
     VxDbObjectId mModelSpace, mPaperSpace, mByLayerLinetype, mByLayerMaterial;
 };
 
@@ -417,6 +418,8 @@ void Writer::survey()
             mDeclaredClasses.push_back(info);
         if (kind.arcText && !object->isErased())
             mDeclaredClasses.push_back(nullptr);
+        if (!kind.entity && !kind.tableOrRecord)
+            mObjectSlots.push_back(slot);
     }
 }
 
@@ -990,14 +993,13 @@ void Writer::objects()
     const VxDbObjectId root = mDb->namedObjectsDictionaryId();
     if (VxDbObject* object = detail::objectOf(root))
         this->object(object);
-    for (size_t slot = 1; slot < mDb->objectSlotCount(); ++slot) {
+    // The survey's list: a drawing's objects are mostly entities, not walked again here.
+    for (size_t slot : mObjectSlots) {
         const VxDbObjectId id = mDb->objectIdAtSlot(slot);
         if (id == root)
             continue;
         VxDbObject* object = liveObject(id);
         if (!object)
-            continue;
-        if (const ClassInfo& info = classInfo(object->isA()); info.entity || info.tableOrRecord)
             continue;
         // Objects whose owner is gone go with it; objects nothing owns are
         // out of the drawing.
