@@ -634,8 +634,10 @@ char* shortDecimal(char* at, double value, bool* integral)
             return nullptr;
         scaled = magnitude * kExactPowersOfTen[--k];
     }
-    const uint64_t m = uint64_t(scaled + 0.5);
-    const double rounded = double(m);
+    // Below 2^50: signed conversions, one instruction each way.
+    const auto nearest = int64_t(scaled + 0.5);
+    const double rounded = double(nearest);
+    const auto m = uint64_t(nearest);
     // Anything farther from an integer than a few units of its last place needs no division.
     const double gap = scaled - rounded;
     if (gap > scaled * 0x1p-50 || -gap > scaled * 0x1p-50 || rounded / kExactPowersOfTen[k] != magnitude)
