@@ -72,6 +72,17 @@ const VxRxClass* describedClassOfDxfName(std::string_view type)
     return it == classes.end() ? nullptr : it->second;
 }
 
+namespace {
+
+// Whether a field's subclass marker is not the one last written; mostly the same literal, so
+// its address answers before its text is compared.
+bool differentMarker(const char* marker, const char* last)
+{
+    return marker != last && (!last || std::strcmp(marker, last) != 0);
+}
+
+}  // namespace
+
 void writeFields(GroupWriter& out, const VxDbObject& object, const VxDbKind& kind, VxDbDxfVersion version,
                  bool utf8File, const RecordNamer& namer, bool markers)
 {
@@ -86,7 +97,7 @@ void writeFields(GroupWriter& out, const VxDbObject& object, const VxDbKind& kin
             continue;  // kept in memory only, or not in files this old
         const char* marker = field->subclass ? field->subclass : kind.subclass();
         if (const auto before = kind.fileHooks().writeGroupsBefore; before && field->code != 0) {
-            if (markers && marker && (!subclass || std::strcmp(marker, subclass) != 0)) {
+            if (markers && marker && differentMarker(marker, subclass)) {
                 out.text(100, marker);
                 subclass = marker;
             }
@@ -107,7 +118,7 @@ void writeFields(GroupWriter& out, const VxDbObject& object, const VxDbKind& kin
             if (recordName.empty())
                 continue;
         }
-        if (markers && marker && (!subclass || std::strcmp(marker, subclass) != 0)) {
+        if (markers && marker && differentMarker(marker, subclass)) {
             out.text(100, marker);
             subclass = marker;
         }
@@ -149,7 +160,7 @@ void writeFields(GroupWriter& out, const VxDbObject& object, const VxDbKind& kin
     }
     if (const auto write = kind.fileHooks().writeGroups) {
         const char* own = kind.subclass();
-        if (markers && own && (!subclass || std::strcmp(own, subclass) != 0))
+        if (markers && own && differentMarker(own, subclass))
             out.text(100, own);
         write(object, out, version, utf8File);
     }

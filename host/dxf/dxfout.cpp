@@ -113,6 +113,7 @@ private:
     void object(VxDbObject* object);
 
     uint64_t countExtraHandles();
+    void survey();
 
     VxDbDatabase* mDb;
     GroupWriter mOut;
@@ -131,6 +132,11 @@ private:
     const VxRxClass* mLastClass = nullptr;
     const ClassInfo* mLastClassInfo = nullptr;
     std::vector<std::pair<std::wstring, uint64_t>> mExtraApps;  // application records the writer adds
+    // Found by survey(): classes kept records declare, in the order of the objects (null: an
+    // arc-aligned text), and whether any object may add records of its own.
+    std::vector<const VxDbDxfClassInfo*> mDeclaredClasses;
+    bool mAnyExtraRecords = false;
+    std::vector<size_t> mObjectSlots;  // of objects neither entities nor tables or records
     VxDbObjectId mModelSpace, mPaperSpace, mByLayerLinetype, mByLayerMaterial;
 };
 
@@ -392,6 +398,31 @@ void Writer::header()
     mOut.text(0, "ENDSEC");
 }
 
+// What the header and class sections need of the objects, in one walk of them all.
+void Writer::survey()
+{
+    for (size_t slot = 1; slot < mDb->objectSlotCount(); ++slot) {
+        VxDbObject* object = detail::objectOf(mDb->objectIdAtSlot(slot));
+        if (!object)
+            continue;
+        const ClassInfo& kind = classInfo(object->isA());
+        if (kind.insert || kind.opaque || (kind.kind && kind.kind->fileHooks().subObjects))
+            mAnyExtraRecords = true;
+        // Kept records of kinds that files declare, and described kinds whose records do.
+        const VxDbDxfClassInfo* info = nullptr;
+        if (kind.opaque)
+            info = &static_cast<VxDbDxfOpaqueEntity*>(object)->classInfo();
+        else if (kind.opaqueObject)
+            info = &static_cast<VxDbDxfOpaqueObject*>(object)->classInfo();
+        if (info && info->isSet() && !object->isErased())
+            mDeclaredClasses.push_back(info);
+        if (kind.arcText && !object->isErased())
+            mDeclaredClasses.push_back(nullptr);
+        if (!kind.entity && !kind.tableOrRecord)
+            mObjectSlots.push_back(slot);
+    }
+}
+
 // Handles the writer gives out beyond the database's: block begin and end
 // records, application records it adds, records of kept entities that have
 // no handle of their own.
@@ -406,6 +437,8 @@ uint64_t Writer::countExtraHandles()
         if (!block || id.isErased())
             continue;
         count += 2;
+        if (!mAnyExtraRecords)
+            continue;  // no entity adds any: their walk is not needed
         for (VxDbObjectId entityId : block->entityIds()) {
             VxDbObject* object = detail::objectOf(entityId);
             if (!object)
@@ -452,21 +485,10 @@ void Writer::classes()
     };
     for (const KnownClass& known : kKnownClasses)
         write(known.dxfName, known.cppName, known.appName, known.flags, false, false);
-    // Kept records of kinds that files declare.
-    for (size_t slot = 1; slot < mDb->objectSlotCount(); ++slot) {
-        VxDbObject* object = detail::objectOf(mDb->objectIdAtSlot(slot));
-        if (!object)
-            continue;
-        const ClassInfo& kind = classInfo(object->isA());
-        const VxDbDxfClassInfo* info = nullptr;
-        if (kind.opaque)
-            info = &static_cast<VxDbDxfOpaqueEntity*>(object)->classInfo();
-        else if (kind.opaqueObject)
-            info = &static_cast<VxDbDxfOpaqueObject*>(object)->classInfo();
-        if (info && info->isSet() && !object->isErased())
+    for (const VxDbDxfClassInfo* info : mDeclaredClasses) {
+        if (info)
             write(info->dxfName, info->cppName, info->appName, info->proxyFlags, info->wasProxy, info->isEntity);
-        // Described kinds whose records files declare as classes.
-        if (kind.arcText && !object->isErased())
+        else
             write("ARCALIGNEDTEXT", "AcDbArcAlignedText", "ArcAlignedText", 0, false, true);
     }
     mOut.text(0, "ENDSEC");
@@ -903,7 +925,7 @@ void Writer::entity(VxDbEntity* entity, VxDbObjectId owner, bool paperSpace)
     if (insert && !handleValue(insert->blockTableRecord()))
         return;  // an insertion of nothing cannot be written
     if (const VxDbKind* kind = info.kind; kind && *cls->dxfName()) {
-        head(info.dxfName->c_str(), entity, owner);
+        head(*info.dxfName, entity, owner);
         entityCommon(entity, paperSpace);
         writeFields(mOut, *entity, *kind, mVersion, mUtf8, [this](VxDbObjectId id) { return nameOf(id); });
         embeddedMText(entity);
@@ -971,14 +993,13 @@ void Writer::objects()
     const VxDbObjectId root = mDb->namedObjectsDictionaryId();
     if (VxDbObject* object = detail::objectOf(root))
         this->object(object);
-    for (size_t slot = 1; slot < mDb->objectSlotCount(); ++slot) {
+    // The survey's list: a drawing's objects are mostly entities, not walked again here.
+    for (size_t slot : mObjectSlots) {
         const VxDbObjectId id = mDb->objectIdAtSlot(slot);
         if (id == root)
             continue;
         VxDbObject* object = liveObject(id);
         if (!object)
-            continue;
-        if (const ClassInfo& info = classInfo(object->isA()); info.entity || info.tableOrRecord)
             continue;
         // Objects whose owner is gone go with it; objects nothing owns are
         // out of the drawing.
@@ -1216,6 +1237,7 @@ Velt::ErrorStatus Writer::run()
         mExtraApps[i].second = appBase + i;
     mNextHandle += mExtraApps.size();
 
+    survey();
     header();
     classes();
     tables();

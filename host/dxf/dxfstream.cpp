@@ -578,21 +578,49 @@ void GroupWriter::text(int code, std::string_view value)
 namespace {
 
 constexpr double kExactPowersOfTen[] = {1e0, 1e1, 1e2, 1e3, 1e4, 1e5, 1e6, 1e7, 1e8, 1e9};
-}  // namespace
+constexpr uint64_t kPowersOfTenInt[] = {1,      10,      100,      1000,      10000,
+                                        100000, 1000000, 10000000, 100000000, 1000000000};
+
+// "00" to "99": two digits a step.
+constexpr std::array<char, 200> makeDigitPairs()
+{
+    std::array<char, 200> pairs{};
+    for (int i = 0; i < 100; ++i) {
+        pairs[size_t(2 * i)] = char('0' + i / 10);
+        pairs[size_t(2 * i + 1)] = char('0' + i % 10);
+    }
+    return pairs;
+}
+constexpr std::array<char, 200> kDigitPairs = makeDigitPairs();
+
+// Exactly width digits of value (below 10^width), leading zeros included.
+void writeDigits(char* at, uint32_t value, int width)
+{
+    char* p = at + width;
+    for (; width >= 2; width -= 2) {
+        p -= 2;
+        std::memcpy(p, kDigitPairs.data() + 2 * (value % 100), 2);
+        value /= 100;
+    }
+    if (width)
+        *--p = char('0' + value);
+}
 
 // Values with a few decimals ("10.25", "-3", "0.001"), most of a drawing's: their shortest
 // digits, found by scaling with an exact power of ten, printed as the general routine prints
-// them. Null for any other value (that routine's work).
+// them; *integral tells whether they have no point. Null for any other value (that routine's
+// work).
 //
 // Scaled by the largest 10^k (k <= 9) that keeps it below 2^50, a value within half a unit of
 // its last place of some d / 10^j (j <= k) is within a quarter of the integer d * 10^(k - j),
 // and no other integer is that near: so the value has such a short form exactly when the
 // nearest integer m gives back the value on division (exact, then rounded, as reading the
 // text is), and m without its trailing zeros is its shortest.
-char* writeShortDecimal(char* at, double value)
+char* shortDecimal(char* at, double value, bool* integral)
 {
     if (value == 0.0 && !std::signbit(value)) {
         *at = '0';
+        *integral = true;
         return at + 1;
     }
     const double magnitude = std::fabs(value);
@@ -606,47 +634,70 @@ char* writeShortDecimal(char* at, double value)
             return nullptr;
         scaled = magnitude * kExactPowersOfTen[--k];
     }
-    const double rounded = double(uint64_t(scaled + 0.5));
+    // Below 2^50: signed conversions, one instruction each way.
+    const auto nearest = int64_t(scaled + 0.5);
+    const double rounded = double(nearest);
+    const auto m = uint64_t(nearest);
     // Anything farther from an integer than a few units of its last place needs no division.
     const double gap = scaled - rounded;
     if (gap > scaled * 0x1p-50 || -gap > scaled * 0x1p-50 || rounded / kExactPowersOfTen[k] != magnitude)
         return nullptr;
-    char digits[24];
-    int length = int(std::to_chars(digits, digits + sizeof(digits), uint64_t(rounded)).ptr - digits);
-    while (k > 0 && digits[length - 1] == '0') {
-        --length;
-        --k;
+    // Whole part and decimals: the whole part is the value's own (no division by 10^k), and m
+    // lies between it times 10^k and one more than it times 10^k, both ends included.
+    uint64_t whole = uint64_t(magnitude);
+    uint64_t rest = m - whole * kPowersOfTenInt[k];
+    if (rest >= kPowersOfTenInt[k]) {
+        rest -= kPowersOfTenInt[k];
+        ++whole;
     }
-    // Significant digits and the exponent of the first, for the choice of notation: the
-    // general routine writes the shorter of fixed and scientific, fixed when equal.
-    int significant = length;
-    while (k == 0 && significant > 1 && digits[significant - 1] == '0')
-        --significant;
-    const int exponent = length - 1 - k;
-    const int fixedLength = exponent >= 0 ? exponent + 1 + (k > 0 ? k + 1 : 0) : 1 - exponent + significant;
-    const int absExponent = exponent < 0 ? -exponent : exponent;
-    const int scientificLength = significant + (significant > 1 ? 1 : 0) + 2 + (absExponent >= 100 ? 3 : 2);
-    if (fixedLength > scientificLength)
+    auto decimals = uint32_t(rest);
+    if (decimals == 0) {
+        // An integer: the general routine writes it fixed unless scientific is shorter, which
+        // takes six digits or more ("1e+05").
+        if (whole >= 100000) {
+            int length = 0, significant = 0;
+            for (uint64_t left = whole; left; left /= 10) {
+                ++length;
+                if (significant || left % 10)
+                    ++significant;
+            }
+            if (length > significant + (significant > 1 ? 1 : 0) + 4)
+                return nullptr;
+        }
+        if (value < 0)
+            *at++ = '-';
+        *integral = true;
+        return std::to_chars(at, at + 24, whole).ptr;
+    }
+    // Trailing zeros off the decimals: at most eight.
+    if (decimals % 100000000 == 0)
+        decimals /= 100000000, k -= 8;
+    if (decimals % 10000 == 0)
+        decimals /= 10000, k -= 4;
+    if (decimals % 100 == 0)
+        decimals /= 100, k -= 2;
+    if (decimals % 10 == 0)
+        decimals /= 10, k -= 1;
+    // With a whole part fixed notation is always the shorter; below one it is while the zeros
+    // after the point are at most two, three for more than one significant digit ("0.001",
+    // "0.00015", but "1e-04").
+    if (whole == 0 && uint64_t(decimals) * (decimals < 10 ? 1000 : 10000) < kPowersOfTenInt[k])
         return nullptr;
     if (value < 0)
         *at++ = '-';
-    if (k == 0) {
-        std::memcpy(at, digits, size_t(length));
-        return at + length;
-    }
-    if (length <= k) {
-        *at++ = '0';
-        *at++ = '.';
-        std::memset(at, '0', size_t(k - length));
-        at += k - length;
-        std::memcpy(at, digits, size_t(length));
-        return at + length;
-    }
-    std::memcpy(at, digits, size_t(length - k));
-    at += length - k;
+    *integral = false;
+    at = std::to_chars(at, at + 24, whole).ptr;
     *at++ = '.';
-    std::memcpy(at, digits + length - k, size_t(k));
+    writeDigits(at, decimals, k);
     return at + k;
+}
+
+}  // namespace
+
+char* writeShortDecimal(char* at, double value)
+{
+    bool integral = false;
+    return shortDecimal(at, value, &integral);
 }
 
 void GroupWriter::real(int code, double value)
@@ -659,17 +710,18 @@ void GroupWriter::real(int code, double value)
     constexpr size_t kMaxReal = 32;
     char* const begin = room(kMaxCodeLine + kMaxReal + 3);
     char* at = writeCode(begin, code);
-    char* written = mPrecision <= 0 ? writeShortDecimal(at, value) : nullptr;
+    bool plain = false;
+    char* written = mPrecision <= 0 ? shortDecimal(at, value, &plain) : nullptr;
     if (!written) {
         if (mPrecision <= 0)
             written = std::to_chars(at, at + kMaxReal, value).ptr;
         else
             written = std::to_chars(at, at + kMaxReal, value, std::chars_format::general, mPrecision).ptr;
+        plain = true;
+        for (const char* c = at; c != written && plain; ++c)
+            plain = *c != '.' && *c != 'e' && *c != 'E';
     }
     // Integral values keep a decimal point, so that they read as reals.
-    bool plain = true;
-    for (const char* c = at; c != written && plain; ++c)
-        plain = *c != '.' && *c != 'e' && *c != 'E';
     at = written;
     if (plain) {
         *at++ = '.';

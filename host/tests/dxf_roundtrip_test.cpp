@@ -1,10 +1,12 @@
 // Writing a drawing and reading it back gives the same drawing, at every
 // version the host writes, with consistent handles and owners.
 
+#include <algorithm>
 #include <map>
 #include <set>
 
 #include "db/clone.h"
+#include "db/polylines.h"
 #include "dxf/dxfstream.h"
 #include "dxf_test_util.h"
 
@@ -426,4 +428,36 @@ TEST(DxfRoundTrip, ErasedObjectsAreLeftOut)
     auto* group = objectAt<VxDbGroup>(*back, s.group);
     ASSERT_NE(group, nullptr);
     EXPECT_EQ(group->numEntities(), 1);
+}
+
+// Records that entities add of their own (vertices and end records) take handles the seed
+// must cover, whether or not such an entity is there, in a space or a block's definition.
+TEST(DxfRoundTrip, SeedCoversRecordsEntitiesAdd)
+{
+    auto polyline = [] {
+        auto* poly = new VxDb3dPolyline();
+        for (double x : {0.0, 1.0, 2.0})
+            EXPECT_EQ(poly->appendVertex(std::make_unique<VxDb3dPolylineVertex>(VxGePoint3d{x, x * x, 0.0})), Velt::eOk);
+        return poly;
+    };
+    VxDbDatabase db;
+    for (int i = 0; i < 3; ++i)
+        append(db, db.modelSpaceId(), new VxDbLine({0, 0, 0}, {double(i), 1, 0}));
+    const std::string linesOnly = toDxf(db);
+    checkHandles(linesOnly);
+
+    const VxDbObjectId frame = addRecord(db.blockTableId(), new VxDbBlockTableRecord(), L"FRAME");
+    append(db, frame, polyline());
+    append(db, frame, polyline());
+    const std::string inBlock = toDxf(db);
+    checkHandles(inBlock);
+    append(db, db.paperSpaceId(), polyline());
+    checkHandles(toDxf(db));
+
+    // Read back and written again: the vertices are still there to count.
+    std::unique_ptr<VxDbDatabase> back = fromDxf(inBlock);
+    ASSERT_TRUE(back);
+    const std::string again = toDxf(*back);
+    checkHandles(again);
+    EXPECT_EQ(std::count(again.begin(), again.end(), '\n') - std::count(inBlock.begin(), inBlock.end(), '\n'), 0);
 }

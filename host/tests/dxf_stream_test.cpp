@@ -296,8 +296,9 @@ TEST(DxfStream, ShortDecimalsWriteAsTheGeneralRoutineWritesThem)
     }
     EXPECT_GT(taken, 200000u);  // the quick way is taken for most of them
     // Where the notation changes, and at the ends of the range.
-    for (double value : {0.001, 0.0001, 0.00015, 1e-5, 123000.0, 1e6, 1234567.0, 1e13, 99999999999999.0, 1e14, 0.5,
-                         -2.0, 1125899906842623.0, 0.1 + 0.2, 5e-324, 1.7976931348623157e308}) {
+    for (double value : {0.001, 0.0001, 0.00015, 0.000123, 0.0000123, 0.0012, 1e-5, 100000.0, 120000.0, 123000.0, 1e6,
+                         1234567.0, 1e13, 99999999999999.0, 1e14, 0.5, 0.1, 0.100000001, 123456.000001, -2.0,
+                         std::nextafter(3.0, 0.0), 1125899906842623.0, 0.1 + 0.2, 5e-324, 1.7976931348623157e308}) {
         EXPECT_TRUE(same(value)) << value;
         EXPECT_TRUE(same(-value)) << -value;
     }
