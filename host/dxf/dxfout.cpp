@@ -329,7 +329,8 @@ void Writer::header()
         VxDbHeaderValue value;
         if (mDb->getHeaderVar(var, value) != Velt::eOk)
             continue;
-        std::string name = "$" + vxToUtf8(info.name);
+        std::string name = vxToUtf8(info.name);
+        name.insert(name.begin(), '$');
         if (written.count(name))
             continue;
         if (info.kind == VxDbHeaderVarInfo::kObjectId) {
