@@ -705,7 +705,9 @@ TEST_F(Robust, EveryMemberTakesMalformedArguments)
     const bool unloadable = dll.canUnloadNow() == S_OK;
     // Random mixes put several malformed values in one call; some of those calls still go
     // through the type information's path, which can keep an argument: reported, not checked.
-    if (envNumber("NKAUTO_WALK_ROUNDS", 0) == 0) EXPECT_TRUE(unloadable) << "a reference outlives the walk";
+    if (envNumber("NKAUTO_WALK_ROUNDS", 0) == 0) {
+        EXPECT_TRUE(unloadable) << "a reference outlives the walk";
+    }
     EXPECT_GT(figures.members, 100);
     std::printf("[ figures  ] instances walked: %zu, members called: %ld, calls made: %ld (%ld succeeded, %ld "
                 "refused), crashes: 0, hangs: 0, in %llu ms; counts at zero afterwards: %s\n",

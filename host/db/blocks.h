@@ -146,7 +146,7 @@ public:
     // The block's entities as new entities (not resident, the caller's) where the reference
     // puts them: attribute definitions left out, constant ones as texts, the reference's own
     // attributes as texts of their values.
-    virtual Velt::ErrorStatus explode(std::vector<VxDbEntity*>& entities) const;
+    Velt::ErrorStatus explode(std::vector<VxDbEntity*>& entities) const override;
 
     Velt::ErrorStatus transformBy(const VxGeMatrix3d& xform) override;
     Velt::ErrorStatus getGeomExtents(VxGeExtents3d& extents) const override;
