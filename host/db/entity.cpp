@@ -33,6 +33,24 @@ std::wstring recordName(VxDbObjectId id)
     return record ? record->name() : std::wstring();
 }
 
+// What the common properties' setters accept, one property at a time or all at once.
+Velt::ErrorStatus checkLayer(VxDbObjectId layerId, const VxDbDatabase* db, bool allowHiddenLayer)
+{
+    if (Velt::ErrorStatus es = detail::checkReference(layerId, VxDbLayerTableRecord::desc(), db))
+        return es;
+    const bool hidden = VxDbLayerTableRecord::cast(detail::objectOf(layerId))->isHidden();
+    return hidden && !allowHiddenLayer ? Velt::eInvalidInput : Velt::eOk;
+}
+
+Velt::ErrorStatus checkLinetype(VxDbObjectId linetypeId, const VxDbDatabase* db)
+{
+    return detail::checkReference(linetypeId, VxDbLinetypeTableRecord::desc(), db);
+}
+
+bool isLinetypeScale(double scale) { return std::isfinite(scale) && scale > 0.0; }
+
+bool isVisibility(int visibility) { return visibility == VxDb::kVisible || visibility == VxDb::kInvisible; }
+
 }  // namespace
 
 // ---- shared common properties ----
@@ -243,11 +261,8 @@ Velt::ErrorStatus VxDbEntity::setLayer(const wchar_t* name, bool doSubents, bool
 
 Velt::ErrorStatus VxDbEntity::setLayer(VxDbObjectId layerId, bool, bool allowHiddenLayer)
 {
-    if (Velt::ErrorStatus es = detail::checkReference(layerId, VxDbLayerTableRecord::desc(), database()))
+    if (Velt::ErrorStatus es = checkLayer(layerId, database(), allowHiddenLayer))
         return es;
-    auto* layer = VxDbLayerTableRecord::cast(detail::objectOf(layerId));
-    if (layer->isHidden() && !allowHiddenLayer)
-        return Velt::eInvalidInput;
     if (Velt::ErrorStatus es = changeStyle([&](detail::EntityStyle& s) { s.layer = layerId; }))
         return es;
     setIntendedDatabase(layerId.database());
@@ -272,7 +287,7 @@ Velt::ErrorStatus VxDbEntity::setLinetype(const wchar_t* name, bool doSubents)
 
 Velt::ErrorStatus VxDbEntity::setLinetype(VxDbObjectId linetypeId, bool)
 {
-    if (Velt::ErrorStatus es = detail::checkReference(linetypeId, VxDbLinetypeTableRecord::desc(), database()))
+    if (Velt::ErrorStatus es = checkLinetype(linetypeId, database()))
         return es;
     if (Velt::ErrorStatus es = changeStyle([&](detail::EntityStyle& s) { s.linetype = linetypeId; }))
         return es;
@@ -282,14 +297,14 @@ Velt::ErrorStatus VxDbEntity::setLinetype(VxDbObjectId linetypeId, bool)
 
 Velt::ErrorStatus VxDbEntity::setLinetypeScale(double scale, bool)
 {
-    if (!std::isfinite(scale) || scale <= 0.0)
+    if (!isLinetypeScale(scale))
         return Velt::eInvalidInput;
     return changeStyle([&](detail::EntityStyle& s) { s.linetypeScale = scale; });
 }
 
 Velt::ErrorStatus VxDbEntity::setVisibility(VxDb::Visibility visibility, bool)
 {
-    if (visibility != VxDb::kVisible && visibility != VxDb::kInvisible)
+    if (!isVisibility(visibility))
         return Velt::eInvalidInput;
     return changeStyle([&](detail::EntityStyle& s) { s.visibility = uint8_t(visibility); });
 }
@@ -442,19 +457,15 @@ Velt::ErrorStatus VxDbEntity::setCommonProperties(const detail::EntityStyle& val
     if (Velt::ErrorStatus es = color.setColor(values.color))
         return es;
     VxCmTransparency transparency;
-    if (!VxDb::isValidLineWeight(values.lineWeight) ||
-        !std::isfinite(values.linetypeScale) || values.linetypeScale <= 0.0 ||
-        (values.visibility != VxDb::kVisible && values.visibility != VxDb::kInvisible) ||
-        transparency.serializeIn(values.transparency) != Velt::eOk)
+    if (!VxDb::isValidLineWeight(values.lineWeight) || !isLinetypeScale(values.linetypeScale) ||
+        !isVisibility(values.visibility) || transparency.serializeIn(values.transparency) != Velt::eOk)
         return Velt::eInvalidInput;
     if (!values.layer.isNull()) {
-        if (Velt::ErrorStatus es = detail::checkReference(values.layer, VxDbLayerTableRecord::desc(), database()))
+        if (Velt::ErrorStatus es = checkLayer(values.layer, database(), allowHiddenLayer))
             return es;
-        if (VxDbLayerTableRecord::cast(detail::objectOf(values.layer))->isHidden() && !allowHiddenLayer)
-            return Velt::eInvalidInput;
     }
     if (!values.linetype.isNull()) {
-        if (Velt::ErrorStatus es = detail::checkReference(values.linetype, VxDbLinetypeTableRecord::desc(), database()))
+        if (Velt::ErrorStatus es = checkLinetype(values.linetype, database()))
             return es;
     }
     detail::EntityStyle changed = values;
