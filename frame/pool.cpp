@@ -1,6 +1,7 @@
 #include "frame/pool.h"
 
 #include <windows.h>
+#include <winternl.h>
 
 #include <atomic>
 #include <new>
@@ -110,14 +111,25 @@ Cache* adopt(DWORD s) noexcept
     return cache;
 }
 
+// TlsGetValue clears the thread's last error, which a caller may still want.
+void* slotValue(DWORD s) noexcept
+{
+    const DWORD error = GetLastError();
+    void* value = TlsGetValue(s);
+    SetLastError(error);
+    return value;
+}
+
 Cache* threadCache() noexcept
 {
     const DWORD s = slot();
     if (s == TLS_OUT_OF_INDEXES) return nullptr;
-    // TlsGetValue clears the thread's last error, which a caller may still want.
+    // The first 64 slots are in the thread's own block: read there, with no call and the
+    // last error untouched.
+    void* value = s < 64 ? NtCurrentTeb()->TlsSlots[s] : slotValue(s);
+    if (auto* cache = static_cast<Cache*>(value)) return cache;
     const DWORD error = GetLastError();
-    auto* cache = static_cast<Cache*>(TlsGetValue(s));
-    if (!cache) cache = adopt(s);
+    Cache* cache = adopt(s);
     SetLastError(error);
     return cache;
 }
@@ -212,7 +224,7 @@ void threadDone() noexcept
 {
     const DWORD s = gSlot.load(std::memory_order_acquire);
     if (s == TLS_OUT_OF_INDEXES) return;
-    auto* cache = static_cast<Cache*>(TlsGetValue(s));
+    auto* cache = static_cast<Cache*>(slotValue(s));
     if (!cache) return;
     for (std::size_t c = 0; c < kClasses; ++c) spill(cache->lists[c], c, cache->lists[c].count);
     TlsSetValue(s, nullptr);
