@@ -104,13 +104,14 @@ TEST(Pool, BlocksCrossThreadsAndStayCounted)
     std::atomic<bool> finished{false};
     std::thread giver([&] {
         for (;;) {
+            const bool last = finished;  // read first: whatever was handed before it is seen below
             std::vector<void*> mine;
             {
                 std::lock_guard<std::mutex> lock(guard);
                 mine.swap(handed);
             }
             for (void* b : mine) nk::pool::give(b, kSize);
-            if (mine.empty() && finished) break;
+            if (last && mine.empty()) break;
         }
     });
     for (int i = 0; i < 20000; ++i) {
@@ -122,6 +123,7 @@ TEST(Pool, BlocksCrossThreadsAndStayCounted)
     }
     finished = true;
     giver.join();
+    EXPECT_TRUE(handed.empty());
     EXPECT_EQ(nk::pool::live(), before);
 }
 
