@@ -44,11 +44,9 @@ HRESULT appendEntity(const VxAxObjectRef& block, IDispatch* app, REFIID resultIi
         }
         if (after) after(*entity);
         // Wrapped while still open in our hands: no second open of the new entity.
-        ComPtr<IUnknown> wrapper;
-        VxAxGetIUnknownOfObject(wrapper.put(), entity.get(), app);
+        HRESULT hr = wrapperAs(entity.get(), app, resultIid, out);
         closeOrDelete(entity);
-        if (!wrapper) return E_FAIL;
-        return wrapper->QueryInterface(resultIid, out);
+        return hr;
     });
 }
 
@@ -87,11 +85,9 @@ HRESULT wrapperArrayOf(const std::vector<kx::VxDbObjectId>& ids, IDispatch* app,
     SafeArray array(SafeArrayCreateVector(VT_VARIANT, 0, static_cast<ULONG>(ids.size())));
     if (!array.get()) return E_OUTOFMEMORY;
     for (LONG i = 0; i < static_cast<LONG>(ids.size()); ++i) {
-        ComPtr<IUnknown> wrapper;
-        VxAxGetIUnknownOfObject(wrapper.put(), ids[static_cast<size_t>(i)], app);
-        if (!wrapper) return E_FAIL;
         Variant item;
-        HRESULT hr = wrapper->QueryInterface(IID_IDispatch, reinterpret_cast<void**>(&V_DISPATCH(item.get())));
+        HRESULT hr = wrapperAs(ids[static_cast<size_t>(i)], app, IID_IDispatch,
+                               reinterpret_cast<void**>(&V_DISPATCH(item.get())));
         if (FAILED(hr)) return hr;
         V_VT(item.get()) = VT_DISPATCH;
         hr = SafeArrayPutElement(array.get(), &i, item.get());

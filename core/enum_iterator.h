@@ -58,11 +58,9 @@ private:
 
     HRESULT wrap(kx::VxDbObjectId id, VARIANT* item)
     {
-        ComPtr<IUnknown> wrapper;
-        VxAxGetIUnknownOfObject(wrapper.put(), id, owner_.get());
-        if (!wrapper) return E_FAIL;
         IDispatch* dispatch = nullptr;
-        HRESULT hr = wrapper->QueryInterface(IID_IDispatch, reinterpret_cast<void**>(&dispatch));
+        HRESULT hr = wrapperAs(id, owner_.get(), IID_IDispatch, reinterpret_cast<void**>(&dispatch));
+        if (hr == E_FAIL) return hr;  // no wrapper
         if (FAILED(hr) && hr != E_NOINTERFACE) return RaiseVxAXException(IID_IEnumVARIANT, hr, 0);
         V_VT(item) = VT_DISPATCH;
         V_DISPATCH(item) = dispatch;

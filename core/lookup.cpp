@@ -199,17 +199,6 @@ void registerWrapperClasses()
 
 using namespace nk;
 
-HRESULT VxAxGetIUnknownOfObject(IUnknown** ppUnk, kx::VxDbObjectId id, IDispatch* app)
-{
-    if (!ppUnk) return E_POINTER;
-    *ppUnk = nullptr;
-    kx::VxDbObject* object = nullptr;
-    if (kx::vxdbOpenObject(object, id, kx::VxDb::kForRead) != kx::Velt::eOk) return E_FAIL;
-    HRESULT hr = VxAxGetIUnknownOfObject(ppUnk, object, app);
-    object->close();
-    return hr;
-}
-
 namespace {
 
 // Binds a new wrapper to its object, records it as the object's wrapper and gives it the
@@ -229,13 +218,11 @@ HRESULT bindNewWrapper(IUnknown* wrapper, IVeltBaseObject* base, IRetrieveApplic
     return S_OK;
 }
 
-}  // namespace
-
-HRESULT VxAxGetIUnknownOfObject(IUnknown** ppUnk, kx::VxDbObject* object, IDispatch* app)
+// The lookup behind every entry point: the object's wrapper as iid in *out, with one
+// reference for the caller. Answers the lookup's own result; `lacking` tells a wrapper that
+// came but does not answer iid. A wrapper made here is handed out as asked, with no query.
+HRESULT lookup(kx::VxDbObject* object, IDispatch* app, REFIID iid, void** out, bool& lacking)
 {
-    if (!ppUnk) return E_POINTER;
-    *ppUnk = nullptr;
-    if (!object) return E_POINTER;
     ReadForTheLookup readOpen(object);
     if (!readOpen.ok()) return E_FAIL;
 
@@ -247,12 +234,12 @@ HRESULT VxAxGetIUnknownOfObject(IUnknown** ppUnk, kx::VxDbObject* object, IDispa
     // One look-up of the record's place serves the search and the write.
     void** record = links->recordOf(id, true);
     if (auto* recorded = static_cast<IUnknown*>(record ? *record : nullptr)) {
-        ComPtr<IUnknown> wrapper(recorded);
-        ComPtr<IVeltBaseObject> base = wrapper.as<IVeltBaseObject>();
+        ComPtr<IVeltBaseObject> base;
         CLSID recordedClass = GUID_NULL;
-        if (base) base->GetClassID(&recordedClass);
+        if (SUCCEEDED(recorded->QueryInterface(__uuidof(IVeltBaseObject), base.putVoid())) && base)
+            base->GetClassID(&recordedClass);
         if (recordedClass == clsid) {
-            *ppUnk = wrapper.detach();
+            lacking = FAILED(recorded->QueryInterface(iid, out));
             return S_OK;
         }
         // The object changed class, or the record is stale: make a new wrapper.
@@ -260,7 +247,8 @@ HRESULT VxAxGetIUnknownOfObject(IUnknown** ppUnk, kx::VxDbObject* object, IDispa
     }
 
     // The module's own wrappers are made and bound directly; another module's through COM.
-    if (BoundObject* bound = makeBoundWrapper(clsid)) {
+    void* asked = nullptr;
+    if (BoundObject* bound = makeBoundWrapper(clsid, iid, &asked)) {
         ComPtr<IUnknown> made = ComPtr<IUnknown>::adopt(bound->identity());
         if (record && object->isResident()) {
             // The object is open in the caller's hands: its id resolves, and a new wrapper
@@ -270,7 +258,11 @@ HRESULT VxAxGetIUnknownOfObject(IUnknown** ppUnk, kx::VxDbObject* object, IDispa
         } else if (HRESULT hr = bindNewWrapper(made.get(), bound, bound, id, app, *links); FAILED(hr)) {
             return hr;
         }
-        *ppUnk = made.detach();
+        lacking = !asked;
+        if (asked) {
+            made.detach();  // its one reference is the caller's, through asked
+            *out = asked;
+        }
         return S_OK;
     }
 
@@ -280,9 +272,57 @@ HRESULT VxAxGetIUnknownOfObject(IUnknown** ppUnk, kx::VxDbObject* object, IDispa
     hr = bindNewWrapper(wrapper.get(), wrapper.as<IVeltBaseObject>().get(), wrapper.as<IRetrieveApplication>().get(), id,
                         app, *links);
     if (FAILED(hr)) return hr;
-    *ppUnk = wrapper.detach();
+    lacking = FAILED(wrapper->QueryInterface(iid, out));
     return S_OK;
 }
+
+}  // namespace
+
+HRESULT VxAxGetIUnknownOfObject(IUnknown** ppUnk, kx::VxDbObjectId id, IDispatch* app)
+{
+    if (!ppUnk) return E_POINTER;
+    *ppUnk = nullptr;
+    kx::VxDbObject* object = nullptr;
+    if (kx::vxdbOpenObject(object, id, kx::VxDb::kForRead) != kx::Velt::eOk) return E_FAIL;
+    HRESULT hr = VxAxGetIUnknownOfObject(ppUnk, object, app);
+    object->close();
+    return hr;
+}
+
+HRESULT VxAxGetIUnknownOfObject(IUnknown** ppUnk, kx::VxDbObject* object, IDispatch* app)
+{
+    if (!ppUnk) return E_POINTER;
+    *ppUnk = nullptr;
+    if (!object) return E_POINTER;
+    bool lacking = false;
+    return lookup(object, app, IID_IUnknown, reinterpret_cast<void**>(ppUnk), lacking);
+}
+
+namespace nk {
+
+HRESULT wrapperAs(kx::VxDbObject* object, IDispatch* app, REFIID iid, void** out)
+{
+    if (!out) return E_POINTER;
+    *out = nullptr;
+    if (!object) return E_FAIL;
+    bool lacking = false;
+    lookup(object, app, iid, out, lacking);
+    if (lacking) return E_NOINTERFACE;
+    return *out ? S_OK : E_FAIL;
+}
+
+HRESULT wrapperAs(kx::VxDbObjectId id, IDispatch* app, REFIID iid, void** out)
+{
+    if (!out) return E_POINTER;
+    *out = nullptr;
+    kx::VxDbObject* object = nullptr;
+    if (kx::vxdbOpenObject(object, id, kx::VxDb::kForRead) != kx::Velt::eOk) return E_FAIL;
+    HRESULT hr = wrapperAs(object, app, iid, out);
+    object->close();
+    return hr;
+}
+
+}  // namespace nk
 
 IUnknown* NkAuGetIUnknownOfDatabase(kx::VxDbDatabase* database, IDispatch* app)
 {

@@ -46,6 +46,12 @@ void bindWrapperClass(const CLSID& clsid)
 // The wrapper class that stands for an object.
 CLSID wrapperClassOfObject(const kx::VxDbObject* object);
 
+// The wrapper of an object as iid, with one reference for the caller: E_FAIL when no
+// wrapper comes, E_NOINTERFACE when it does not answer iid. A new wrapper is handed out as
+// asked, with no query and release of its own.
+HRESULT wrapperAs(kx::VxDbObject* object, IDispatch* app, REFIID iid, void** out);
+HRESULT wrapperAs(kx::VxDbObjectId id, IDispatch* app, REFIID iid, void** out);
+
 // Makes an instance of a class of this module's table, or failing that through COM.
 HRESULT createWrapper(REFCLSID clsid, IUnknown** out);
 

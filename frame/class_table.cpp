@@ -61,19 +61,20 @@ void noObjectMain(bool) {}
 
 // The wrappers of database objects, made directly for the lookup (one per table entry;
 // null for the other classes).
-using BoundMaker = BoundObject* (*)();
+using BoundMaker = BoundObject* (*)(REFIID iid, void** asked);
 BoundMaker gBoundMakers[kClassEntryCount];
 
 template <class Tag>
-BoundObject* makeBound()
+BoundObject* makeBound(REFIID iid, void** asked)
 {
     auto* object = new (std::nothrow) ComObject<typename ImplOf<Tag>::type>();
     if (!object) return nullptr;
-    object->AddRef();
+    object->takeFirstReference();
     if (FAILED(object->finalConstruct())) {
         object->Release();
         return nullptr;
     }
+    *asked = object->findInterface(iid);
     return object;
 }
 
@@ -168,8 +169,9 @@ void releaseClassTable()
     }
 }
 
-BoundObject* makeBoundWrapper(REFCLSID clsid)
+BoundObject* makeBoundWrapper(REFCLSID clsid, REFIID iid, void** asked)
 {
+    *asked = nullptr;
     // Most lookups in a row make wrappers of one class: the last one found is tried first.
     static std::atomic<int> last{0};
     const int first = last.load(std::memory_order_relaxed);
@@ -177,7 +179,7 @@ BoundObject* makeBoundWrapper(REFCLSID clsid)
         const int i = (first + n) % kClassEntryCount;
         if (gTable[i].clsid && *gTable[i].clsid == clsid) {
             last.store(i, std::memory_order_relaxed);
-            return gBoundMakers[i] ? gBoundMakers[i]() : nullptr;
+            return gBoundMakers[i] ? gBoundMakers[i](iid, asked) : nullptr;
         }
     }
     return nullptr;

@@ -34,8 +34,9 @@ void releaseClassTable();
 HRESULT getClassObject(REFCLSID clsid, REFIID riid, void** ppv);
 // A new wrapper of a database object of the class, with one reference, ready to be bound
 // without a query for its binding interfaces; null when the class is not one of the
-// table's wrappers of database objects.
-BoundObject* makeBoundWrapper(REFCLSID clsid);
+// table's wrappers of database objects. *asked is the wrapper as iid, sharing that one
+// reference (not counted again), or null when it does not answer iid.
+BoundObject* makeBoundWrapper(REFCLSID clsid, REFIID iid, void** asked);
 // An instance of a class of the table as the module makes one for itself (a wrapper for an
 // object that exists), without its class factory; CLASS_E_CLASSNOTAVAILABLE for others.
 HRESULT createInstance(REFCLSID clsid, REFIID riid, void** ppv);

@@ -7,6 +7,7 @@
 #include "core/lookup.h"
 #include "frame/class_table.h"
 #include "frame/module.h"
+#include "frame/pool.h"
 #include "frame/registration.h"
 #include "opm/extensions.h"
 
@@ -19,7 +20,8 @@ BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID reserved)
         nk::fillClassTable();
         nk::registerWrapperClasses();
         nk::initOpmPropertyExtension();
-        DisableThreadLibraryCalls(instance);
+    } else if (reason == DLL_THREAD_DETACH) {
+        nk::pool::threadDone();  // the thread's kept blocks, for the others
     } else if (reason == DLL_PROCESS_DETACH) {
         UninitOPMPropertyExtension();
         // At process exit other libraries may be gone already: only an unload by

@@ -93,7 +93,7 @@ std::wstring Module::folder()
 
 LONG Module::lock() { return InterlockedIncrement(&state().lockCount); }
 LONG Module::unlock() { return InterlockedDecrement(&state().lockCount); }
-LONG Module::lockCount() { return state().lockCount; }
+LONG Module::lockCount() { return state().lockCount + pool::live(); }
 
 CriticalSection& Module::criticalSection() { return sectionInstance(); }
 

@@ -23,7 +23,8 @@ public:
     static std::wstring fileName();  // full path of this module
     static std::wstring folder();    // fileName() up to its last '\\', '/' or ':'
 
-    // Live objects and LockServer(TRUE) keep the module loaded.
+    // Live objects and LockServer(TRUE) keep the module loaded. Objects made by ComObject
+    // are counted by the pool their memory comes from; lockCount() adds them in.
     static LONG lock();
     static LONG unlock();
     static LONG lockCount();

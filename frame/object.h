@@ -3,7 +3,7 @@
 //   DispatchImpl<Itf>     IDispatch answered from the type information of Itf
 //   ChainOf<Itf, Itf, S>  Itf with every interface level between it and IDispatch, each level
 //                         implemented by its Level<> (by default the Pending<> stubs)
-//   ComObject<T>          IUnknown for a class T: own reference count, the module's live count
+//   ComObject<T>          IUnknown for a class T: own reference count; counted live by the pool
 //   AggregatedObject<T>   IUnknown for T inside an outer object
 //
 // A class T provides `void* findInterface(REFIID)` returning the interface for the id (not
@@ -125,8 +125,9 @@ bool inChain(REFIID iid)
 // from its destructor reaches zero again.
 constexpr ULONG kDestroying = 1u << 30;
 
+// Its block from the pool counts it live (frame/pool.h): no locked count of its own.
 template <class T>
-class ComObject final : public T, private LiveObject {
+class ComObject final : public T {
 public:
     template <class... Args>
     explicit ComObject(Args&&... args) : T(std::forward<Args>(args)...) {}
@@ -159,6 +160,9 @@ public:
         return n;
     }
 
+    // The first reference of an object no other thread can see yet: a plain store.
+    void takeFirstReference() { refs_.store(1, std::memory_order_relaxed); }
+
     // Makes one instance and answers riid; the create-instance function of a class entry.
     static HRESULT create(IUnknown* outer, REFIID riid, void** ppv)
     {
@@ -167,7 +171,7 @@ public:
         if (outer) return CLASS_E_NOAGGREGATION;
         auto* object = new (std::nothrow) ComObject();
         if (!object) return E_OUTOFMEMORY;
-        object->AddRef();
+        object->takeFirstReference();
         HRESULT hr = object->finalConstruct();
         if (SUCCEEDED(hr)) hr = object->QueryInterface(riid, ppv);
         object->Release();

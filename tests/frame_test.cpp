@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <set>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "frame/com.h"
@@ -288,6 +289,34 @@ TEST_F(ServerFrame, LiveObjectsAndServerLocksKeepTheModuleLoaded)
     f->LockServer(TRUE);
     EXPECT_EQ(dll.canUnloadNow(), S_FALSE);
     f->LockServer(FALSE);
+    EXPECT_EQ(dll.canUnloadNow(), S_OK);
+}
+
+// Objects released on another thread, and objects made on a thread that has ended, are
+// counted right: the module stays while any lives.
+TEST_F(ServerFrame, ObjectsCrossingThreadsKeepTheModuleLoadedWhileTheyLive)
+{
+    ComPtr<ITypeLib> lib = loadTypeLib();
+    ComPtr<IClassFactory> f = factory(coclasses(lib.get()).front().clsid);
+    ASSERT_TRUE(f);
+    std::vector<IUnknown*> made(600, nullptr);
+    for (IUnknown*& object : made) ASSERT_EQ(f->CreateInstance(nullptr, IID_IUnknown, reinterpret_cast<void**>(&object)), S_OK);
+    EXPECT_EQ(dll.canUnloadNow(), S_FALSE);
+    std::thread([&] {
+        for (size_t i = 1; i < made.size(); ++i) made[i]->Release();
+    }).join();
+    EXPECT_EQ(dll.canUnloadNow(), S_FALSE);  // one still lives
+    made[0]->Release();
+    EXPECT_EQ(dll.canUnloadNow(), S_OK);
+
+    HRESULT hr = S_OK;
+    std::thread([&] {
+        for (IUnknown*& object : made)
+            if (FAILED(hr = f->CreateInstance(nullptr, IID_IUnknown, reinterpret_cast<void**>(&object)))) break;
+    }).join();
+    ASSERT_EQ(hr, S_OK);
+    EXPECT_EQ(dll.canUnloadNow(), S_FALSE);
+    for (IUnknown* object : made) object->Release();
     EXPECT_EQ(dll.canUnloadNow(), S_OK);
 }
 

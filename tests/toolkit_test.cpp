@@ -1,11 +1,17 @@
 // The COM toolkit that every wrapper shares: the enumerator base and the registration mode.
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <cstring>
+#include <mutex>
+#include <set>
+#include <thread>
 #include <vector>
 
 #include "frame/com.h"
 #include "frame/enum_variant.h"
 #include "frame/module.h"
+#include "frame/pool.h"
 #include "frame/registration.h"
 
 namespace {
@@ -74,6 +80,51 @@ TEST(EnumeratorBase, AFailingItemFetchesNothing)
     ULONG fetched = 99;
     EXPECT_EQ(e->Next(2, items, &fetched), E_FAIL);
     EXPECT_EQ(fetched, 0u);
+}
+
+// Blocks taken on one thread and given on another go back whole and stay counted, also past
+// what one thread keeps and while both threads work at once.
+TEST(Pool, BlocksCrossThreadsAndStayCounted)
+{
+    constexpr size_t kSize = 200;
+    const long before = nk::pool::live();
+    std::vector<void*> blocks;
+    for (int i = 0; i < 1000; ++i) blocks.push_back(nk::pool::take(kSize));
+    EXPECT_EQ(std::set<void*>(blocks.begin(), blocks.end()).size(), blocks.size());
+    EXPECT_EQ(nk::pool::live(), before + 1000);
+    std::thread([&] {
+        for (void* b : blocks) nk::pool::give(b, kSize);
+        nk::pool::threadDone();
+    }).join();
+    EXPECT_EQ(nk::pool::live(), before);
+
+    // One thread takes and writes, the other gives, at the same time.
+    std::mutex guard;
+    std::vector<void*> handed;
+    std::atomic<bool> finished{false};
+    std::thread giver([&] {
+        for (;;) {
+            const bool last = finished;  // read first: whatever was handed before it is seen below
+            std::vector<void*> mine;
+            {
+                std::lock_guard<std::mutex> lock(guard);
+                mine.swap(handed);
+            }
+            for (void* b : mine) nk::pool::give(b, kSize);
+            if (last && mine.empty()) break;
+        }
+    });
+    for (int i = 0; i < 20000; ++i) {
+        void* b = nk::pool::take(kSize);
+        ASSERT_NE(b, nullptr);
+        std::memset(b, i & 0xFF, kSize);
+        std::lock_guard<std::mutex> lock(guard);
+        handed.push_back(b);
+    }
+    finished = true;
+    giver.join();
+    EXPECT_TRUE(handed.empty());
+    EXPECT_EQ(nk::pool::live(), before);
 }
 
 TEST(Registration, OnlyTheExactWordUserSwitchesToPerUser)
