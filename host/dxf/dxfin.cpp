@@ -1805,23 +1805,24 @@ void Reader::parseEntity(Record& record, uint32_t block, std::vector<Record>* su
         const int64_t index = color != SIZE_MAX ? record.integer(color) : 256;
         const VxCmColor value =
             colorFrom(index, trueColor != SIZE_MAX ? record.integer(trueColor) : 0, trueColor != SIZE_MAX);
-        if (VxCmEntityColor check; check.setColor(value.color()) == Velt::eOk)
+        if (VxDbEntity::isValidColor(value.color()))
             common.color = value.color();
     }
     common.lineWeight = int16_t(VxDb::kLnWtByLayer);
     if (weight != SIZE_MAX) {
         const int64_t value = record.integer(weight);
-        if (value >= INT16_MIN && value <= INT16_MAX && VxDb::isValidLineWeight(int(value)))
+        if (value >= INT16_MIN && value <= INT16_MAX && VxDbEntity::isValidLineWeight(int(value)))
             common.lineWeight = int16_t(value);
     }
     if (scale != SIZE_MAX) {
         const double value = record.real(scale);
-        if (std::isfinite(value) && value > 0.0)
+        if (VxDbEntity::isValidLinetypeScale(value))
             common.linetypeScale = value;
     }
     if (invisible != SIZE_MAX)
         common.visibility = uint8_t(record.integer(invisible) != 0 ? VxDb::kInvisible : VxDb::kVisible);
     if (alpha != SIZE_MAX) {
+        // Kept as the host keeps it: the alpha only where the method is by alpha.
         VxCmTransparency transparency;
         if (transparency.serializeIn(uint32_t(record.integer(alpha))) == Velt::eOk)
             common.transparency = transparency.serializeOut();
