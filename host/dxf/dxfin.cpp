@@ -1827,7 +1827,10 @@ void Reader::parseEntity(Record& record, uint32_t block, std::vector<Record>* su
         if (transparency.serializeIn(uint32_t(record.integer(alpha))) == Velt::eOk)
             common.transparency = transparency.serializeOut();
     }
-    entity->setCommonProperties(common);
+    // Values the new entity holds already (a file that names no colour, weight ...) need no
+    // new record.
+    if (!(common == entity->commonProperties()))
+        entity->setCommonProperties(common);
     applyXData(entity, xdata);
     pending.object.reset(entity);
     const uint32_t index = uint32_t(mEntities.size());
