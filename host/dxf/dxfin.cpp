@@ -385,6 +385,7 @@ private:
     const VxDbKind* mLastMadeKind = nullptr;
     bool mLastMadeAttribute = false;
     const VxRxClass* mPlacedClass = nullptr;
+    const VxDbEntity* mLastPlaced = nullptr;  // resident, open until the end
     bool mPlacedOpaque = false;
     bool mPlacedReference = false;
 
@@ -2471,6 +2472,7 @@ bool Reader::placeEntity(uint32_t index)
         return false;
     }
     e.live = e.object.release();
+    mLastPlaced = entity;
     noteHandle(e);
     // What is asked of the class, once a run of entities of one class.
     const VxRxClass* cls = e.live->isA();
@@ -2531,6 +2533,10 @@ void Reader::prepareForPlacing(PendingEntity& e)
         common.layer = layer;
     if (!linetype.isNull())
         common.linetype = linetype;
+    // Entities in a row mostly agree: the last one placed shares its checked record.
+    if (mLastPlaced && common == mLastPlaced->commonProperties() &&
+        entity->setPropertiesFrom(mLastPlaced, false) == Velt::eOk)
+        return;
     if (entity->setCommonProperties(common, true) == Velt::eOk)
         return;
     if (!layer.isNull())

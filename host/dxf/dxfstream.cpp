@@ -323,10 +323,23 @@ bool GroupReader::nextAscii()
     // line of a file is one) rather than found first and parsed after.
     const char* c = mData.data() + mPos;
     const char* const stop = mData.data() + size;
+    int code = 0;
+    // Most files write codes right-aligned in three columns ("  0", " 10", "330"): read at
+    // once. Any other form takes the general walk.
+    if (stop - c >= 4 && c[3] == '\n') {
+        const unsigned a = unsigned(c[0]) - unsigned('0');
+        const unsigned b = unsigned(c[1]) - unsigned('0');
+        const unsigned d = unsigned(c[2]) - unsigned('0');
+        const bool blankA = c[0] == ' ';
+        if (d <= 9 && (b <= 9 || (blankA && c[1] == ' ')) && (a <= 9 || blankA)) {
+            code = int((a <= 9 ? a * 100 : 0) + (b <= 9 ? b * 10 : 0) + d);
+            mPos += 4;
+            return readValue(code);
+        }
+    }
     while (c != stop && (*c == ' ' || *c == '\t'))
         ++c;
     const char* const digits = c;
-    int code = 0;
     for (; c != stop; ++c) {
         const unsigned digit = unsigned(*c) - unsigned('0');
         if (digit > 9)
@@ -347,6 +360,13 @@ bool GroupReader::nextAscii()
             return false;
         return fail(Velt::eInvalidDxfCode, "not a group code");
     }
+    return readValue(code);
+}
+
+bool GroupReader::readValue(int code)
+{
+    const size_t size = mData.size();
+    const char* const stop = mData.data() + size;
     const ValueKind kind = valueKindOf(code);
     const bool numeric = kind != ValueKind::kString && kind != ValueKind::kHandle && kind != ValueKind::kBinary;
     if (numeric && mPos < size) {
@@ -354,10 +374,17 @@ bool GroupReader::nextAscii()
         // line's end. Anything else takes the general way below.
         const char* begin = mData.data() + mPos;
         const char* end = scanShortDecimal(begin, stop, mNumber);
-        const char* next = end;
-        if (end && end != stop && *end == '\r')
-            ++next;
-        if (end && (next == stop || *next == '\n')) {
+        auto atLineEnd = [stop](const char* at) {
+            return at && (at == stop || *at == '\n' || (*at == '\r' && (at + 1 == stop || at[1] == '\n')));
+        };
+        if (!atLineEnd(end)) {
+            // Longer numbers (seventeen digits, an exponent): the general parser, still in
+            // the one walk.
+            const auto [ptr, ec] = std::from_chars(begin, stop, mNumber);
+            end = ec == std::errc() && std::isfinite(mNumber) ? ptr : nullptr;
+        }
+        if (atLineEnd(end)) {
+            const char* next = end != stop && *end == '\r' ? end + 1 : end;
             mValue = std::string_view(begin, size_t(end - begin));
             mPos = size_t(next - mData.data()) + (next != stop ? 1 : 0);
             ++mLine;

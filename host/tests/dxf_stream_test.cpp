@@ -267,7 +267,8 @@ TEST(DxfStream, DecimalsReadAsTheGeneralParserReadsThem)
 TEST(DxfStream, NumbersReadInTheWalkOverTheirLine)
 {
     const char* const values[] = {"12.5",  "-0",  "7.",   "-.5",  ".",     "-",      "1..2", "1234567890123456",
-                                  "1e3",   " 4",  "4 ",   "+2",   "2x",    "0.001",  "",     "99999999999999.9"};
+                                  "1e3",   " 4",  "4 ",   "+2",   "2x",    "0.001",  "",     "99999999999999.9",
+                                  "10.901000000000002", "-1.5E-3", "1e400", "nan", "inf", "1e5x", "0x10"};
     const char* const ends[] = {"\n", "\r\n", "\r", "\r\r\n", ""};
     for (const char* value : values) {
         for (const char* end : ends) {
