@@ -33,24 +33,6 @@ std::wstring recordName(VxDbObjectId id)
     return record ? record->name() : std::wstring();
 }
 
-// What the common properties' setters accept, one property at a time or all at once.
-Velt::ErrorStatus checkLayer(VxDbObjectId layerId, const VxDbDatabase* db, bool allowHiddenLayer)
-{
-    if (Velt::ErrorStatus es = detail::checkReference(layerId, VxDbLayerTableRecord::desc(), db))
-        return es;
-    const bool hidden = VxDbLayerTableRecord::cast(detail::objectOf(layerId))->isHidden();
-    return hidden && !allowHiddenLayer ? Velt::eInvalidInput : Velt::eOk;
-}
-
-Velt::ErrorStatus checkLinetype(VxDbObjectId linetypeId, const VxDbDatabase* db)
-{
-    return detail::checkReference(linetypeId, VxDbLinetypeTableRecord::desc(), db);
-}
-
-bool isLinetypeScale(double scale) { return std::isfinite(scale) && scale > 0.0; }
-
-bool isVisibility(int visibility) { return visibility == VxDb::kVisible || visibility == VxDb::kInvisible; }
-
 }  // namespace
 
 // ---- shared common properties ----
@@ -243,6 +225,41 @@ Velt::ErrorStatus VxDbEntity::setColorIndex(int16_t index, bool)
     return Velt::eOk;
 }
 
+// What the common properties' setters accept, one property at a time or all at once.
+Velt::ErrorStatus VxDbEntity::checkLayer(VxDbObjectId layerId, const VxDbDatabase* db, bool allowHiddenLayer)
+{
+    if (Velt::ErrorStatus es = detail::checkReference(layerId, VxDbLayerTableRecord::desc(), db))
+        return es;
+    const bool hidden = VxDbLayerTableRecord::cast(detail::objectOf(layerId))->isHidden();
+    return hidden && !allowHiddenLayer ? Velt::eInvalidInput : Velt::eOk;
+}
+
+Velt::ErrorStatus VxDbEntity::checkLinetype(VxDbObjectId linetypeId, const VxDbDatabase* db)
+{
+    return detail::checkReference(linetypeId, VxDbLinetypeTableRecord::desc(), db);
+}
+
+bool VxDbEntity::isValidColor(uint32_t color)
+{
+    VxCmEntityColor check;
+    return check.setColor(color) == Velt::eOk;
+}
+
+bool VxDbEntity::isValidLineWeight(int weight) { return VxDb::isValidLineWeight(weight); }
+
+bool VxDbEntity::isValidLinetypeScale(double scale) { return std::isfinite(scale) && scale > 0.0; }
+
+bool VxDbEntity::isValidVisibility(int visibility)
+{
+    return visibility == VxDb::kVisible || visibility == VxDb::kInvisible;
+}
+
+bool VxDbEntity::isValidTransparency(uint32_t packed)
+{
+    VxCmTransparency check;
+    return check.serializeIn(packed) == Velt::eOk;
+}
+
 std::wstring VxDbEntity::layer() const { return recordName(style().layer); }
 
 Velt::ErrorStatus VxDbEntity::setLayer(const wchar_t* name, bool doSubents, bool allowHiddenLayer)
@@ -297,21 +314,21 @@ Velt::ErrorStatus VxDbEntity::setLinetype(VxDbObjectId linetypeId, bool)
 
 Velt::ErrorStatus VxDbEntity::setLinetypeScale(double scale, bool)
 {
-    if (!isLinetypeScale(scale))
+    if (!isValidLinetypeScale(scale))
         return Velt::eInvalidInput;
     return changeStyle([&](detail::EntityStyle& s) { s.linetypeScale = scale; });
 }
 
 Velt::ErrorStatus VxDbEntity::setVisibility(VxDb::Visibility visibility, bool)
 {
-    if (!isVisibility(visibility))
+    if (!isValidVisibility(visibility))
         return Velt::eInvalidInput;
     return changeStyle([&](detail::EntityStyle& s) { s.visibility = uint8_t(visibility); });
 }
 
 Velt::ErrorStatus VxDbEntity::setLineWeight(VxDb::LineWeight weight, bool)
 {
-    if (!VxDb::isValidLineWeight(weight))
+    if (!isValidLineWeight(weight))
         return Velt::eInvalidInput;
     return changeStyle([&](detail::EntityStyle& s) { s.lineWeight = int16_t(weight); });
 }
@@ -456,9 +473,8 @@ Velt::ErrorStatus VxDbEntity::setCommonProperties(const detail::EntityStyle& val
     VxCmEntityColor color;
     if (Velt::ErrorStatus es = color.setColor(values.color))
         return es;
-    VxCmTransparency transparency;
-    if (!VxDb::isValidLineWeight(values.lineWeight) || !isLinetypeScale(values.linetypeScale) ||
-        !isVisibility(values.visibility) || transparency.serializeIn(values.transparency) != Velt::eOk)
+    if (!isValidLineWeight(values.lineWeight) || !isValidLinetypeScale(values.linetypeScale) ||
+        !isValidVisibility(values.visibility) || !isValidTransparency(values.transparency))
         return Velt::eInvalidInput;
     if (!values.layer.isNull()) {
         if (Velt::ErrorStatus es = checkLayer(values.layer, database(), allowHiddenLayer))

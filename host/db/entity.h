@@ -112,6 +112,15 @@ public:
     // plot style stay as they are; a new colour drops the old one's names.
     const detail::EntityStyle& commonProperties() const { return style(); }
     Velt::ErrorStatus setCommonProperties(const detail::EntityStyle& values, bool allowHiddenLayer = false);
+    // What each common property accepts, as its setters check it: for readers that take a
+    // file's value only where the host would, and keep the default otherwise.
+    static bool isValidColor(uint32_t color);  // an entity colour's packed value
+    static bool isValidLineWeight(int weight);
+    static bool isValidLinetypeScale(double scale);
+    static bool isValidVisibility(int visibility);
+    static bool isValidTransparency(uint32_t packed);
+    static Velt::ErrorStatus checkLayer(VxDbObjectId layerId, const VxDbDatabase* db, bool allowHiddenLayer);
+    static Velt::ErrorStatus checkLinetype(VxDbObjectId linetypeId, const VxDbDatabase* db);
 
     virtual Velt::ErrorStatus transformBy(const VxGeMatrix3d& xform);
     // A new, not resident entity: this one transformed. Kinds that a

@@ -30,6 +30,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <variant>
 #include <vector>
 
@@ -77,6 +78,32 @@ constexpr VxDbDxfVersion sinceOf(uint32_t flags) { return VxDbDxfVersion(flags >
 // The field of the kind's own exchange-file subclass.
 inline constexpr const char* kOwn = nullptr;
 
+// The type of a field's storage, for engines that reach it directly (the file reader).
+enum class VxDbFieldType : uint8_t { kDouble, kInt16, kInt32, kBool, kPoint, kVector, kText, kId };
+
+template <class T>
+consteval VxDbFieldType vxdbFieldTypeOf()
+{
+    if constexpr (std::is_same_v<T, double>)
+        return VxDbFieldType::kDouble;
+    else if constexpr (std::is_same_v<T, int16_t>)
+        return VxDbFieldType::kInt16;
+    else if constexpr (std::is_same_v<T, int32_t>)
+        return VxDbFieldType::kInt32;
+    else if constexpr (std::is_same_v<T, bool>)
+        return VxDbFieldType::kBool;
+    else if constexpr (std::is_same_v<T, VxGePoint3d>)
+        return VxDbFieldType::kPoint;
+    else if constexpr (std::is_same_v<T, VxGeVector3d>)
+        return VxDbFieldType::kVector;
+    else if constexpr (std::is_same_v<T, std::wstring>)
+        return VxDbFieldType::kText;
+    else {
+        static_assert(std::is_same_v<T, VxDbObjectId>, "a field type the engine does not know");
+        return VxDbFieldType::kId;
+    }
+}
+
 struct VxDbField {
     const char* name;
     const char* subclass;  // null: the kind's own
@@ -87,6 +114,12 @@ struct VxDbField {
     // Checked; needs the object open for write (or not yet resident). A Get field is set
     // directly: the kind's checkFields keeps the whole consistent after a read.
     Velt::ErrorStatus (*set)(VxDbObject& object, const VxDbFieldValue& value);
+    // Typed access without a variant: the storage (of the type `type` names) and the field's
+    // check run on what it holds, then kept as set keeps it (a refusal changes nothing).
+    // For a reader that fills a new object's storage from a file and checks once at the end.
+    VxDbFieldType type = VxDbFieldType::kDouble;
+    const void* (*storage)(const VxDbObject& object) = nullptr;
+    Velt::ErrorStatus (*checkStored)(VxDbObject& object) = nullptr;
 };
 
 // How a kind keeps what is no fixed field in files; each hook is optional, and a kind without
@@ -290,6 +323,16 @@ public:                   \
                             return ::kx::Velt::eInvalidInput;                                               \
                         return ::kx::detail::FieldAccess::setChecked(                                       \
                             static_cast<Self&>(o), static_cast<Self&>(o).mFields.name, *value,              \
+                            [](type& x) { return ::kx::fieldcheck::check(x); });                            \
+                    },                                                                                      \
+                    ::kx::vxdbFieldTypeOf<type>(),                                                          \
+                    [](const ::kx::VxDbObject& o) -> const void* {                                          \
+                        return &static_cast<const Self&>(o).mFields.name;                                   \
+                    },                                                                                      \
+                    [](::kx::VxDbObject& o) -> ::kx::Velt::ErrorStatus {                                    \
+                        Self& self = static_cast<Self&>(o);                                                 \
+                        return ::kx::detail::FieldAccess::setChecked(                                       \
+                            self, self.mFields.name, type(self.mFields.name),                               \
                             [](type& x) { return ::kx::fieldcheck::check(x); });                            \
                     }},
 

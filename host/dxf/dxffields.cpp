@@ -299,8 +299,8 @@ bool groupInt(const FieldGroup& group, int64_t& out)
 
 }  // namespace
 
-bool readFields(VxDbObject& object, const VxDbKind& kind, const std::vector<FieldGroup>& groups, bool utf8File,
-                std::vector<NamedRecord>* names)
+bool readFieldsThroughValues(VxDbObject& object, const VxDbKind& kind, const std::vector<FieldGroup>& groups,
+                             bool utf8File, std::vector<NamedRecord>* names)
 {
     const auto& fields = kind.fields();
     if (fields.size() > 64)
@@ -388,6 +388,129 @@ bool readFields(VxDbObject& object, const VxDbKind& kind, const std::vector<Fiel
         if (VxGePoint3d* p = std::get_if<VxGePoint3d>(&fetch(i)); p && (field.flags & kxdxf::kOcs))
             *p = fromOcs(*p, normal);
         if (field.set(object, fetch(i)) != Velt::eOk)
+            return false;
+    }
+    return kind.checkRead(object, readMask) == Velt::eOk;
+}
+
+namespace {
+
+// Where a read value goes: the field's own storage in the new object.
+template <class T>
+T& stored(const VxDbField& field, VxDbObject& object)
+{
+    // The object is the reader's own, not const: the storage is written as the file names it.
+    return *static_cast<T*>(const_cast<void*>(field.storage(object)));
+}
+
+template <class T>
+bool readInteger(const FieldGroup& group, T& out)
+{
+    int64_t integer = 0;
+    if (!groupInt(group, integer) || integer < std::numeric_limits<T>::min() || integer > std::numeric_limits<T>::max())
+        return false;
+    out = T(integer);
+    return true;
+}
+
+}  // namespace
+
+// Each group goes straight to its field's storage, parsed as the field's type; the checks run
+// once at the end on what the storage holds, in the kind's order, as the values' path does.
+bool readFields(VxDbObject& object, const VxDbKind& kind, const std::vector<FieldGroup>& groups, bool utf8File,
+                std::vector<NamedRecord>* names)
+{
+    const auto& fields = kind.fields();
+    if (fields.size() > 64)
+        return false;  // the read mask has a bit a field
+    const CodeTable& table = codeTableOf(kind);
+    const VxDbField* chunked = table.chunked >= 0 ? fields[size_t(table.chunked)] : nullptr;
+    uint64_t readMask = 0;
+    std::string chunks;  // groups 3 of a long text, until its own group
+
+    for (const FieldGroup& group : groups) {
+        if (group.code == 100)
+            continue;
+        if (chunked && group.code == 3) {
+            chunks += group.value;
+            continue;
+        }
+        const unsigned slot = group.code >= 0 && group.code <= kMaxGroupCode ? table.slot[group.code] : 0;
+        if (slot == 0) {
+            const auto readGroup = kind.fileHooks().readGroup;
+            if (!readGroup || !readGroup(object, group.code, group.value))
+                return false;  // a group this kind does not hold
+            continue;
+        }
+        const size_t i = (slot - 1) >> 2;
+        const unsigned axis = (slot - 1) & 3;
+        const VxDbField& field = *fields[i];
+        readMask |= uint64_t(1) << i;
+        bool ok = true;
+        switch (field.type) {
+        case VxDbFieldType::kDouble: ok = groupDouble(group, stored<double>(field, object)); break;
+        case VxDbFieldType::kInt16: ok = readInteger(group, stored<int16_t>(field, object)); break;
+        case VxDbFieldType::kInt32: ok = readInteger(group, stored<int32_t>(field, object)); break;
+        case VxDbFieldType::kBool: {
+            int64_t integer = 0;
+            ok = groupInt(group, integer);
+            stored<bool>(field, object) = integer != 0;
+            break;
+        }
+        case VxDbFieldType::kPoint: {
+            VxGePoint3d& p = stored<VxGePoint3d>(field, object);
+            ok = groupDouble(group, axis == 0 ? p.x : axis == 1 ? p.y : p.z);
+            break;
+        }
+        case VxDbFieldType::kVector: {
+            VxGeVector3d& v = stored<VxGeVector3d>(field, object);
+            ok = groupDouble(group, axis == 0 ? v.x : axis == 1 ? v.y : v.z);
+            break;
+        }
+        case VxDbFieldType::kId:
+            // Resolved by the reader once the records are there; an empty name is none.
+            ok = names != nullptr;
+            stored<VxDbObjectId>(field, object) = VxDbObjectId();
+            if (ok && !group.value.empty())
+                names->push_back({i, decodeText(group.value, utf8File)});
+            break;
+        case VxDbFieldType::kText:
+            if (&field == chunked && !chunks.empty()) {
+                chunks += group.value;
+                stored<std::wstring>(field, object) = decodeText(chunks, utf8File);
+                chunks.clear();
+            } else {
+                stored<std::wstring>(field, object) = decodeText(group.value, utf8File);
+            }
+            break;
+        }
+        if (!ok)
+            return false;
+    }
+    if (!chunks.empty())
+        return false;  // parts of a text without its end
+
+    VxGeVector3d normal = VxGeVector3d::kZAxis;
+    if (table.ocs && kind.normalIndex() >= 0) {
+        const VxDbField& field = *fields[size_t(kind.normalIndex())];
+        if (field.type == VxDbFieldType::kVector)
+            normal = stored<VxGeVector3d>(field, object).normal();
+    }
+    for (size_t i = 0; i < fields.size(); ++i) {
+        const VxDbField& field = *fields[i];
+        // A field the file left alone keeps what the new object holds; only those the file
+        // wrote, and those read in another system, go through their checks.
+        if (!(readMask & (uint64_t(1) << i)) && !(field.flags & (kxdxf::kDegrees | kxdxf::kOcs)))
+            continue;
+        if (field.type == VxDbFieldType::kDouble && (field.flags & kxdxf::kDegrees)) {
+            double& angle = stored<double>(field, object);
+            angle = vxgeDegreesToRadians(angle);
+        }
+        if (field.type == VxDbFieldType::kPoint && (field.flags & kxdxf::kOcs)) {
+            VxGePoint3d& p = stored<VxGePoint3d>(field, object);
+            p = fromOcs(p, normal);
+        }
+        if (field.checkStored(object) != Velt::eOk)
             return false;
     }
     return kind.checkRead(object, readMask) == Velt::eOk;

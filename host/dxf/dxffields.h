@@ -67,5 +67,9 @@ struct NamedRecord {
 };
 bool readFields(VxDbObject& object, const VxDbKind& kind, const std::vector<FieldGroup>& groups, bool utf8File,
                 std::vector<NamedRecord>* names = nullptr);
+// The same through the fields' values (get, then set with its check): slower, the reference
+// the direct reading above must agree with.
+bool readFieldsThroughValues(VxDbObject& object, const VxDbKind& kind, const std::vector<FieldGroup>& groups,
+                             bool utf8File, std::vector<NamedRecord>* names = nullptr);
 
 }  // namespace kx::dxf

@@ -385,6 +385,7 @@ private:
     const VxDbKind* mLastMadeKind = nullptr;
     bool mLastMadeAttribute = false;
     const VxRxClass* mPlacedClass = nullptr;
+    const VxDbEntity* mLastPlaced = nullptr;  // resident, open until the end
     bool mPlacedOpaque = false;
     bool mPlacedReference = false;
 
@@ -1805,28 +1806,32 @@ void Reader::parseEntity(Record& record, uint32_t block, std::vector<Record>* su
         const int64_t index = color != SIZE_MAX ? record.integer(color) : 256;
         const VxCmColor value =
             colorFrom(index, trueColor != SIZE_MAX ? record.integer(trueColor) : 0, trueColor != SIZE_MAX);
-        if (VxCmEntityColor check; check.setColor(value.color()) == Velt::eOk)
+        if (VxDbEntity::isValidColor(value.color()))
             common.color = value.color();
     }
     common.lineWeight = int16_t(VxDb::kLnWtByLayer);
     if (weight != SIZE_MAX) {
         const int64_t value = record.integer(weight);
-        if (value >= INT16_MIN && value <= INT16_MAX && VxDb::isValidLineWeight(int(value)))
+        if (value >= INT16_MIN && value <= INT16_MAX && VxDbEntity::isValidLineWeight(int(value)))
             common.lineWeight = int16_t(value);
     }
     if (scale != SIZE_MAX) {
         const double value = record.real(scale);
-        if (std::isfinite(value) && value > 0.0)
+        if (VxDbEntity::isValidLinetypeScale(value))
             common.linetypeScale = value;
     }
     if (invisible != SIZE_MAX)
         common.visibility = uint8_t(record.integer(invisible) != 0 ? VxDb::kInvisible : VxDb::kVisible);
     if (alpha != SIZE_MAX) {
+        // Kept as the host keeps it: the alpha only where the method is by alpha.
         VxCmTransparency transparency;
         if (transparency.serializeIn(uint32_t(record.integer(alpha))) == Velt::eOk)
             common.transparency = transparency.serializeOut();
     }
-    entity->setCommonProperties(common);
+    // Values the new entity holds already (a file that names no colour, weight ...) need no
+    // new record.
+    if (!(common == entity->commonProperties()))
+        entity->setCommonProperties(common);
     applyXData(entity, xdata);
     pending.object.reset(entity);
     const uint32_t index = uint32_t(mEntities.size());
@@ -2467,6 +2472,7 @@ bool Reader::placeEntity(uint32_t index)
         return false;
     }
     e.live = e.object.release();
+    mLastPlaced = entity;
     noteHandle(e);
     // What is asked of the class, once a run of entities of one class.
     const VxRxClass* cls = e.live->isA();
@@ -2527,6 +2533,10 @@ void Reader::prepareForPlacing(PendingEntity& e)
         common.layer = layer;
     if (!linetype.isNull())
         common.linetype = linetype;
+    // Entities in a row mostly agree: the last one placed shares its checked record.
+    if (mLastPlaced && common == mLastPlaced->commonProperties() &&
+        entity->setPropertiesFrom(mLastPlaced, false) == Velt::eOk)
+        return;
     if (entity->setCommonProperties(common, true) == Velt::eOk)
         return;
     if (!layer.isNull())

@@ -132,36 +132,38 @@ std::string_view trim(std::string_view text)
 // digits make an exact integer and the power of ten is an exact double, so one
 // division rounds correctly, to what the general parser gives. Anything else
 // (more digits, an exponent) is left to it.
-bool parseShortDecimal(const char* p, const char* end, double& out)
+// Answers the end of the number at p (the first character that is not its own); null when
+// there is none or it is not short.
+const char* scanShortDecimal(const char* p, const char* end, double& out)
 {
     static constexpr double kPowersOfTen[16] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
                                                 1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
     const bool negative = p != end && *p == '-';
     if (negative)
         ++p;
+    // The whole part, then the decimals: one test a digit. Too many digits wrap the mantissa,
+    // which is then not used.
     uint64_t mantissa = 0;
-    int digits = 0;
-    int fraction = 0;
-    bool point = false;
-    for (; p != end; ++p) {
-        const unsigned digit = unsigned(*p) - unsigned('0');
-        if (digit <= 9) {
-            if (++digits > 15)
-                return false;
+    const char* const whole = p;
+    for (unsigned digit; p != end && (digit = unsigned(*p) - unsigned('0')) <= 9; ++p)
+        mantissa = mantissa * 10 + digit;
+    size_t digits = size_t(p - whole);
+    size_t fraction = 0;
+    if (p != end && *p == '.') {
+        const char* const decimals = ++p;
+        for (unsigned digit; p != end && (digit = unsigned(*p) - unsigned('0')) <= 9; ++p)
             mantissa = mantissa * 10 + digit;
-            fraction += point;
-        } else if (*p == '.' && !point) {
-            point = true;
-        } else {
-            return false;
-        }
+        fraction = size_t(p - decimals);
+        digits += fraction;
     }
-    if (digits == 0)
-        return false;
+    if (digits == 0 || digits > 15)
+        return nullptr;
     const double value = double(mantissa) / kPowersOfTen[fraction];
     out = negative ? -value : value;
-    return true;
+    return p;
 }
+
+bool parseShortDecimal(const char* p, const char* end, double& out) { return scanShortDecimal(p, end, out) == end; }
 
 constexpr std::string_view kBinarySentinel("AutoCAD Binary DXF\r\n\x1a\0", 22);
 
@@ -207,9 +209,29 @@ bool parseHandle(std::string_view text, uint64_t& out)
     text = trim(text);
     if (text.empty() || text.size() > 16)
         return false;
-    const char* end = text.data() + text.size();
-    auto [ptr, ec] = std::from_chars(text.data(), end, out, 16);
-    return ec == std::errc() && ptr == end;
+    // Hex digits only, no sign or prefix; sixteen of them cannot overflow. A table a byte:
+    // every handle of a file comes through here.
+    static constexpr auto kHex = [] {
+        std::array<uint8_t, 256> table{};
+        table.fill(0xFF);
+        for (int c = 0; c < 10; ++c)
+            table['0' + c] = uint8_t(c);
+        for (int c = 0; c < 6; ++c)
+            table['A' + c] = table['a' + c] = uint8_t(10 + c);
+        return table;
+    }();
+    // As std::from_chars: digits before a stray character still give their value.
+    uint64_t value = 0;
+    size_t i = 0;
+    for (; i < text.size(); ++i) {
+        const uint8_t digit = kHex[uint8_t(text[i])];
+        if (digit > 15)
+            break;
+        value = value << 4 | digit;
+    }
+    if (i > 0)
+        out = value;
+    return i > 0 && i == text.size();
 }
 
 // ---- reading ----
@@ -301,10 +323,23 @@ bool GroupReader::nextAscii()
     // line of a file is one) rather than found first and parsed after.
     const char* c = mData.data() + mPos;
     const char* const stop = mData.data() + size;
+    int code = 0;
+    // Most files write codes right-aligned in three columns ("  0", " 10", "330"): read at
+    // once. Any other form takes the general walk.
+    if (stop - c >= 4 && c[3] == '\n') {
+        const unsigned a = unsigned(c[0]) - unsigned('0');
+        const unsigned b = unsigned(c[1]) - unsigned('0');
+        const unsigned d = unsigned(c[2]) - unsigned('0');
+        const bool blankA = c[0] == ' ';
+        if (d <= 9 && (b <= 9 || (blankA && c[1] == ' ')) && (a <= 9 || blankA)) {
+            code = int((a <= 9 ? a * 100 : 0) + (b <= 9 ? b * 10 : 0) + d);
+            mPos += 4;
+            return readValue(code);
+        }
+    }
     while (c != stop && (*c == ' ' || *c == '\t'))
         ++c;
     const char* const digits = c;
-    int code = 0;
     for (; c != stop; ++c) {
         const unsigned digit = unsigned(*c) - unsigned('0');
         if (digit > 9)
@@ -325,12 +360,44 @@ bool GroupReader::nextAscii()
             return false;
         return fail(Velt::eInvalidDxfCode, "not a group code");
     }
+    return readValue(code);
+}
+
+bool GroupReader::readValue(int code)
+{
+    const size_t size = mData.size();
+    const char* const stop = mData.data() + size;
+    const ValueKind kind = valueKindOf(code);
+    const bool numeric = kind != ValueKind::kString && kind != ValueKind::kHandle && kind != ValueKind::kBinary;
+    if (numeric && mPos < size) {
+        // A short decimal alone on its line (most numbers): parsed in the walk that finds the
+        // line's end. Anything else takes the general way below.
+        const char* begin = mData.data() + mPos;
+        const char* end = scanShortDecimal(begin, stop, mNumber);
+        auto atLineEnd = [stop](const char* at) {
+            return at && (at == stop || *at == '\n' || (*at == '\r' && (at + 1 == stop || at[1] == '\n')));
+        };
+        if (!atLineEnd(end)) {
+            // Longer numbers (seventeen digits, an exponent): the general parser, still in
+            // the one walk.
+            const auto [ptr, ec] = std::from_chars(begin, stop, mNumber);
+            end = ec == std::errc() && std::isfinite(mNumber) ? ptr : nullptr;
+        }
+        if (atLineEnd(end)) {
+            const char* next = end != stop && *end == '\r' ? end + 1 : end;
+            mValue = std::string_view(begin, size_t(end - begin));
+            mPos = size_t(next - mData.data()) + (next != stop ? 1 : 0);
+            ++mLine;
+            mHasNumber = true;
+            mCode = code;
+            return true;
+        }
+    }
     if (!readLine(mValue))
         return fail(Velt::eEndOfFile, "the file ends inside a group");
     // A number that is none would otherwise be taken as 0 further up.
     mHasNumber = false;
-    if (const ValueKind kind = valueKindOf(code); kind != ValueKind::kString && kind != ValueKind::kHandle &&
-                                                   kind != ValueKind::kBinary) {
+    if (numeric) {
         if (!parseDouble(mValue, mNumber)) {
             mGroupPosition = mLine;
             return fail(Velt::eInvalidDxfCode, "not a number");

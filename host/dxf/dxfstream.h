@@ -66,6 +66,7 @@ public:
 
 private:
     bool nextAscii();
+    bool readValue(int code);  // the value line of an ASCII group of that code
     bool nextBinary();
     bool readLine(std::string_view& line);
 

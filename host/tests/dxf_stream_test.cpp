@@ -261,6 +261,62 @@ TEST(DxfStream, DecimalsReadAsTheGeneralParserReadsThem)
     EXPECT_FALSE(parseDouble(".", v) || parseDouble("-", v) || parseDouble("1..2", v) || parseDouble("1.2.3", v));
 }
 
+// A number alone on its line is parsed while its line's end is found; any other line takes
+// the general way. Both give the same value, the same text and the same line count, whatever
+// ends the line or the file. Handles read as std::from_chars reads them, stray digits included.
+TEST(DxfStream, NumbersReadInTheWalkOverTheirLine)
+{
+    const char* const values[] = {"12.5",  "-0",  "7.",   "-.5",  ".",     "-",      "1..2", "1234567890123456",
+                                  "1e3",   " 4",  "4 ",   "+2",   "2x",    "0.001",  "",     "99999999999999.9",
+                                  "10.901000000000002", "-1.5E-3", "1e400", "nan", "inf", "1e5x", "0x10"};
+    const char* const ends[] = {"\n", "\r\n", "\r", "\r\r\n", ""};
+    for (const char* value : values) {
+        for (const char* end : ends) {
+            const std::string file = std::string(" 10\n") + value + end + (*end ? "  0\nEOF\n" : "");
+            SCOPED_TRACE(file);
+            if (!*value && !*end)
+                continue;  // no value line at all
+            GroupReader reader(file);
+            double expected = 0.0;
+            std::string_view line = std::string_view(file).substr(4);
+            line = line.substr(0, std::min(line.find('\n'), line.size()));
+            if (!line.empty() && line.back() == '\r')
+                line.remove_suffix(1);
+            if (!parseDouble(line, expected)) {
+                EXPECT_FALSE(reader.next());
+                EXPECT_EQ(reader.status(), Velt::eInvalidDxfCode);
+                continue;
+            }
+            ASSERT_TRUE(reader.next()) << reader.message();
+            EXPECT_EQ(reader.code(), 10);
+            EXPECT_EQ(reader.value(), line);
+            ASSERT_TRUE(reader.hasNumber());
+            const double number = reader.number();
+            EXPECT_EQ(std::memcmp(&expected, &number, sizeof(double)), 0);
+            if (*end) {
+                ASSERT_TRUE(reader.next());
+                EXPECT_EQ(reader.code(), 0);
+                EXPECT_EQ(reader.value(), "EOF");
+                EXPECT_EQ(reader.position(), 3u);
+            }
+            EXPECT_FALSE(reader.next());
+        }
+    }
+    struct Handle {
+        const char* text;
+        bool ok;
+        uint64_t value;  // 7: left as it was
+    };
+    for (const Handle& h : {Handle{"2aF", true, 0x2AF}, Handle{"ffffffffffffffff", true, ~uint64_t(0)},
+                            Handle{" 1A ", true, 0x1A}, Handle{"1G", false, 1}, Handle{"0x1F", false, 0},
+                            Handle{"G1", false, 7}, Handle{"-1", false, 7}, Handle{"+1", false, 7},
+                            Handle{"", false, 7}, Handle{"12345678901234567", false, 7}}) {
+        uint64_t value = 7;
+        EXPECT_EQ(parseHandle(h.text, value), h.ok) << h.text;
+        EXPECT_EQ(value, h.value) << h.text;
+    }
+}
+
 // Reals of a few decimals take a quicker way out than others: whatever it writes must be
 // what the general routine writes, byte for byte, and what it declines that routine gets.
 TEST(DxfStream, ShortDecimalsWriteAsTheGeneralRoutineWritesThem)
