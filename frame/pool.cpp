@@ -120,13 +120,19 @@ void* slotValue(DWORD s) noexcept
     return value;
 }
 
+// The thread's block is read through gs:, which GCC takes for a zero-length array.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Warray-bounds"
+void* tebSlot(DWORD s) noexcept { return NtCurrentTeb()->TlsSlots[s]; }
+#pragma GCC diagnostic pop
+
 Cache* threadCache() noexcept
 {
     const DWORD s = slot();
     if (s == TLS_OUT_OF_INDEXES) return nullptr;
     // The first 64 slots are in the thread's own block: read there, with no call and the
     // last error untouched.
-    void* value = s < 64 ? NtCurrentTeb()->TlsSlots[s] : slotValue(s);
+    void* value = s < 64 ? tebSlot(s) : slotValue(s);
     if (auto* cache = static_cast<Cache*>(value)) return cache;
     const DWORD error = GetLastError();
     Cache* cache = adopt(s);
