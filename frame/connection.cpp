@@ -171,40 +171,57 @@ HRESULT ConnectionPoint::EnumConnections(IEnumConnections** out)
     return makeEnum(std::move(data), out);
 }
 
-EventSource::EventSource(const IID* events, bool ofDatabaseObject)
-    : propertySink_(this, IID_IPropertyNotifySink, ofDatabaseObject),
-      events_(this, events ? *events : IID_NULL, ofDatabaseObject),
-      hasEvents_(events != nullptr)
+struct EventSource::Points {
+    Points(EventSource* owner, const IID* events, bool counted)
+        : propertySink(owner, IID_IPropertyNotifySink, counted), events(owner, events ? *events : IID_NULL, counted)
+    {
+    }
+    ConnectionPoint propertySink;
+    ConnectionPoint events;
+};
+
+void EventSource::PointsDeleter::operator()(Points* points) const { delete points; }
+
+EventSource::Points* EventSource::points()
 {
+    if (!points_) points_.reset(new (std::nothrow) Points(this, events_, counted_));
+    return points_.get();
 }
 
 ConnectionPoint* EventSource::find(REFIID iid)
 {
-    if (iid == IID_IPropertyNotifySink) return &propertySink_;
-    if (hasEvents_ && iid == events_.iid()) return &events_;
-    return nullptr;
+    if (iid != IID_IPropertyNotifySink && !(events_ && iid == *events_)) return nullptr;
+    Points* made = points();
+    if (!made) return nullptr;
+    return iid == IID_IPropertyNotifySink ? &made->propertySink : &made->events;
 }
 
 HRESULT EventSource::FindConnectionPoint(REFIID iid, IConnectionPoint** out)
 {
     if (!out) return E_POINTER;
+    *out = nullptr;
+    if (iid != IID_IPropertyNotifySink && !(events_ && iid == *events_)) return CONNECT_E_NOCONNECTION;
     *out = find(iid);
-    if (!*out) return CONNECT_E_NOCONNECTION;
+    if (!*out) return E_OUTOFMEMORY;
     (*out)->AddRef();
     return S_OK;
 }
 
 HRESULT EventSource::EnumConnectionPoints(IEnumConnectionPoints** out)
 {
-    std::vector<IConnectionPoint*> points;
-    if (hasEvents_) points.push_back(&events_);
-    points.push_back(&propertySink_);
-    return makeEnum(std::move(points), out);
+    if (!out) return E_POINTER;
+    *out = nullptr;
+    Points* made = points();
+    if (!made) return E_OUTOFMEMORY;
+    std::vector<IConnectionPoint*> list;
+    if (events_) list.push_back(&made->events);
+    list.push_back(&made->propertySink);
+    return makeEnum(std::move(list), out);
 }
 
-bool EventSource::hasSinks() const
+bool EventSource::anySink() const
 {
-    for (const ConnectionPoint* point : {&propertySink_, &events_})
+    for (const ConnectionPoint* point : {&points_->propertySink, &points_->events})
         for (IUnknown* sink : point->sinks())
             if (sink) return true;
     return false;
@@ -212,16 +229,17 @@ bool EventSource::hasSinks() const
 
 void EventSource::firePropertyChanged(DISPID id)
 {
-    for (IUnknown* sink : propertySink_.sinks())
+    if (!points_) return;
+    for (IUnknown* sink : points_->propertySink.sinks())
         if (sink) static_cast<IPropertyNotifySink*>(sink)->OnChanged(id);
 }
 
 void EventSource::fireModified(IDispatch* object)
 {
-    if (!hasEvents_ || events_.iid() != __uuidof(IVeltObjectEvents)) return;
+    if (!points_ || !events_ || *events_ != __uuidof(IVeltObjectEvents)) return;
     ComPtr<IVeltObject> changed;
     if (object) object->QueryInterface(__uuidof(IVeltObject), changed.putVoid());
-    for (IUnknown* sink : events_.sinks())
+    for (IUnknown* sink : points_->events.sinks())
         if (sink) static_cast<IVeltObjectEvents*>(sink)->Modified(changed.get());
 }
 

@@ -6,6 +6,7 @@
 #include <windows.h>
 #include <ocidl.h>
 
+#include <memory>
 #include <vector>
 
 namespace nk {
@@ -44,27 +45,40 @@ private:
 long objectSinkCount();
 
 // Mixin for a class with event sources. `events` is the coclass's source interface, or null;
-// the sinks of a wrapper of a database object are counted.
+// the sinks of a wrapper of a database object are counted. The connection points are made
+// when a client first asks for one: most wrappers never hear of a sink, and making and
+// destroying them cost every wrapper.
 class EventSource : public IConnectionPointContainer {
 public:
-    explicit EventSource(const IID* events, bool ofDatabaseObject = false);
+    explicit EventSource(const IID* events, bool ofDatabaseObject = false)
+        : events_(events), counted_(ofDatabaseObject)
+    {
+    }
 
     HRESULT STDMETHODCALLTYPE EnumConnectionPoints(IEnumConnectionPoints** out) override;
     HRESULT STDMETHODCALLTYPE FindConnectionPoint(REFIID iid, IConnectionPoint** out) override;
 
     // Whether any sink is connected to either source.
-    bool hasSinks() const;
+    bool hasSinks() const { return points_ && anySink(); }
     // Calls IPropertyNotifySink::OnChanged on every sink.
     void firePropertyChanged(DISPID id);
     // Calls the object-events Modified on every sink.
     void fireModified(IDispatch* object);
 
 private:
-    ConnectionPoint* find(REFIID iid);
+    struct Points;
+    struct PointsDeleter {
+        void operator()(Points* points) const;
+    };
 
-    ConnectionPoint propertySink_;
-    ConnectionPoint events_;
-    bool hasEvents_;
+    // The points, made on the first call; null when there is no memory for them.
+    Points* points();
+    ConnectionPoint* find(REFIID iid);
+    bool anySink() const;
+
+    std::unique_ptr<Points, PointsDeleter> points_;
+    const IID* events_;
+    bool counted_;
 };
 
 }  // namespace nk

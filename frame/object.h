@@ -154,7 +154,9 @@ public:
     {
         ULONG n = --refs_;
         if (n == 0) {
-            refs_ = kDestroying;  // a call made while the object goes must not delete it again
+            // A call made while the object goes must not delete it again. No other thread
+            // holds it now: a plain store, not the locked exchange of an atomic assignment.
+            refs_.store(kDestroying, std::memory_order_relaxed);
             delete this;
         }
         return n;
@@ -246,7 +248,7 @@ private:
         {
             ULONG n = --refs;
             if (n == 0) {
-                refs = kDestroying;
+                refs.store(kDestroying, std::memory_order_relaxed);
                 delete owner;
             }
             return n;

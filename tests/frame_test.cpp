@@ -325,8 +325,21 @@ TEST_F(ServerFrame, ConnectionPointsAcceptAndReleaseSinks)
     ComPtr<ITypeLib> lib = loadTypeLib();
     ComPtr<IUnknown> object;
     ASSERT_EQ(factory(coclasses(lib.get()).front().clsid)->CreateInstance(nullptr, IID_IUnknown, object.putVoid()), S_OK);
+    // The points are made on the first request, by either call: both then hand out the same ones.
+    ComPtr<IEnumConnectionPoints> points;
+    ASSERT_EQ(object.as<IConnectionPointContainer>()->EnumConnectionPoints(points.put()), S_OK);
+    IConnectionPoint* listed[2] = {};
+    ULONG listedCount = 0;
+    points->Next(2, listed, &listedCount);
+    ComPtr<IConnectionPoint> first = ComPtr<IConnectionPoint>::adopt(listed[0]);
+    ComPtr<IConnectionPoint> second = ComPtr<IConnectionPoint>::adopt(listed[1]);
+    ASSERT_GE(listedCount, 1u);
     ComPtr<IConnectionPoint> point;
     ASSERT_EQ(object.as<IConnectionPointContainer>()->FindConnectionPoint(IID_IPropertyNotifySink, point.put()), S_OK);
+    EXPECT_TRUE(point.get() == first.get() || point.get() == second.get());
+    ComPtr<IConnectionPoint> again;
+    ASSERT_EQ(object.as<IConnectionPointContainer>()->FindConnectionPoint(IID_IPropertyNotifySink, again.put()), S_OK);
+    EXPECT_EQ(again.get(), point.get());
     PropertySink sink;
     DWORD cookie = 0;
     ASSERT_EQ(point->Advise(&sink, &cookie), S_OK);
