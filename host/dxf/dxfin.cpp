@@ -245,12 +245,27 @@ struct PendingRecord : Pending {
     int table = 0;
 };
 
-struct PendingEntity : Pending {
-    std::vector<uint32_t> attributes;  // into mEntities: those a block reference owns
+// Kept for every entity until the end of the file: only what must wait, compactly (a
+// drawing holds millions). The rare extension dictionary, reactors and attributes live
+// beside it; the id is the resident object's own.
+struct PendingEntity {
+    uint64_t handle = 0;
+    std::unique_ptr<VxDbObject> object;  // until it is resident
+    VxDbObject* live = nullptr;          // once it is (open for write until the end)
     uint32_t block = kNone;
     uint32_t layer = kNone;     // interned name
     uint32_t linetype = kNone;  // interned name; kNone: by layer
+    uint32_t extra = kNone;     // into mEntityExtras
+    bool synthetic = false;
     bool layerPending = false;
+};
+
+static_assert(sizeof(PendingEntity) <= 48, "kept per entity of a drawing: keep it small");
+
+struct EntityExtra {
+    uint64_t xdict = 0;
+    std::vector<uint64_t> reactors;
+    std::vector<uint32_t> attributes;  // into mEntities: those a block reference owns
 };
 
 struct PendingBlock {
@@ -319,6 +334,8 @@ private:
 
     void splitHead(const Record& record, Head& head, VxResBufPtr& xdata, std::vector<size_t>& body,
                    int handleCode = 5);
+    template <class Body>
+    void splitHeadEach(const Record& record, Head& head, VxResBufPtr& xdata, Body&& body, int handleCode = 5);
     VxResBufPtr buildXData(const Record& record, size_t first);
     void takeHead(Pending& pending, Head& head);
     void applyXData(VxDbObject* object, VxResBufPtr& xdata);
@@ -353,7 +370,9 @@ private:
     void assignMissingHandles();
     void place();
     bool reserveExact(uint64_t handle);
-    void noteHandle(Pending& pending);
+    void noteHandle(Pending& pending) { noteHandle(pending.handle, pending.synthetic, pending.id); }
+    void noteHandle(uint64_t handle, bool synthetic, VxDbObjectId id);
+    EntityExtra& extraOf(PendingEntity& e);
     bool placeFree(Pending& pending);
     bool placeTable(int table);
     bool placeRecordsUpTo(int table, size_t index);
@@ -365,6 +384,7 @@ private:
     VxDbObjectId idOf(uint64_t handle) const;
     void link();
     void linkOwnership(Pending& pending, bool free);
+    void linkExtras(VxDbObject* object, uint64_t xdict, const std::vector<uint64_t>& reactors);
     void applyHeader();
     void closeAll();
 
@@ -401,6 +421,7 @@ private:
     uint32_t mLastOwnerBlock = kNone;
     // A deque: millions of entries grow without a copy of them all beside the old ones.
     std::deque<PendingEntity> mEntities;
+    std::vector<EntityExtra> mEntityExtras;
     std::vector<Pending> mObjects;
     uint32_t mRootDictionary = kNone;  // into mObjects
 
@@ -546,10 +567,10 @@ uint32_t Reader::internLinetype(std::string_view raw)
 // Takes the head groups out of a record: handle, application groups of
 // reactors and extension dictionary, owner, extended data. The remaining
 // groups' indices go to body.
-void Reader::splitHead(const Record& record, Head& head, VxResBufPtr& xdata, std::vector<size_t>& body,
-                       int handleCode)
+// The same, handing each remaining group to body as it goes: one pass over the record.
+template <class Body>
+void Reader::splitHeadEach(const Record& record, Head& head, VxResBufPtr& xdata, Body&& body, int handleCode)
 {
-    body.clear();
     bool seenSubclass = false;
     const size_t count = record.size();
     for (size_t i = 0; i < count; ++i) {
@@ -584,8 +605,15 @@ void Reader::splitHead(const Record& record, Head& head, VxResBufPtr& xdata, std
         }
         if (code == 100)
             seenSubclass = true;
-        body.push_back(i);
+        body(i);
     }
+}
+
+void Reader::splitHead(const Record& record, Head& head, VxResBufPtr& xdata, std::vector<size_t>& body,
+                       int handleCode)
+{
+    body.clear();
+    splitHeadEach(record, head, xdata, [&](size_t i) { body.push_back(i); }, handleCode);
 }
 
 VxResBufPtr Reader::buildXData(const Record& record, size_t first)
@@ -1665,9 +1693,6 @@ bool Reader::readSubRecords(VxDbObject& object, const VxDbKind& kind, const std:
 
 void Reader::parseEntity(Record& record, uint32_t block, std::vector<Record>* subRecords, uint32_t ownerEntity)
 {
-    Head head;
-    VxResBufPtr xdata;
-    splitHead(record, head, xdata, mBody);
     ++mInfo.entities;
 
     // Sort the groups: the common entity part (before the kind's own
@@ -1692,36 +1717,39 @@ void Reader::parseEntity(Record& record, uint32_t block, std::vector<Record>* su
            scale = SIZE_MAX, invisible = SIZE_MAX, alpha = SIZE_MAX;
     uint64_t material = 0, plotStyle = 0;
     bool paperSpace = false;
-    for (size_t i : mBody) {
+    // One pass: the head taken out, the common groups noted, the kind's own listed.
+    Head head;
+    VxResBufPtr xdata;
+    splitHeadEach(record, head, xdata, [&](size_t i) {
         const int code = record.code(i);
         if (code == 100) {
             if (part == Part::kHead && record.value(i) == "AcDbEntity") {
                 part = Part::kEntity;
-                continue;
+                return;
             }
             part = Part::kBody;
             own.push_back(i);
-            continue;
+            return;
         }
         if (part != Part::kBody || knownKind) {
             switch (code) {
-            case 8: layer = i; continue;
-            case 6: linetype = i; continue;
-            case 62: color = i; continue;
-            case 420: trueColor = i; continue;
-            case 370: weight = i; continue;
-            case 48: scale = i; continue;
-            case 60: invisible = i; continue;
-            case 440: alpha = i; continue;
-            case 347: material = record.handle(i); continue;
-            case 390: plotStyle = record.handle(i); continue;
-            case 67: paperSpace = record.integer(i) != 0; continue;
-            case 410: continue;  // the layout's name: the owner says it
+            case 8: layer = i; return;
+            case 6: linetype = i; return;
+            case 62: color = i; return;
+            case 420: trueColor = i; return;
+            case 370: weight = i; return;
+            case 48: scale = i; return;
+            case 60: invisible = i; return;
+            case 440: alpha = i; return;
+            case 347: material = record.handle(i); return;
+            case 390: plotStyle = record.handle(i); return;
+            case 67: paperSpace = record.integer(i) != 0; return;
+            case 410: return;  // the layout's name: the owner says it
             default: break;
             }
         }
         own.push_back(i);
-    }
+    });
     if (block == kByOwner)
         block = blockForOwner(head.owner, paperSpace);
     if (block == kNone)
@@ -1794,7 +1822,13 @@ void Reader::parseEntity(Record& record, uint32_t block, std::vector<Record>* su
 
     // The common properties.
     PendingEntity pending;
-    takeHead(pending, head);
+    pending.handle = head.handle;
+    mMaxHandle = std::max(mMaxHandle, head.handle);
+    if (head.xdict || !head.reactors.empty()) {
+        EntityExtra& extra = extraOf(pending);
+        extra.xdict = head.xdict;
+        extra.reactors = std::move(head.reactors);
+    }
     pending.block = block;
     pending.layer = internLayer(layer == SIZE_MAX ? std::string_view("0") : record.value(layer));
     pending.linetype = internLinetype(linetype == SIZE_MAX ? std::string_view("ByLayer") : record.value(linetype));
@@ -1837,7 +1871,7 @@ void Reader::parseEntity(Record& record, uint32_t block, std::vector<Record>* su
     const uint32_t index = uint32_t(mEntities.size());
     mEntities.push_back(std::move(pending));
     if (ownerEntity != kNone)
-        mEntities[ownerEntity].attributes.push_back(index);
+        extraOf(mEntities[ownerEntity]).attributes.push_back(index);
     else
         mBlocks[block].entities.push_back(index);
 
@@ -2360,16 +2394,25 @@ bool Reader::reserveExact(uint64_t handle)
     return mDb->setHandseed(VxDbHandle(handle)) == Velt::eOk;
 }
 
-void Reader::noteHandle(Pending& pending)
+void Reader::noteHandle(uint64_t handle, bool synthetic, VxDbObjectId id)
 {
-    const uint64_t given = pending.id.handle().value();
-    if (given == pending.handle)
+    const uint64_t given = id.handle().value();
+    if (given == handle)
         return;
     mFreshHandles.insert(given);
-    if (pending.handle && !pending.synthetic) {
-        mRemap[pending.handle] = pending.id;
+    if (handle && !synthetic) {
+        mRemap[handle] = id;
         ++mInfo.remappedHandles;
     }
+}
+
+EntityExtra& Reader::extraOf(PendingEntity& e)
+{
+    if (e.extra == kNone) {
+        e.extra = uint32_t(mEntityExtras.size());
+        mEntityExtras.emplace_back();
+    }
+    return mEntityExtras[e.extra];
 }
 
 bool Reader::placeFree(Pending& pending)
@@ -2465,7 +2508,8 @@ bool Reader::placeEntity(uint32_t index)
     reserveExact(e.handle);
     auto* entity = static_cast<VxDbEntity*>(e.object.get());
     auto* block = static_cast<VxDbBlockTableRecord*>(blockRecord.live);
-    const Velt::ErrorStatus es = block->appendVxDbEntity(e.id, entity);
+    VxDbObjectId id;
+    const Velt::ErrorStatus es = block->appendVxDbEntity(id, entity);
     if (es != Velt::eOk) {
         warn(std::string("an entity could not be added: ") + Velt::statusName(es));
         e.object.reset();
@@ -2473,7 +2517,7 @@ bool Reader::placeEntity(uint32_t index)
     }
     e.live = e.object.release();
     mLastPlaced = entity;
-    noteHandle(e);
+    noteHandle(e.handle, e.synthetic, id);
     // What is asked of the class, once a run of entities of one class.
     const VxRxClass* cls = e.live->isA();
     if (cls != mPlacedClass) {
@@ -2484,20 +2528,22 @@ bool Reader::placeEntity(uint32_t index)
     if (mPlacedOpaque)
         reserveSubRecordHandles(static_cast<VxDbDxfOpaqueEntity*>(e.live));
     // A reference's attributes come right after it.
-    if (auto* insert = mPlacedReference ? static_cast<VxDbBlockReference*>(e.live) : nullptr) {
-        for (uint32_t a : e.attributes) {
+    auto* insert = mPlacedReference && e.extra != kNone ? static_cast<VxDbBlockReference*>(e.live) : nullptr;
+    if (insert) {
+        for (uint32_t a : mEntityExtras[e.extra].attributes) {
             PendingEntity& attribute = mEntities[a];
             if (!attribute.object)
                 continue;
             prepareForPlacing(attribute);
             reserveExact(attribute.handle);
-            if (insert->appendAttribute(attribute.id, static_cast<VxDbEntity*>(attribute.object.get())) != Velt::eOk) {
+            VxDbObjectId attributeId;
+            if (insert->appendAttribute(attributeId, static_cast<VxDbEntity*>(attribute.object.get())) != Velt::eOk) {
                 warn("an attribute could not be added");
                 attribute.object.reset();
                 continue;
             }
             attribute.live = attribute.object.release();
-            noteHandle(attribute);
+            noteHandle(attribute.handle, attribute.synthetic, attributeId);
         }
     }
     return true;
@@ -2601,7 +2647,7 @@ void Reader::assignMissingHandles()
     if (!missing)
         return;
     std::vector<uint64_t> used;
-    auto collect = [&](const Pending& p) {
+    auto collect = [&](const auto& p) {
         if (p.handle)
             used.push_back(p.handle);
     };
@@ -2624,7 +2670,7 @@ void Reader::assignMissingHandles()
     std::sort(used.begin(), used.end());
     uint64_t candidate = 1;
     size_t u = 0;
-    auto assign = [&](Pending& p) {
+    auto assign = [&](auto& p) {
         if (p.handle)
             return;
         while (u < used.size() && used[u] <= candidate) {
@@ -2757,15 +2803,20 @@ void Reader::linkOwnership(Pending& pending, bool free)
     }
     // An extension dictionary must be one the object owns, or erasing the
     // object would take someone else's along.
-    if (pending.xdict) {
-        const VxDbObjectId xdict = idOf(pending.xdict);
+    linkExtras(object, pending.xdict, pending.reactors);
+}
+
+void Reader::linkExtras(VxDbObject* object, uint64_t xdictHandle, const std::vector<uint64_t>& reactors)
+{
+    if (xdictHandle) {
+        const VxDbObjectId xdict = idOf(xdictHandle);
         auto* dictionary = VxDbDictionary::cast(detail::objectOf(xdict));
         if (dictionary && dictionary->ownerId() == object->objectId() && xdict != mDb->namedObjectsDictionaryId())
             object->setExtensionDictionary(xdict);
         else if (dictionary)
             warn("an extension dictionary that its object does not own was left out");
     }
-    for (uint64_t h : pending.reactors) {
+    for (uint64_t h : reactors) {
         const VxDbObjectId reactor = idOf(h);
         if (!reactor.isNull())
             object->addPersistentReactor(reactor);
@@ -2797,8 +2848,8 @@ void Reader::link()
     for (PendingTable& t : mTables)
         linkOwnership(t, false);
     for (PendingEntity& e : mEntities) {
-        if (e.xdict || !e.reactors.empty())
-            linkOwnership(e, false);
+        if (e.extra != kNone && e.live)
+            linkExtras(e.live, mEntityExtras[e.extra].xdict, mEntityExtras[e.extra].reactors);
     }
     for (DictionaryEntries& d : mDictionaries) {
         auto* dictionary = VxDbDictionary::cast(mObjects[d.object].live);
@@ -2850,7 +2901,7 @@ void Reader::link()
 
 void Reader::closeAll()
 {
-    auto close = [](Pending& p) {
+    auto close = [](auto& p) {
         if (p.live) {
             p.live->close();
             p.live = nullptr;
