@@ -297,6 +297,33 @@ bool groupInt(const FieldGroup& group, int64_t& out)
     return parseInt(group.value, out);
 }
 
+// A record's groups as both readings walk them: subclass markers skipped, the parts of a long
+// text gathered, groups no field takes handed to the kind's own hook. take(group, field index,
+// axis) reads one group of a field. False when a group is refused or a text's parts have no end.
+template <class Take>
+bool walkFieldGroups(VxDbObject& object, const VxDbKind& kind, const CodeTable& table, const VxDbField* chunked,
+                     const std::vector<FieldGroup>& groups, std::string& chunks, Take&& take)
+{
+    for (const FieldGroup& group : groups) {
+        if (group.code == 100)
+            continue;
+        if (chunked && group.code == 3) {
+            chunks += group.value;
+            continue;
+        }
+        const unsigned slot = group.code >= 0 && group.code <= kMaxGroupCode ? table.slot[group.code] : 0;
+        if (slot == 0) {
+            const auto readGroup = kind.fileHooks().readGroup;
+            if (!readGroup || !readGroup(object, group.code, group.value))
+                return false;  // a group this kind does not hold
+            continue;
+        }
+        if (!take(group, size_t((slot - 1) >> 2), (slot - 1) & 3))
+            return false;
+    }
+    return chunks.empty();
+}
+
 }  // namespace
 
 bool readFieldsThroughValues(VxDbObject& object, const VxDbKind& kind, const std::vector<FieldGroup>& groups,
@@ -312,22 +339,7 @@ bool readFieldsThroughValues(VxDbObject& object, const VxDbKind& kind, const std
     uint64_t readMask = 0;
     std::string chunks;  // groups 3 of a long text, until its own group
 
-    for (const FieldGroup& group : groups) {
-        if (group.code == 100)
-            continue;
-        if (chunked && group.code == 3) {
-            chunks += group.value;
-            continue;
-        }
-        const unsigned slot = group.code >= 0 && group.code <= kMaxGroupCode ? table.slot[group.code] : 0;
-        if (slot == 0) {
-            const auto readGroup = kind.fileHooks().readGroup;
-            if (!readGroup || !readGroup(object, group.code, group.value))
-                return false;  // a group this kind does not hold
-            continue;
-        }
-        const size_t i = (slot - 1) >> 2;
-        const int axis = int((slot - 1) & 3);
+    auto readField = [&](const FieldGroup& group, size_t i, unsigned axis) {
         const VxDbField& field = *fields[i];
         VxDbFieldValue& value = fetch(i);
         readMask |= uint64_t(1) << i;
@@ -365,11 +377,10 @@ bool readFieldsThroughValues(VxDbObject& object, const VxDbKind& kind, const std
                 }
             },
             value);
-        if (!ok)
-            return false;
-    }
-    if (!chunks.empty())
-        return false;  // parts of a text without its end
+        return ok;
+    };
+    if (!walkFieldGroups(object, kind, table, chunked, groups, chunks, readField))
+        return false;
 
     VxGeVector3d normal = VxGeVector3d::kZAxis;
     if (table.ocs && kind.normalIndex() >= 0) {
@@ -428,22 +439,7 @@ bool readFields(VxDbObject& object, const VxDbKind& kind, const std::vector<Fiel
     uint64_t readMask = 0;
     std::string chunks;  // groups 3 of a long text, until its own group
 
-    for (const FieldGroup& group : groups) {
-        if (group.code == 100)
-            continue;
-        if (chunked && group.code == 3) {
-            chunks += group.value;
-            continue;
-        }
-        const unsigned slot = group.code >= 0 && group.code <= kMaxGroupCode ? table.slot[group.code] : 0;
-        if (slot == 0) {
-            const auto readGroup = kind.fileHooks().readGroup;
-            if (!readGroup || !readGroup(object, group.code, group.value))
-                return false;  // a group this kind does not hold
-            continue;
-        }
-        const size_t i = (slot - 1) >> 2;
-        const unsigned axis = (slot - 1) & 3;
+    auto readField = [&](const FieldGroup& group, size_t i, unsigned axis) {
         const VxDbField& field = *fields[i];
         readMask |= uint64_t(1) << i;
         bool ok = true;
@@ -484,11 +480,10 @@ bool readFields(VxDbObject& object, const VxDbKind& kind, const std::vector<Fiel
             }
             break;
         }
-        if (!ok)
-            return false;
-    }
-    if (!chunks.empty())
-        return false;  // parts of a text without its end
+        return ok;
+    };
+    if (!walkFieldGroups(object, kind, table, chunked, groups, chunks, readField))
+        return false;
 
     VxGeVector3d normal = VxGeVector3d::kZAxis;
     if (table.ocs && kind.normalIndex() >= 0) {
