@@ -188,9 +188,9 @@ EventSource::Points* EventSource::points()
     return points_.get();
 }
 
+// iid is one of the two the source has (FindConnectionPoint has asked).
 ConnectionPoint* EventSource::find(REFIID iid)
 {
-    if (iid != IID_IPropertyNotifySink && !(events_ && iid == *events_)) return nullptr;
     Points* made = points();
     if (!made) return nullptr;
     return iid == IID_IPropertyNotifySink ? &made->propertySink : &made->events;
