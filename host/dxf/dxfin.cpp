@@ -2801,13 +2801,13 @@ void Reader::linkOwnership(Pending& pending, bool free)
             object->setOwnerId(owner);
         return;
     }
-    // An extension dictionary must be one the object owns, or erasing the
-    // object would take someone else's along.
     linkExtras(object, pending.xdict, pending.reactors);
 }
 
 void Reader::linkExtras(VxDbObject* object, uint64_t xdictHandle, const std::vector<uint64_t>& reactors)
 {
+    // An extension dictionary must be one the object owns, or erasing the
+    // object would take someone else's along.
     if (xdictHandle) {
         const VxDbObjectId xdict = idOf(xdictHandle);
         auto* dictionary = VxDbDictionary::cast(detail::objectOf(xdict));
